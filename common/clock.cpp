@@ -35,7 +35,9 @@ std::int64_t SystemClock::monotonicMs() const {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-FakeClock::FakeClock(DateTime start) { set(start); }
+FakeClock::FakeClock(DateTime start) {
+    set(start);
+}
 
 DateTime FakeClock::now() const {
     long long s = wallMs_ / 1000 - (wallMs_ % 1000 < 0 ? 1 : 0);
@@ -53,6 +55,8 @@ void FakeClock::advanceMs(std::int64_t milliseconds) {
     monotonic_ += milliseconds;
 }
 
-void FakeClock::set(DateTime wall) { wallMs_ = wall.toSeconds() * 1000; }
+void FakeClock::set(DateTime wall) {
+    wallMs_ = wall.toSeconds() * 1000;
+}
 
 } // namespace zel

@@ -15,24 +15,27 @@ MsgResult ConsoleHost::message(std::string_view text, MsgButtons buttons, MsgIco
     err_ << text << '\n';
     switch (buttons) {
     case MsgButtons::Ok: return MsgResult::Ok;
-    case MsgButtons::OkCancel:
-        return policy_ == Policy::No ? MsgResult::Cancel : MsgResult::Ok;
+    case MsgButtons::OkCancel: return policy_ == Policy::No ? MsgResult::Cancel : MsgResult::Ok;
     case MsgButtons::YesNo:
-    case MsgButtons::YesNoCancel:
-        return policy_ == Policy::No ? MsgResult::No : MsgResult::Yes;
+    case MsgButtons::YesNoCancel: return policy_ == Policy::No ? MsgResult::No : MsgResult::Yes;
     case MsgButtons::RetryCancel: return MsgResult::Cancel; // retrying a script's failure would loop
     case MsgButtons::AbortRetryIgnore: return MsgResult::Abort;
     }
     return defaultResult(buttons);
 }
 
-std::optional<std::string> ConsoleHost::input(std::string_view, std::string_view, std::string_view defaultText) {
+std::optional<std::string> ConsoleHost::input(std::string_view, std::string_view,
+                                              std::string_view defaultText) {
     if (policy_ == Policy::No) return std::nullopt;
     return std::string(defaultText);
 }
 
-std::optional<FileDialogResult> ConsoleHost::openFileDialog(const FileDialogRequest&) { return std::nullopt; }
-std::optional<FileDialogResult> ConsoleHost::saveFileDialog(const FileDialogRequest&) { return std::nullopt; }
+std::optional<FileDialogResult> ConsoleHost::openFileDialog(const FileDialogRequest&) {
+    return std::nullopt;
+}
+std::optional<FileDialogResult> ConsoleHost::saveFileDialog(const FileDialogRequest&) {
+    return std::nullopt;
+}
 
 void ConsoleHost::progress(std::string_view text) {
     if (showProgress_) err_ << text << '\n';

@@ -16,7 +16,8 @@ public:
 
     explicit ConsoleHost(std::ostream& err, Policy policy = Policy::Default, bool showProgress = false);
 
-    MsgResult message(std::string_view text, MsgButtons buttons, MsgIcon icon, std::string_view title) override;
+    MsgResult message(std::string_view text, MsgButtons buttons, MsgIcon icon,
+                      std::string_view title) override;
     std::optional<std::string> input(std::string_view prompt, std::string_view title,
                                      std::string_view defaultText) override;
     std::optional<FileDialogResult> openFileDialog(const FileDialogRequest& request) override;

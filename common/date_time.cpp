@@ -1,5 +1,6 @@
 #include "common/date_time.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -38,14 +39,17 @@ int daysInMonth(int year, int month) {
     return days[month - 1];
 }
 
-long long floorDiv(long long a, long long b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+long long floorDiv(long long a, long long b) {
+    return a / b - ((a % b != 0) && ((a < 0) != (b < 0)));
+}
 
 // A small cursor over the text being parsed.
 struct Cursor {
     std::string_view s;
     size_t i = 0;
     void skipBlanks() {
-        while (i < s.size() && (s[i] == ' ' || s[i] == '\t')) ++i;
+        while (i < s.size() && (s[i] == ' ' || s[i] == '\t'))
+            ++i;
     }
     bool atEnd() const { return i >= s.size(); }
     bool eat(char c) {
@@ -84,7 +88,8 @@ bool parseTime(Cursor& c, int& h, int& mi, int& se) {
         se = c.number(2);
         if (se < 0) return false;
         if (c.eat('.')) // fractional seconds of ISO texts are dropped
-            while (!c.atEnd() && std::isdigit(static_cast<unsigned char>(c.s[c.i]))) ++c.i;
+            while (!c.atEnd() && std::isdigit(static_cast<unsigned char>(c.s[c.i])))
+                ++c.i;
     }
     c.skipBlanks();
     if (c.i + 1 < c.s.size() + 0 && c.i + 2 <= c.s.size()) {
@@ -104,12 +109,13 @@ bool parseTime(Cursor& c, int& h, int& mi, int& se) {
 } // namespace
 
 bool DateTime::valid() const {
-    return month >= 1 && month <= 12 && day >= 1 && day <= daysInMonth(year, month) && hour >= 0 && hour <= 23 &&
-           minute >= 0 && minute <= 59 && second >= 0 && second <= 59;
+    return month >= 1 && month <= 12 && day >= 1 && day <= daysInMonth(year, month) && hour >= 0 &&
+           hour <= 23 && minute >= 0 && minute <= 59 && second >= 0 && second <= 59;
 }
 
 long long DateTime::toSeconds() const {
-    return (daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) - kEpochDays) * 86400LL +
+    return (daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) - kEpochDays) *
+               86400LL +
            secondsOfDay();
 }
 
@@ -125,7 +131,8 @@ DateTime DateTime::fromSeconds(long long seconds) {
 }
 
 double DateTime::toSerial() const {
-    const long long days = daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) - kEpochDays;
+    const long long days =
+        daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) - kEpochDays;
     const double frac = secondsOfDay() / 86400.0;
     // Before the epoch the whole part counts back and the time fraction still counts forward.
     return days >= 0 ? static_cast<double>(days) + frac : static_cast<double>(days) - frac;
@@ -162,10 +169,73 @@ std::string isoDateTimeText(const DateTime& v) {
     return buf;
 }
 
+std::string formatDateTime(const DateTime& v, std::string_view pattern) {
+    auto lower = [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); };
+    struct Token {
+        char letter; // y m d h n s, or 0 for a literal
+        size_t count;
+        std::string_view text;
+    };
+    std::vector<Token> tokens;
+    for (size_t i = 0; i < pattern.size();) {
+        if (pattern.substr(i, 5) == "AM/PM" || pattern.substr(i, 5) == "am/pm") {
+            tokens.push_back({'a', 5, pattern.substr(i, 5)});
+            i += 5;
+            continue;
+        }
+        const char c = lower(pattern[i]);
+        size_t j = i;
+        while (j < pattern.size() && lower(pattern[j]) == c)
+            ++j;
+        const bool field = c == 'y' || c == 'm' || c == 'd' || c == 'h' || c == 'n' || c == 's';
+        tokens.push_back({field ? c : '\0', j - i, pattern.substr(i, j - i)});
+        i = j;
+    }
+    const bool twelveHour =
+        std::any_of(tokens.begin(), tokens.end(), [](const Token& t) { return t.letter == 'a'; });
+    std::string out;
+    char prevField = 0;
+    for (size_t k = 0; k < tokens.size(); ++k) {
+        const Token& t = tokens[k];
+        char letter = t.letter;
+        if (letter == 'm') { // minutes after an hour or before seconds, month otherwise
+            char nextField = 0;
+            for (size_t q = k + 1; q < tokens.size() && !nextField; ++q)
+                nextField = tokens[q].letter;
+            if (prevField == 'h' || nextField == 's') letter = 'n';
+        }
+        auto num = [&](int value, size_t width) {
+            char buf[16];
+            std::snprintf(buf, sizeof buf, width >= 2 ? "%02d" : "%d", value);
+            out += buf;
+        };
+        switch (letter) {
+        case 'y':
+            if (t.count >= 3)
+                num(v.year, 4);
+            else
+                num(v.year % 100, 2);
+            break;
+        case 'm': num(v.month, t.count); break;
+        case 'd': num(v.day, t.count); break;
+        case 'h': num(twelveHour ? (v.hour % 12 == 0 ? 12 : v.hour % 12) : v.hour, t.count); break;
+        case 'n': num(v.minute, t.count); break;
+        case 's': num(v.second, t.count); break;
+        case 'a':
+            out += v.hour < 12 ? (t.text[0] == 'a' ? "am" : "AM") : (t.text[0] == 'a' ? "pm" : "PM");
+            break;
+        default: out += t.text; break;
+        }
+        if (t.letter) prevField = letter;
+    }
+    return out;
+}
+
 std::optional<DateTime> parseDateTime(std::string_view text) {
     Cursor c{text};
     c.skipBlanks();
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r' || text.back() == '\n'))
+    while (!text.empty() &&
+           (text.back() == ' ' || text.back() == '\t' || text.back() == '\r' || text.back() == '\n'))
         text.remove_suffix(1);
     c.s = text;
     if (c.atEnd()) return std::nullopt;

@@ -38,6 +38,10 @@ struct DateTime {
 std::string generalDateText(const DateTime& value);
 // "2016-04-12 15:45:10".
 std::string isoDateTimeText(const DateTime& value);
+// Basic-style date pattern: "yyyy", "yy", "m"/"mm" (minutes when they follow an hour or precede seconds),
+// "d"/"dd", "h"/"hh", "n"/"nn", "s"/"ss", "AM/PM"; letters in any case, other characters copied.
+// "YYYY-MM-DD HH:mm:ss" -> "2016-04-12 15:45:10", "YYYYMMDD_HHMMSS" -> "20160412_154510".
+std::string formatDateTime(const DateTime& value, std::string_view pattern);
 // Reads the general form, date only, time only (12- or 24-hour), ISO 8601 with a blank or "T" between
 // date and time, and two-digit years (30..99 -> 19xx, 00..29 -> 20xx). nullopt when the text is not a date.
 std::optional<DateTime> parseDateTime(std::string_view text);

@@ -15,12 +15,31 @@ TEST(GeneralDateText, UsFormWithoutPaddingAndTheMidnightAndZeroDateRules) {
         {{2016, 4, 12, 15, 45, 10}, "4/12/2016 3:45:10 PM"},
         {{2016, 12, 1, 0, 5, 9}, "12/1/2016 12:05:09 AM"},
         {{2016, 12, 1, 12, 0, 0}, "12/1/2016 12:00:00 PM"},
-        {{1900, 12, 30, 0, 0, 0}, "12/30/1900"},     // exactly midnight: date only
-        {{1899, 12, 30, 15, 45, 10}, "3:45:10 PM"},  // zero date part: time only
-        {{1899, 12, 30, 0, 0, 0}, "12:00:00 AM"},    // both zero
+        {{1900, 12, 30, 0, 0, 0}, "12/30/1900"},    // exactly midnight: date only
+        {{1899, 12, 30, 15, 45, 10}, "3:45:10 PM"}, // zero date part: time only
+        {{1899, 12, 30, 0, 0, 0}, "12:00:00 AM"},   // both zero
         {{2001, 1, 2, 9, 3, 4}, "1/2/2001 9:03:04 AM"},
     };
-    for (const auto& c : cases) EXPECT_EQ(generalDateText(c.value), c.text) << c.text;
+    for (const auto& c : cases)
+        EXPECT_EQ(generalDateText(c.value), c.text) << c.text;
+}
+
+TEST(FormatDateTime, PatternsOfFileNamesAndReferenceTimes) {
+    const DateTime t{2016, 4, 2, 15, 5, 9};
+    struct Case {
+        const char* pattern;
+        const char* text;
+    };
+    const Case cases[] = {
+        {"YYYY-MM-DD HH:mm:ss", "2016-04-02 15:05:09"},
+        {"YYYYMMDD_HHMMSS", "20160402_150509"}, // MM after an hour means minutes
+        {"YYYYMMDD HHnnSS", "20160402 150509"},
+        {"m/d/yy h:nn AM/PM", "4/2/16 3:05 PM"},
+        {"MMSS", "0509"}, // MM before seconds means minutes
+        {"dd.mm.yyyy", "02.04.2016"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(formatDateTime(t, c.pattern), c.text) << c.pattern;
 }
 
 TEST(ParseDateTime, AcceptsEveryWrittenAndCommonForm) {

@@ -14,7 +14,9 @@ namespace zel {
 // when the exponent is too large or the fixed form would need too many digits.
 std::string shortestText(float value);
 std::string shortestText(double value);
-template <std::integral T> std::string shortestText(T value) { return std::to_string(value); }
+template <std::integral T> std::string shortestText(T value) {
+    return std::to_string(value);
+}
 
 // Format$ with a numeric pattern: "#0", "#0.0" .. "#0.00000", "0.00", "#00", "#.0" and the like. The value
 // is first cut to its 7- (float) or 15- (double) digit text, then rounded half away from zero to the
@@ -30,6 +32,8 @@ template <std::integral T> std::string formatNumber(T value, std::string_view pa
 double val(std::string_view text);
 
 // "True" / "False".
-inline const char* boolText(bool value) { return value ? "True" : "False"; }
+inline const char* boolText(bool value) {
+    return value ? "True" : "False";
+}
 
 } // namespace zel

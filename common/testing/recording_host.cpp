@@ -4,7 +4,8 @@ namespace zel::testing {
 
 MsgResult RecordingHost::message(std::string_view text, MsgButtons buttons, MsgIcon icon,
                                  std::string_view title) {
-    events_.push_back({HostEvent::Kind::Message, std::string(text), std::string(title), buttons, icon, {}, false});
+    events_.push_back(
+        {HostEvent::Kind::Message, std::string(text), std::string(title), buttons, icon, {}, false});
     if (messageAnswers_.empty()) return defaultResult(buttons);
     MsgResult r = messageAnswers_.front();
     messageAnswers_.pop_front();
@@ -13,16 +14,23 @@ MsgResult RecordingHost::message(std::string_view text, MsgButtons buttons, MsgI
 
 std::optional<std::string> RecordingHost::input(std::string_view prompt, std::string_view title,
                                                 std::string_view defaultText) {
-    events_.push_back({HostEvent::Kind::Input, std::string(prompt), std::string(title), MsgButtons::OkCancel,
-                       MsgIcon::None, {}, false});
+    events_.push_back({HostEvent::Kind::Input,
+                       std::string(prompt),
+                       std::string(title),
+                       MsgButtons::OkCancel,
+                       MsgIcon::None,
+                       {},
+                       false});
     if (inputAnswers_.empty()) return std::string(defaultText);
     auto r = std::move(inputAnswers_.front());
     inputAnswers_.pop_front();
     return r;
 }
 
-std::optional<FileDialogResult> RecordingHost::dialog(HostEvent::Kind kind, const FileDialogRequest& request) {
-    events_.push_back({kind, request.title, request.title, MsgButtons::OkCancel, MsgIcon::None, request, false});
+std::optional<FileDialogResult> RecordingHost::dialog(HostEvent::Kind kind,
+                                                      const FileDialogRequest& request) {
+    events_.push_back(
+        {kind, request.title, request.title, MsgButtons::OkCancel, MsgIcon::None, request, false});
     if (dialogAnswers_.empty()) return std::nullopt;
     auto r = std::move(dialogAnswers_.front());
     dialogAnswers_.pop_front();
@@ -38,7 +46,8 @@ std::optional<FileDialogResult> RecordingHost::saveFileDialog(const FileDialogRe
 }
 
 void RecordingHost::progress(std::string_view text) {
-    events_.push_back({HostEvent::Kind::Progress, std::string(text), {}, MsgButtons::Ok, MsgIcon::None, {}, false});
+    events_.push_back(
+        {HostEvent::Kind::Progress, std::string(text), {}, MsgButtons::Ok, MsgIcon::None, {}, false});
 }
 
 void RecordingHost::sleepMs(int milliseconds) {

@@ -32,7 +32,8 @@ public:
     void answerInput(std::optional<std::string> text) { inputAnswers_.push_back(std::move(text)); }
     void answerDialog(std::optional<FileDialogResult> r) { dialogAnswers_.push_back(std::move(r)); }
 
-    MsgResult message(std::string_view text, MsgButtons buttons, MsgIcon icon, std::string_view title) override;
+    MsgResult message(std::string_view text, MsgButtons buttons, MsgIcon icon,
+                      std::string_view title) override;
     std::optional<std::string> input(std::string_view prompt, std::string_view title,
                                      std::string_view defaultText) override;
     std::optional<FileDialogResult> openFileDialog(const FileDialogRequest& request) override;

@@ -1,0 +1,152 @@
+#include "common/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <locale>
+
+namespace zel {
+namespace {
+
+struct FloatCase {
+    float value;
+    const char* text;
+};
+struct DoubleCase {
+    double value;
+    const char* text;
+};
+struct PatternCase {
+    double value;
+    const char* pattern;
+    const char* text;
+};
+
+const FloatCase kFloatTexts[] = {
+    {0.5f, "0.5"},
+    {1.0f / 3.0f, "0.3333333"},
+    {123.456789f, "123.4568"},
+    {12345678.0f, "1.234568E+07"},
+    {1.0f / 11.0f, "9.090909E-02"},
+    {0.000005f, "0.000005"},
+    {1.5e-7f, "1.5E-07"},
+    {654322.25f, "654322.3"}, // an exact tie on the binary value rounds away from zero
+    {-654322.25f, "-654322.3"},
+    {-0.0f, "0"},
+    {0.0f, "0"},
+    {100.0f, "100"},
+    {1234567.0f, "1234567"},
+    {9999999.0f, "9999999"},
+    {0.1f, "0.1"},
+    {0.0001f, "0.0001"},
+    {1e-10f, "1E-10"},
+    {-2.5f, "-2.5"},
+    {3.4e38f, "3.4E+38"},
+};
+
+const DoubleCase kDoubleTexts[] = {
+    {0.1, "0.1"},
+    {1.0 / 3.0, "0.333333333333333"},
+    {1e15, "1E+15"},
+    {123456789012345.0, "123456789012345"},
+    {123456789012345678.0, "1.23456789012346E+17"},
+    {0.000001234, "0.000001234"},
+    {1.5e-16, "1.5E-16"},
+    {-42.0, "-42"},
+    {2.675, "2.675"},
+    {0.99999999999999994, "1"}, // rounding carries into a new leading digit
+    {-9.9999999999999996e22, "-1E+23"},
+};
+
+const PatternCase kPatterns[] = {
+    {2.675, "#0.00", "2.68"}, // the 15-digit text is 2.675, whatever the binary value
+    {0.125, "#0.00", "0.13"},
+    {2.5, "#0", "3"},
+    {-2.5, "#0", "-3"},
+    {0.4, "#0", "0"},
+    {0.6, "#0", "1"},
+    {1.5, "#0.00000", "1.50000"},
+    {1.25, "0.000", "1.250"},
+    {1.25, "#0.000", "1.250"},
+    {5, "#00", "05"},
+    {-3, "#00", "-03"},
+    {123, "#00", "123"},
+    {0.5, "#.0", ".5"},
+    {0.04, "#.0", ".0"},
+    {12.34, "#.0", "12.3"},
+    {-0.0004, "#0.000", "-0.000"},
+    {99.995, "#0.00", "100.00"},
+    {9.9999, "#0.00", "10.00"},
+    {0.006, "#0.00", "0.01"},
+    {0.0, "#0.00", "0.00"},
+    {-1234.5678, "#0.0", "-1234.6"},
+    {1234567890123456789.0, "#0", "1234567890123460000"},
+    {1e-20, "#0.0000", "0.0000"},
+    {12345.678, "0.00", "12345.68"},
+    {7.0, "#0.0", "7.0"},
+};
+
+void checkAllTexts() {
+    for (const auto& c : kFloatTexts)
+        EXPECT_EQ(shortestText(c.value), c.text) << c.text;
+    for (const auto& c : kDoubleTexts)
+        EXPECT_EQ(shortestText(c.value), c.text) << c.text;
+    for (const auto& c : kPatterns)
+        EXPECT_EQ(formatNumber(c.value, c.pattern), c.text) << c.value << " " << c.pattern;
+}
+
+TEST(NumberText, ShortestAndPatternTexts) {
+    checkAllTexts();
+}
+
+TEST(NumberText, FloatPatternsUseSevenDigits) {
+    EXPECT_EQ(formatNumber(12345678.9f, "#0"), "12345680");
+    EXPECT_EQ(formatNumber(12345678.9, "#0"), "12345679");
+    EXPECT_EQ(formatNumber(0.1f, "#0.000"), "0.100");
+    EXPECT_EQ(formatNumber(2.675f, "#0.00"), "2.68");
+    EXPECT_EQ(formatNumber(7, "#00"), "07");
+}
+
+TEST(NumberText, NonFiniteValuesGiveTheClassicTexts) {
+    EXPECT_EQ(shortestText(std::numeric_limits<float>::infinity()), "1.#INF");
+    EXPECT_EQ(shortestText(-std::numeric_limits<double>::infinity()), "-1.#INF");
+    EXPECT_EQ(shortestText(std::nanf("")), "-1.#IND");
+    EXPECT_EQ(formatNumber(std::numeric_limits<double>::quiet_NaN(), "#0.00"), "-1.#IND");
+}
+
+// The files must not change with the user's regional settings.
+TEST(NumberText, TextsIgnoreACommaDecimalLocale) {
+    struct CommaPoint : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale saved = std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
+    const std::string savedC = std::setlocale(LC_ALL, nullptr);
+    const bool german = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    checkAllTexts();
+    EXPECT_DOUBLE_EQ(val("1.5"), 1.5);
+    std::setlocale(LC_ALL, savedC.c_str());
+    std::locale::global(saved);
+    if (!german)
+        GTEST_SKIP() << "de_DE.UTF-8 is not generated on this machine; only the C++ locale was changed";
+}
+
+TEST(Val, ReadsLikeBasic) {
+    const DoubleCase cases[] = {
+        {12.5, "  12.5"}, {123, "1 2 3"},      {1, "1,5"},
+        {1000, "1E3"},    {100, "1D2"},        {0, ""},
+        {0, "abc"},       {-3.5, "-3.5xyz"},   {-5, "- 5"},
+        {4, "+4"},        {0.5, ".5"},         {1.2, "1.2.3"},
+        {1, "1e"},        {1.5e-7, "1.5E-07"}, {1.234568e7, "1.234568E+07"},
+        {255, "&HFF"},    {-1, "&HFFFF"},      {65535, "&HFFFF&"},
+        {8, "&O10"},      {42, "42\r\n"},
+    };
+    for (const auto& c : cases)
+        EXPECT_DOUBLE_EQ(val(c.text), c.value) << '"' << c.text << '"';
+}
+
+} // namespace
+} // namespace zel
