@@ -1,0 +1,77 @@
+#pragma once
+// The bulk data of the log held beside cZEL_Data: the waveform matrix, the per-point tables, and the log's
+// RE, background and baseline. All point arrays are sized and cut together, so point n means the same depth
+// step in every one of them.
+
+#include "log/point_matrix.h"
+#include "log/waveform_matrix.h"
+#include "waveform/waveform_record.h"
+
+#include <array>
+#include <span>
+#include <vector>
+
+namespace zel {
+
+// Columns of the per-point table named by the raw log's lists. Which column holds the %RE signal is not
+// fixed here: it depends on the acquisition's column layout, so the signal maximum takes it as a parameter.
+namespace point_column {
+inline constexpr int Depth = 0;
+inline constexpr int O2 = 1; // O2 mode
+inline constexpr int Rate = 3;
+inline constexpr int Conductivity = 4; // column 7 in the Birch mode
+inline constexpr int ConductivityBirch = 7;
+} // namespace point_column
+
+namespace hammer_column {
+inline constexpr int BlowCount = 1;
+} // namespace hammer_column
+
+namespace presflow_column {
+inline constexpr int Depth = 0; // in the log's unit
+inline constexpr int Time = 1;
+inline constexpr int PressureUp = 2;
+inline constexpr int PressureDown = 3; // PSI
+inline constexpr int FlowUp = 4;       // mL/min
+inline constexpr int KEstimate = 5;
+} // namespace presflow_column
+
+inline constexpr int kHammerColumns = 3;
+inline constexpr int kCounterColumns = 1;
+inline constexpr int kPresFlowColumns = 6;
+
+// One depth step as acquisition or recovery appends it.
+struct PointValues {
+    std::span<const float> wave;    // samplesPerWave() samples, mV
+    std::span<const float> columns; // one value per per-point column
+    std::array<float, kHammerColumns> hammer{};
+    float counter = 0.0f;
+    std::array<float, kPresFlowColumns> presFlow{}; // taken only when the log carries pressure/flow
+};
+
+struct LogArrays {
+    WaveformMatrix waves;
+    PointMatrix columns{kMaxDataColumns};   // (column, point), Data_Cols columns
+    PointMatrix hammer{kHammerColumns};     // (column, point)
+    PointMatrix counter{kCounterColumns};   // one value a point
+    PointMatrix presFlow{kPresFlowColumns}; // (column, point); empty when the log has no pressure/flow
+    Waveform re;
+    Waveform blank;
+    std::vector<float> baseline;
+
+    // Number of points held (all point arrays agree).
+    int points() const { return waves.points(); }
+
+    // Empties every point array and reserves room for a full push. On any refusal nothing is left reserved.
+    ArrayStatus beginPush(int samplesPerWave, int dataColumns, bool withPresFlow);
+    // Sizes every point array for a loaded log of points points, all values 0.
+    ArrayStatus resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow);
+    // Appends one point to every array, all or nothing.
+    ArrayStatus appendPoint(const PointValues& point);
+    // Cuts every point array to points points, keeping their contents.
+    ArrayStatus truncate(int points);
+    // Drops all data, the RE, background and baseline included.
+    void clear();
+};
+
+} // namespace zel
