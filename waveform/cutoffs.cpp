@@ -10,7 +10,7 @@ namespace {
 constexpr std::int32_t kIndexMax = std::numeric_limits<std::int32_t>::max();
 
 std::int32_t upperBoundOf(std::span<const float> samples) {
-    // Boundaries are 32-bit; a longer waveform is searched over the part they can address.
+    // Boundaries are 32-bit; a longer waveform is searched over the samples they can address.
     return static_cast<std::int32_t>(std::min<std::size_t>(samples.size(), kIndexMax)) - 1;
 }
 
