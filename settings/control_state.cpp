@@ -3,7 +3,6 @@
 #include "settings/basic_convert.h"
 #include "settings/ini_file.h"
 
-#include <array>
 #include <stdexcept>
 #include <vector>
 
@@ -15,16 +14,17 @@ bool startsWith(std::string_view text, std::string_view prefix) {
 }
 
 // Frames, buttons, lines, shapes, pictures and images hold nothing to keep; the live instrument read-outs
-// ("txtComm_", "txtInfo_", "txtGPS_" in the dialogs) must never come back from a file.
+// ("txtComm_...", "txtInfo_...", "txtGPS_...") must never come back from a file. Compared on the lower-cased
+// name, so the read-outs are caught however their names are capitalised.
 bool skippedOnSave(std::string_view name) {
     std::string lower(name);
     for (char& c : lower)
         c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    if (startsWith(lower, "fillist") || startsWith(lower, "label")) return true;
-    static constexpr std::array<std::string_view, 10> skipped{
-        "fra", "cmd", "lin", "sha", "shp", "pic", "img", "txtcomm_", "txtinfo_", "txtgps_"};
+    static constexpr std::string_view skipped[] = {"fillist", "label",    "fra",      "cmd",
+                                                   "lin",     "sha",      "shp",      "pic",
+                                                   "img",     "txtcomm_", "txtinfo_", "txtgps_"};
     for (auto p : skipped)
-        if (startsWith(name, p)) return true;
+        if (startsWith(lower, p)) return true;
     return false;
 }
 
