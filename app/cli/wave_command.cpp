@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include <charconv>
+#include <iostream>
+#include <memory>
 #include <ostream>
 #include <sstream>
 
@@ -80,6 +82,20 @@ int runWave(const WaveArgs& args, std::ostream& out, std::ostream& err) {
         return 1;
     }
     return 0;
+}
+
+void addWaveCommand(CLI::App& app, CommandRunner& run) {
+    auto args = std::make_shared<WaveArgs>();
+    auto* cmd =
+        app.add_subcommand("wave", "Process one waveform against an RE and print the results as JSON");
+    cmd->add_option("--re", args->rePath, "RE waveform file (one sample in mV per line)")->required();
+    cmd->add_option("--wave", args->wavePath, "waveform file to process")->required();
+    cmd->add_option("--bg", args->bgPath, "background subtracted from the RE and the waveform");
+    cmd->add_option("--dt", args->dt, "seconds between samples")->capture_default_str();
+    cmd->add_option("--delay", args->delay, "RE delay from the trigger in seconds")->capture_default_str();
+    cmd->add_option("--mode", args->mode, "operating mode")->check(CLI::Range(0, 99))->capture_default_str();
+    cmd->add_flag("--gated", args->gated, "gated channel layout (first pulse is the scatter peak)");
+    cmd->callback([args, &run] { run = [args] { return runWave(*args, std::cout, std::cerr); }; });
 }
 
 } // namespace zel::cli

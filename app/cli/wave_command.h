@@ -1,6 +1,8 @@
 #pragma once
 // "zel-cli wave": one waveform processed against an RE, printed as JSON.
 
+#include "app/cli/command.h"
+
 #include <iosfwd>
 #include <string>
 

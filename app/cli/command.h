@@ -1,0 +1,17 @@
+#pragma once
+// Each zel-cli subcommand lives in its own file and registers itself on the application here. Parsing
+// picks the one command to run; the command returns the exit code (0 success, 1 bad input or refused
+// operation; usage errors, 2, are CLI11's).
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace zel::cli {
+
+using CommandRunner = std::function<int()>;
+
+// Adds "wave" to app; when it is the chosen subcommand, run is set to its action.
+void addWaveCommand(CLI::App& app, CommandRunner& run);
+
+} // namespace zel::cli
