@@ -31,6 +31,7 @@ protected:
     std::string file(const std::string& name) const { return (root_ / name).string(); }
 
     static void put(const std::string& path, const std::string& bytes) {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
         std::ofstream(path, std::ios::binary | std::ios::trunc)
             .write(bytes.data(), std::streamsize(bytes.size()));
     }
