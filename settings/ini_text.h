@@ -54,8 +54,9 @@ public:
     bool empty() const { return bytes_.empty(); }
 
     // ---- Reading. Section and key names are trimmed and matched without case; the first match wins.
-    // The key's value with one pair of matching outer quotes removed; nullopt when the section or key is
-    // missing, or when the key's line holds no "=" (such a line is found by name but has no value).
+    // The key's value with one pair of matching outer quotes removed (before any cut to a caller's buffer);
+    // nullopt when the section or key is missing, or when the key's line holds no "=" (such a line is found
+    // by name, hiding later lines of that name, but has no value). Names compare ASCII letters without case.
     std::optional<std::string_view> value(std::string_view section, std::string_view key) const;
     bool hasSection(std::string_view section) const;
     // Keys of the section in file order (lines with "="; duplicates included, empty names left out).
@@ -66,11 +67,15 @@ public:
     // Every section header in file order (duplicates included, empty names left out).
     std::vector<std::string_view> sectionNames() const;
 
-    // ---- Editing, as WritePrivateProfileString and WritePrivateProfileSection change a file.
+    // ---- Editing, as WritePrivateProfileString and WritePrivateProfileSection change a file. Section and
+    // key names are written trimmed; the value as given. An existing key keeps its line: what follows its
+    // first "=" is replaced by the value (so "k = old" becomes "k =new"); a line with the bare name gets
+    // "=value" appended.
     void writeString(std::string_view section, std::string_view key, std::string_view value);
     void deleteKey(std::string_view section, std::string_view key);
     void deleteSection(std::string_view section);
-    // Replaces the section's lines by the given entries (each written as one line as given).
+    // Replaces the section's lines, comments included, by the given entries (each written as one line as
+    // given); blank lines between the section and the next header stay.
     void writeSection(std::string_view section, const std::vector<std::string_view>& entries);
 
     // Length of the leading bytes that the last edit left untouched (equal to the old size when the edit only

@@ -198,13 +198,5 @@ TEST(IniEdit, RepeatedWritesKeepCallOrderAndTheBinaryTail) {
     EXPECT_EQ(raw.bytes(), "[INFO]\r\na=5\r\nb=22\r\nc=4\r\n[DATA]\r\nx=3\r\n\x01\x02\0\xfe"s);
 }
 
-TEST(IniEdit, AppendsLeaveThePrefixUntouched) {
-    IniDocument doc("[S]\r\na=1\r\n");
-    doc.writeString("S", "b", "2");
-    EXPECT_EQ(doc.unchangedPrefix(), 10u);
-    doc.writeString("S", "a", "9");
-    EXPECT_EQ(doc.unchangedPrefix(), 7u);
-}
-
 } // namespace
 } // namespace zel::ini

@@ -23,7 +23,9 @@ namespace zel::ini {
 using ReadLimit = std::optional<std::uintmax_t>;
 
 // The value of section/key, at most bufferSize - 1 characters. A missing file, section or key gives
-// the default with its trailing blanks removed (also cut to bufferSize - 1).
+// the default with its trailing spaces removed (also cut to bufferSize - 1).
+// Only the first 256 MiB of a file are looked at (a text part never comes near that); a file larger than
+// that cannot be edited, and writes to it fail.
 std::string profileString(const std::string& path, std::string_view section, std::string_view key,
                           std::string_view defaultValue, std::size_t bufferSize, ReadLimit limit = {});
 // NUL-separated lists as packList() describes: the keys of a section, the "key=value" lines of a section,
