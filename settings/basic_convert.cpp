@@ -1,5 +1,6 @@
 #include "settings/basic_convert.h"
 
+#include "common/text.h"
 #include "settings/ini_text.h"
 
 #include <cctype>
@@ -9,14 +10,6 @@
 
 namespace zel {
 namespace {
-
-std::string_view trimBlanks(std::string_view t) {
-    while (!t.empty() && (t.front() == ' ' || t.front() == '\t'))
-        t.remove_prefix(1);
-    while (!t.empty() && (t.back() == ' ' || t.back() == '\t'))
-        t.remove_suffix(1);
-    return t;
-}
 
 // A decimal number with optional sign, fraction and exponent, and nothing else.
 std::optional<double> number(std::string_view text) {

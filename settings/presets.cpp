@@ -1,5 +1,6 @@
 #include "settings/presets.h"
 
+#include "common/text.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
 #include "settings/ini_text.h"
@@ -17,14 +18,6 @@ std::vector<std::string_view> lines(std::string_view text) {
         pos = end + ((text[end] == '\r' && end + 1 < text.size() && text[end + 1] == '\n') ? 2 : 1);
     }
     return out;
-}
-
-std::string_view trimBlanks(std::string_view t) {
-    while (!t.empty() && (t.front() == ' ' || t.front() == '\t'))
-        t.remove_prefix(1);
-    while (!t.empty() && (t.back() == ' ' || t.back() == '\t'))
-        t.remove_suffix(1);
-    return t;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "app/cli/sample_file.h"
 
+#include "common/text.h"
+
 #include <charconv>
 #include <cmath>
 #include <fstream>
@@ -9,15 +11,6 @@ namespace zel::cli {
 
 namespace {
 constexpr std::uintmax_t kMaxBytes = 16u * 1024u * 1024u;
-
-std::string_view trim(std::string_view s) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    while (!s.empty() && blank(s.front()))
-        s.remove_prefix(1);
-    while (!s.empty() && blank(s.back()))
-        s.remove_suffix(1);
-    return s;
-}
 } // namespace
 
 SampleFile readSampleFile(const std::string& path) {
@@ -38,7 +31,7 @@ SampleFile readSampleFile(const std::string& path) {
     std::size_t lineNo = 0;
     while (std::getline(in, line)) {
         ++lineNo;
-        const std::string_view t = trim(line);
+        const std::string_view t = trimLine(line);
         if (t.empty() || t.front() == '#') continue;
         float v = 0.0f;
         const char* first = t.data() + (t.front() == '+' ? 1 : 0);
