@@ -1,0 +1,30 @@
+#pragma once
+// The number lists of a raw log's DATA section (and the BASELINE of DATA_INFO): one value per element,
+// elements joined with ",". A 10,001-point log makes lists of about 90,000 characters, so both directions
+// work on whole lists at once and never go through a length-limited read.
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zel {
+
+// Each element through the pattern "#0." and decimals zeros ("#0" for none), every "," of an element made
+// ".", elements joined with ","; a joined text that starts with "," loses that first character.
+std::string formatDataList(std::span<const float> values, int decimals);
+
+struct ListParse {
+    bool ok = true;
+    std::size_t badElement = 0; // 0-based index of the first element that is not a number
+    bool tooLong = false;       // more elements than the caller allows
+};
+
+// Splits at "," and converts each element with "." as the decimal separator (blanks around it ignored, an
+// empty element is 0, as Basic's Val reads it). The elements must be plain numbers: a list from a damaged
+// file is refused rather than read as zeros. At most maxElements are taken; the count is checked before
+// anything is allocated. An empty text is an empty list.
+ListParse parseDataList(std::string_view text, std::size_t maxElements, std::vector<float>& out);
+
+} // namespace zel
