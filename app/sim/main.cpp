@@ -1,0 +1,97 @@
+// zel-sim: instrument simulators speaking the real protocols, so the program and its tests can run a
+// whole acquisition on one machine. Each simulator prints one JSON line naming what it opened.
+
+#include "app/sim/scope_model.h"
+#include "app/sim/scope_server.h"
+#include "app/sim/site_model.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <nlohmann/json.hpp>
+
+#include <iostream>
+
+namespace {
+
+struct ScopeArgs {
+    std::string host = "127.0.0.1";
+    int portmapPort = 111;
+    int vxi11Port = 0;
+    int socketPort = 0;
+    std::string transcript;
+    int sweepMs = 20;
+    std::uint32_t seed = 1;
+    std::string device = "inst0";
+    std::string name = "\"ZELSCOPE07\"";
+};
+
+int runScope(const ScopeArgs& a) {
+    zel::sim::SiteModel site(a.seed);
+    QElapsedTimer clock;
+    clock.start();
+    zel::sim::ScopeSimOptions options;
+    options.sweepMs = a.sweepMs;
+    options.seed = a.seed;
+    options.networkName = a.name;
+    zel::sim::ScopeModel model(site, options, [&clock] { return clock.elapsed(); });
+    zel::sim::ScopeServer server(model, a.device, a.transcript);
+    std::string error;
+    const auto port = [](int p) { return static_cast<std::uint16_t>(p); };
+    if (!server.listen(QString::fromStdString(a.host),
+                       {port(a.portmapPort), port(a.vxi11Port), port(a.socketPort)}, error)) {
+        std::cerr << "zel-sim scope: " << error << '\n';
+        return 1;
+    }
+    const auto p = server.ports();
+    nlohmann::ordered_json j;
+    j["scope"] = {{"portmap", p.portmap}, {"vxi11", p.vxi11}, {"socket", p.socket}};
+    std::cout << j.dump() << std::endl;
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication qapp(argc, argv);
+    CLI::App app{"ZEL instrument simulators"};
+    app.require_subcommand(1);
+
+    ScopeArgs scope;
+    CLI::App* sc = app.add_subcommand(
+        "scope", "Oscilloscope on VXI-11 (with its own portmapper) and on a raw socket. Prints "
+                 "{\"scope\": {\"portmap\": P, \"vxi11\": V, \"socket\": S}} once listening.");
+    sc->add_option("--host", scope.host, "Address to listen on")->capture_default_str();
+    sc->add_option("--portmap-port", scope.portmapPort,
+                   "Portmapper port, TCP and UDP (111 needs root; 0 = any free)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535));
+    sc->add_option("--vxi11-port", scope.vxi11Port, "VXI-11 core channel port (0 = any free)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535));
+    sc->add_option("--socket-port", scope.socketPort, "Raw socket port, LF-ended messages (0 = any free)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535));
+    sc->add_option("--transcript", scope.transcript,
+                   "File receiving every program message, one a line, in order");
+    sc->add_option("--sweep-ms", scope.sweepMs,
+                   "Time of one averaged sweep; *OPC completes after NUMAV sweeps")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 60000));
+    sc->add_option("--seed", scope.seed, "Seed of the site model and the detector noise")
+        ->capture_default_str();
+    sc->add_option("--device", scope.device,
+                   "The one VXI-11 device name answered (inst0, or gpib0,2 for a gateway)")
+        ->capture_default_str();
+    sc->add_option("--name", scope.name, "Reply to ETHER:NAME?")->capture_default_str();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        app.exit(e);
+        return 2;
+    }
+    return runScope(scope);
+}

@@ -1,0 +1,76 @@
+#pragma once
+// The simulated oscilloscope's command interpreter and state, independent of the transport: the family's
+// syntax (short or long mnemonics, ";" staying in the subtree, star commands), HEADER on/off, the event
+// status register with *OPC completing after the averaging sweeps, and CURVE? from the site model.
+
+#include "app/sim/site_model.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zel::sim {
+
+struct ScopeSimOptions {
+    int sweepMs = 0; // time of one averaged sweep
+    std::uint32_t seed = 1;
+    std::string idn = "TEKTRONIX,TDS 3054,0,CF:91.1CT FV:v1.00 TDS3FFT:v1.00";
+    std::string networkName = "\"ZELSCOPE07\"";
+};
+
+class ScopeModel {
+public:
+    using NowMs = std::function<std::int64_t()>;
+
+    ScopeModel(const SiteModel& site, ScopeSimOptions options, NowMs now);
+
+    // One program message as received. Returns the reply (queries' answers joined by ";" and ended by
+    // LF), or nothing when the message holds no query.
+    std::string handle(std::string_view message);
+
+    void setDepthFt(double depth) { depthFt_ = depth; }
+    // Settings as the scope keeps them, by their long path ("CH2:SCALE"); empty when never set.
+    std::string setting(const std::string& path) const;
+    double number(const std::string& path) const;
+
+    // Scaling of the record CURVE? sends: volts = (level - yOff) * yMult + yZero.
+    double yMult() const;
+    double yOff() const;
+    double yZero() const;
+    double xIncr() const;
+    // Levels of the last completed acquisition (empty before the first).
+    const std::vector<std::int16_t>& record() const { return record_; }
+    int acquisitions() const { return acquisitions_; }
+
+private:
+    void update();
+    void acquire();
+    int sweepsPerAcquisition() const;
+    void command(const std::string& path, bool query, std::string_view args, std::string& reply);
+    std::string queryValue(const std::string& path);
+    std::string curveBlock();
+    void event(int bits);
+
+    const SiteModel& site_;
+    ScopeSimOptions options_;
+    NowMs now_;
+    std::mt19937 rng_;
+    std::map<std::string, std::string> settings_;
+    std::vector<std::int16_t> record_;
+    double depthFt_ = 0.0;
+    int esr_ = 0;
+    bool opcPending_ = false;
+    std::int64_t opcDueMs_ = 0;
+    int acquisitions_ = 0;
+    bool headers_ = true;
+};
+
+// The canonical long form of a header ("hor:del:tim" -> "HORIZONTAL:DELAY:TIME"); unknown mnemonics are
+// kept upper-cased.
+std::string canonicalPath(std::string_view header);
+
+} // namespace zel::sim

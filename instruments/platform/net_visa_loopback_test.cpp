@@ -1,0 +1,111 @@
+// The VISA sessions over real loopback sockets against zel-sim scope, in both resource forms.
+
+#include "instruments/platform/qt_byte_stream.h"
+#include "instruments/visa/ieee_block.h"
+#include "instruments/visa/net_visa.h"
+#include "tests/e2e/sim_process.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace zel::platform {
+namespace {
+
+using namespace zel::visa;
+
+void ensureApp() {
+    static int argc = 1;
+    static char name[] = "net_visa_loopback_test";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
+}
+
+struct Loopback : ::testing::Test {
+    std::string transcript = ::testing::TempDir() + "visa_loopback_" + std::to_string(::getpid()) + ".txt";
+    e2e::SimProcess sim{ZEL_SIM,
+                        {"scope", "--host", "127.0.0.1", "--portmap-port", "0", "--sweep-ms", "0",
+                         "--transcript", transcript, "--device", "inst0"}};
+    std::unique_ptr<NetVisa> visa;
+    ViSession rm = 0;
+
+    void SetUp() override {
+        ensureApp();
+        ASSERT_TRUE(sim.running());
+        visa = std::make_unique<NetVisa>(
+            qtByteStreamFactory(),
+            NetVisaOptions{static_cast<std::uint16_t>(sim.port("scope", "portmap")), 500});
+        ASSERT_EQ(visa->openDefaultRM(rm), VI_SUCCESS);
+    }
+
+    std::string query(ViSession vi, const std::string& command, std::uint32_t max = 256) {
+        std::uint32_t written = 0;
+        EXPECT_EQ(visa->write(vi, command, written), VI_SUCCESS);
+        std::string reply;
+        EXPECT_GE(visa->read(vi, reply, max), VI_SUCCESS);
+        return reply;
+    }
+};
+
+TEST_F(Loopback, BothResourceFormsQueryAndTransferTheSameBlock) {
+    const std::string resources[] = {
+        "TCPIP::127.0.0.1::INSTR",
+        "TCPIP::127.0.0.1::" + std::to_string(sim.port("scope", "socket")) + "::SOCKET",
+    };
+    for (const auto& resource : resources) {
+        ViSession vi = 0;
+        ASSERT_EQ(visa->open(rm, resource, VI_NO_LOCK, 0, vi), VI_SUCCESS) << resource;
+        EXPECT_EQ(visa->setAttribute(vi, VI_ATTR_WR_BUF_OPER_MODE, VI_FLUSH_ON_ACCESS), VI_SUCCESS);
+        EXPECT_EQ(query(vi, "*IDN?").substr(0, 10), "TEKTRONIX,") << resource;
+        std::uint32_t written = 0;
+        visa->write(vi, ":HEAD OFF;:DATA:ENC RIB;SOU CH2;STAR 1;STOP 500;WID 2", written);
+        visa->write(vi, ":HOR:RECORDL 500", written);
+        // A 1000-byte block whose data hold LF bytes, read through a reply buffer far smaller than it.
+        BlockParser block(1 << 20);
+        std::string part = query(vi, "CURVE?", 100);
+        while (!block.failed() && !block.complete()) {
+            block.feed(part);
+            if (block.complete()) break;
+            ASSERT_GE(visa->read(vi, part, 100), VI_SUCCESS);
+        }
+        EXPECT_TRUE(block.complete()) << block.error();
+        EXPECT_EQ(block.data().size(), 1000u);
+        EXPECT_EQ(visa->close(vi), VI_SUCCESS);
+    }
+    std::ifstream in(transcript);
+    std::stringstream text;
+    text << in.rdbuf();
+    const std::string once = "*IDN?\n:HEAD OFF;:DATA:ENC RIB;SOU CH2;STAR 1;STOP 500;WID 2\n"
+                             ":HOR:RECORDL 500\nCURVE?\n";
+    EXPECT_EQ(text.str(), once + once);
+}
+
+TEST_F(Loopback, UnknownDeviceAndClosedPortAreNotFound) {
+    ViSession vi = 0;
+    EXPECT_EQ(visa->open(rm, "TCPIP::127.0.0.1::gpib0,2::INSTR", VI_NO_LOCK, 0, vi), VI_ERROR_RSRC_NFOUND);
+    sim.kill();
+    EXPECT_EQ(visa->open(rm, "TCPIP::127.0.0.1::INSTR", VI_NO_LOCK, 0, vi), VI_ERROR_RSRC_NFOUND);
+    EXPECT_EQ(visa->open(rm, "TCPIP::127.0.0.1::INSTR::bad", VI_NO_LOCK, 0, vi), VI_ERROR_INV_RSRC_NAME);
+}
+
+TEST_F(Loopback, ReadWithNothingToSayAndFrozenInstrumentTimeOut) {
+    ViSession vi = 0;
+    ASSERT_EQ(visa->open(rm, "TCPIP::127.0.0.1::INSTR", VI_NO_LOCK, 0, vi), VI_SUCCESS);
+    std::string reply;
+    EXPECT_EQ(visa->read(vi, reply, 256), VI_ERROR_TMO);
+    // The late time-out answer of the server must not be taken for the next reply.
+    EXPECT_EQ(query(vi, "*ESR?"), "0\n");
+    sim.stop();
+    std::uint32_t written = 0;
+    const ViStatus st = visa->write(vi, "*IDN?", written);
+    if (st >= 0)
+        EXPECT_EQ(visa->read(vi, reply, 256), VI_ERROR_TMO);
+    else
+        EXPECT_EQ(st, VI_ERROR_TMO);
+    sim.resume();
+}
+
+} // namespace
+} // namespace zel::platform
