@@ -1,0 +1,287 @@
+#include "log/raw_log_reader.h"
+
+#include "common/testing/recording_host.h"
+#include "log/raw_log_test_data.h"
+#include "log/raw_log_writer.h"
+
+#include <gtest/gtest.h>
+
+namespace zel {
+namespace {
+
+using namespace testdata;
+using raw_log::kAlteredMessage;
+
+// IEEE singles spelled as their bit patterns.
+const std::string kOne = le32(0x3F800000), kTwo = le32(0x40000000), kThree = le32(0x40400000),
+                  kFour = le32(0x40800000), kMinusOne = le32(0xBF800000), kHalf = le32(0x3F000000);
+
+// Two points of two samples; keys out of the writer's order, blank lines, names in other cases.
+const std::string kText = "[INFO]\r\n"
+                          "\r\n"
+                          "units=M\r\n"
+                          "Time_Start=10/9/2015 8:00:00 AM\r\n"
+                          "Mode=BIRCH\xAE\r\n"
+                          "Notes=a\x03"
+                          "b\r\n"
+                          "[DATA_INFO]\r\n"
+                          "Wave_Points=1\r\n"
+                          "Data_Points=1\r\n"
+                          "Data_Cols=8\r\n"
+                          "PresFlow=True\r\n"
+                          "Dogwood=False\r\n"
+                          "TimeMode=true\r\n"
+                          "Cutoff_Index=5,6,7\r\n"
+                          "[GPS]\r\n"
+                          "UTC=1\r\n"
+                          "\r\n"
+                          "[DATA]\r\n"
+                          "DEPTH=0.5,1.5\r\n"
+                          "RE=1.00, 2.00\r\n"
+                          "COND=3,4\r\n"
+                          "O2=9,9\r\n"
+                          "DATA=Binary Appended\r\n";
+const std::string kBlock = kOne + kTwo + kThree + kMinusOne;
+
+std::string withTrailer(const std::string& text, const std::string& block) {
+    return text + block + le32(static_cast<std::uint32_t>(text.size()));
+}
+
+class RawLogReaderTest : public ::testing::Test {
+protected:
+    RawLogLoadResult load(const std::string& bytes, RawLogLoadOptions options = {}) {
+        writeAll(path, bytes);
+        host.clear();
+        return LoadRawLog(path, log, arrays, ctx, host, options);
+    }
+    testing::RecordingHost host;
+    FakeClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    TempFolder dir;
+    std::string path = dir.file("x.lif.raw.bin");
+};
+
+TEST_F(RawLogReaderTest, SectionsAreReadByKeyName) {
+    const auto r = load(withTrailer(kText, kBlock));
+    ASSERT_TRUE(r.ok) << (host.messages().empty() ? "" : host.messages()[0]);
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_FALSE(r.repaired);
+    EXPECT_EQ(r.textLength, kText.size());
+    EXPECT_TRUE(log.Metric());
+    EXPECT_EQ(log.Note(), "a\r\nb");
+    EXPECT_EQ(ctx.modeFamily, ModeFamily::Birch);
+    EXPECT_FALSE(log.TimeMode()); // only the exact text "True" counts
+    EXPECT_TRUE(log.Dogwood());   // before 2015-10-10 the flag is PresFlow's
+    EXPECT_EQ(log.Cutoff_Index(), (std::array<int, 3>{5, 6, 7}));
+    EXPECT_EQ(log.CoordSystem(), "WGS-84");
+    EXPECT_EQ(log.DataPoints(), 1);
+    EXPECT_EQ(arrays.re.samples, (std::vector<float>{1.0f, 2.0f}));
+    EXPECT_EQ(arrays.columns(point_column::Depth, 1), 1.5f);
+    EXPECT_EQ(arrays.columns(point_column::ConductivityBirch, 1), 4.0f); // the Birch mode's column
+    EXPECT_EQ(arrays.columns(point_column::Conductivity, 1), 0.0f);
+    EXPECT_EQ(arrays.columns(point_column::O2, 0), 0.0f); // O2 ignored outside O2 mode
+    EXPECT_EQ(std::vector<float>(arrays.waves.values().begin(), arrays.waves.values().end()),
+              (std::vector<float>{1.0f, 2.0f, 3.0f, -1.0f}));
+
+    ASSERT_TRUE(
+        load(withTrailer(kText, kBlock), {.quiet = false, .family = LogFamily::O2, .baselineFeature = false})
+            .ok);
+    EXPECT_EQ(arrays.columns(point_column::O2, 0), 9.0f);
+}
+
+TEST_F(RawLogReaderTest, DogwoodFollowsPresFlowOnlyBeforeTheTenthOfOctober2015) {
+    struct Case {
+        const char* start;
+        const char* dogwood; // nullptr: no key
+        bool expected;
+    };
+    for (const Case& c : {Case{"10/9/2015 11:59:59 PM", "False", true}, Case{"10/10/2015", "False", false},
+                          Case{"2016-01-01 00:00:00", "True", true}, Case{"10/10/2015", nullptr, false},
+                          Case{"", "False", true}}) {
+        std::string text =
+            "[INFO]\r\nTime_Start=" + std::string(c.start) + "\r\n[DATA_INFO]\r\nPresFlow=True\r\n";
+        if (c.dogwood) text += "Dogwood=" + std::string(c.dogwood) + "\r\n";
+        const RawLogText t(text);
+        log.Dogwood(false);
+        ReadInfo(t, log, ctx);
+        ReadDataInfo(t, log, ctx);
+        EXPECT_EQ(log.Dogwood(), c.expected) << c.start;
+    }
+}
+
+TEST_F(RawLogReaderTest, EditedTextPartIsRepairedOnceThenLoadsQuietly) {
+    // The operator typed four characters into Notes: the trailer still names the old length.
+    std::string edited = kText;
+    edited.replace(edited.find("a\x03"), 1, "abcde");
+    const std::string bytes = edited + kBlock + le32(static_cast<std::uint32_t>(kText.size()));
+    auto r = load(bytes);
+    ASSERT_TRUE(r.ok);
+    EXPECT_TRUE(r.repaired);
+    EXPECT_EQ(*r.trailer, static_cast<std::int32_t>(kText.size()));
+    EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(kAlteredMessage)});
+    EXPECT_EQ(arrays.waves(1, 1), -1.0f);
+    const std::string repaired = readAll(path);
+    EXPECT_EQ(repaired, edited + kBlock + le32(static_cast<std::uint32_t>(edited.size())));
+
+    host.clear();
+    r = LoadRawLog(path, log, arrays, ctx, host);
+    EXPECT_TRUE(r.ok && !r.repaired);
+    EXPECT_TRUE(host.messages().empty());
+
+    // A quiet load mends the trailer without a word.
+    r = load(bytes, {.quiet = true, .family = {}, .baselineFeature = false});
+    EXPECT_TRUE(r.ok && r.repaired);
+    EXPECT_TRUE(host.messages().empty());
+}
+
+TEST_F(RawLogReaderTest, MarkerAcrossTheChunkBoundaryIsFound) {
+    // Pad Notes so that "Appended" starts 4 bytes before offset 10,000 and ends 4 bytes after it.
+    const std::string head = kText.substr(0, kText.find("DATA=Binary"));
+    const std::size_t markerAt = head.size() + std::string("DATA=Binary ").size();
+    std::string text = kText;
+    text.insert(text.find("b\r\n"), std::string(9996 - markerAt, 'n'));
+    ASSERT_EQ(text.find("Appended"), 9996u);
+    const auto r = load(withTrailer(text, kBlock));
+    ASSERT_TRUE(r.ok);
+    EXPECT_FALSE(r.repaired);
+    EXPECT_EQ(r.textLength, text.size());
+    EXPECT_EQ(arrays.waves(0, 1), 3.0f);
+}
+
+TEST_F(RawLogReaderTest, MissingReIsZerosAndOneMessage) {
+    std::string text = kText;
+    text.replace(text.find("RE=1.00, 2.00"), 13, "RE=");
+    const auto r = load(withTrailer(text, kBlock));
+    ASSERT_TRUE(r.ok);
+    EXPECT_TRUE(r.reMissing);
+    EXPECT_EQ(arrays.re.samples, (std::vector<float>{0.0f, 0.0f}));
+    EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
+}
+
+TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
+    std::string text = kText;
+    text.insert(text.find("[GPS]"), "BASELINE=0.5,0.25\r\n");
+    const std::string bytes = withTrailer(text, kBlock);
+    arrays.baseline = {9.0f};
+    host.answerMessage(MsgResult::No);
+    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kBaselineQuestion)});
+    EXPECT_EQ(arrays.baseline, std::vector<float>{9.0f});
+    host.answerMessage(MsgResult::Yes);
+    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    EXPECT_EQ(arrays.baseline, (std::vector<float>{0.5f, 0.25f}));
+    arrays.baseline = {9.0f};
+    ASSERT_TRUE(load(bytes).ok);
+    EXPECT_EQ(arrays.baseline, std::vector<float>{9.0f});
+}
+
+TEST_F(RawLogReaderTest, DamagedFilesAreRefusedWithAClearMessage) {
+    auto replaced = [](std::string text, const std::string& from, const std::string& to) {
+        return text.replace(text.find(from), from.size(), to);
+    };
+    struct Case {
+        std::string bytes;
+        std::string message;
+    };
+    const std::vector<Case> cases{
+        {"[INFO]\r\nSite=x\r\n" + kBlock, "the file holds no \"Appended\""},
+        {kText.substr(0, kText.size() - 2), "the text part runs to the end of the file"},
+        {withTrailer(replaced(kText, "Data_Points=1", "Data_Points=10001"), kBlock), "Data_Points is not"},
+        {withTrailer(replaced(kText, "Data_Points=1", "Data_Points=-1"), kBlock), "Data_Points is not"},
+        {withTrailer(replaced(kText, "Wave_Points=1", "Wave_Points=1e9"), kBlock), "Wave_Points is not"},
+        {withTrailer(replaced(kText, "Data_Cols=8", "Data_Cols=65"), kBlock), "Data_Cols is not"},
+        {withTrailer(replaced(kText, "Data_Points=1", "Data_Points=10000"), kBlock),
+         "Data_Points 10000 and Wave_Points 1 need 80012 bytes behind the text part, but the file has 20."},
+        {kText + kOne + kTwo, "Data_Points 1 and Wave_Points 1 need 20 bytes"},
+        {withTrailer(replaced(kText, "RE=1.00, 2.00", "RE=1.00,x"), kBlock),
+         "element 2 of the list RE is not a number."},
+        {withTrailer(replaced(kText, "DEPTH=0.5,1.5", "DEPTH=0.5,1e99"), kBlock),
+         "element 2 of the list DEPTH is not a number."},
+        {withTrailer(replaced(kText, "DEPTH=0.5,1.5", "DEPTH=0.5"), kBlock),
+         "the list DEPTH holds 1 values for 2 points."},
+        {withTrailer(replaced(kText, "DEPTH=0.5,1.5", "DEPTH=0.5,1.5,2"), kBlock),
+         "the list DEPTH holds more than 2 values."},
+        {withTrailer(replaced(kText, "Wave_Points=1", "Wave_Points=3"), le32(0)),
+         "the HD board column mask selects"},
+    };
+    for (const Case& c : cases) {
+        arrays.waves.resize(2, 2);
+        const auto r = load(c.bytes);
+        EXPECT_FALSE(r.ok) << c.message;
+        ASSERT_EQ(host.messages().size(), 1u) << c.message;
+        EXPECT_EQ(host.messages()[0].rfind("Error in LoadRawLog: ", 0), 0u);
+        EXPECT_NE(host.messages()[0].find(c.message), std::string::npos) << host.messages()[0];
+        EXPECT_EQ(arrays.points(), 0) << c.message;
+    }
+}
+
+TEST_F(RawLogReaderTest, HdBoardBlockIsSpreadOverTheColumnsAndTheWave) {
+    std::string text = "[DATA_INFO]\r\nWave_Points=3\r\nData_Points=0\r\nData_Cols=16\r\n"
+                       "[DATA]\r\nRE=1,1,1,1\r\nRATE=7,8\r\nDATA=Binary Appended\r\n";
+    // Mask: bit 0 (column 0), bit 7 (column 11), bit 14 (four values); two records, no trailer.
+    const std::string block = le32(0x4081) + kOne + kTwo + kHalf + kHalf + kHalf + kFour + //
+                              kThree + kFour + kOne + kOne + kOne + kOne;
+    const auto r = load(text + block);
+    ASSERT_TRUE(r.ok) << host.messages()[0];
+    EXPECT_TRUE(r.hdBoard);
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_EQ(log.DataPoints(), 1);
+    EXPECT_EQ(arrays.columns(4 + 0, 1), 3.0f);
+    EXPECT_EQ(arrays.columns(4 + 11, 0), 2.0f);
+    EXPECT_EQ(arrays.columns(point_column::Rate, 1), 8.0f);
+    EXPECT_EQ(arrays.waves(3, 0), 4.0f);
+    EXPECT_EQ(arrays.waves(0, 1), 1.0f);
+}
+
+TEST_F(RawLogReaderTest, SavedLogReadsBackToTheSameFile) {
+    for (int points : {1, 2, kMaxPoints}) {
+        cZEL_Data saved{host, clock};
+        LogArrays a;
+        RawLogContext c;
+        fillSmallLog(saved, a, c);
+        if (points != 2) {
+            saved.DataPoints(points - 1);
+            a.resize(3, 8, points, true);
+            for (int p = 0; p < points; ++p) {
+                a.columns(point_column::Depth, p) = 0.01f * static_cast<float>(p);
+                a.hammer(hammer_column::BlowCount, p) = 1.0f;
+            }
+            a.waves(2, points - 1) = 42.0f;
+        }
+        const auto first = SaveRawLog(dir.file("first"), saved, a, c, host);
+        ASSERT_TRUE(first.ok);
+        // A log of n points is its text, n waveforms of three samples and the trailer.
+        EXPECT_EQ(std::filesystem::file_size(first.path), first.textLength + 4u * 3u * points + 4u);
+
+        const auto r = LoadRawLog(first.path, log, arrays, ctx, host,
+                                  {.quiet = true, .family = {}, .baselineFeature = true});
+        ASSERT_TRUE(r.ok);
+        EXPECT_EQ(ctx.reAreaCh, c.reAreaCh);
+        EXPECT_EQ(arrays.waves.values().size(), a.waves.values().size());
+        EXPECT_TRUE(
+            std::equal(a.waves.values().begin(), a.waves.values().end(), arrays.waves.values().begin()));
+        EXPECT_EQ(arrays.columns(point_column::Depth, points - 1),
+                  a.columns(point_column::Depth, points - 1));
+        const auto second = SaveRawLog(dir.file("second"), log, arrays, ctx, host);
+        ASSERT_TRUE(second.ok);
+        EXPECT_EQ(readAll(first.path), readAll(second.path)) << points << " points";
+    }
+    EXPECT_TRUE(host.messages().empty());
+}
+
+TEST_F(RawLogReaderTest, RepairReportsWhatItFoundAndDid) {
+    writeAll(path, kText + kBlock + le32(7));
+    auto r = CheckAndRepairTrailer(path, host, true);
+    EXPECT_TRUE(r.ok && r.mismatch && r.repaired);
+    EXPECT_EQ(*r.trailer, 7);
+    r = CheckAndRepairTrailer(path, host, true);
+    EXPECT_TRUE(r.ok && !r.mismatch && !r.repaired);
+    EXPECT_EQ(readAll(path), withTrailer(kText, kBlock));
+    writeAll(path, "no marker here");
+    EXPECT_FALSE(CheckAndRepairTrailer(path, host, true).ok);
+}
+
+} // namespace
+} // namespace zel
