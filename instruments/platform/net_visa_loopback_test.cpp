@@ -1,11 +1,11 @@
 // The VISA sessions over real loopback sockets against zel-sim scope, in both resource forms.
 
 #include "instruments/platform/qt_byte_stream.h"
+#include "instruments/platform/qt_test_app.h"
 #include "instruments/visa/ieee_block.h"
 #include "instruments/visa/net_visa.h"
 #include "tests/e2e/sim_process.h"
 
-#include <QCoreApplication>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -16,13 +16,6 @@ namespace {
 
 using namespace zel::visa;
 
-void ensureApp() {
-    static int argc = 1;
-    static char name[] = "net_visa_loopback_test";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-}
-
 struct Loopback : ::testing::Test {
     std::string transcript = ::testing::TempDir() + "visa_loopback_" + std::to_string(::getpid()) + ".txt";
     e2e::SimProcess sim{ZEL_SIM,
@@ -32,7 +25,7 @@ struct Loopback : ::testing::Test {
     ViSession rm = 0;
 
     void SetUp() override {
-        ensureApp();
+        ensureQtTestApp();
         ASSERT_TRUE(sim.running());
         visa = std::make_unique<NetVisa>(
             qtByteStreamFactory(),

@@ -43,7 +43,13 @@ std::string numberInName(const std::string& name) {
     return number;
 }
 
+// The name as the scope states it, without a command header (a scope left with HEADER ON answers
+// ':ETHERNET:NAME "..."'), blanks and quotes.
 std::string nameFromReply(std::string reply) {
+    if (!reply.empty() && reply.front() == ':') {
+        const auto blank = reply.find(' ');
+        reply = blank == std::string::npos ? std::string() : reply.substr(blank + 1);
+    }
     const auto b = reply.find_first_not_of(" \t\r\n\"");
     if (b == std::string::npos) return {};
     return reply.substr(b, reply.find_last_not_of(" \t\r\n\"") - b + 1);

@@ -33,10 +33,9 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
         return;
     }
     double start = std::floor(clock_.secondsSinceMidnight());
-    send("*OPC", "Wave_Acq");
-    std::int32_t esr = 0;
     // A scope that stops answering would fail every poll; one report per wait is enough.
-    bool reported = false;
+    bool reported = !send("*OPC", "Wave_Acq");
+    std::int32_t esr = 0;
     while (true) {
         if (esr & 1) {
             send("*CLS", "Wave_Acq");
