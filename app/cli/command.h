@@ -13,5 +13,8 @@ using CommandRunner = std::function<int()>;
 
 // Adds "wave" to app; when it is the chosen subcommand, run is set to its action.
 void addWaveCommand(CLI::App& app, CommandRunner& run);
+// Adds "info" (a raw log loaded and summarised as JSON) and "repair" (its trailer checked and mended).
+void addInfoCommand(CLI::App& app, CommandRunner& run);
+void addRepairCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -8,6 +8,8 @@ int main(int argc, char** argv) {
 
     zel::cli::CommandRunner run;
     zel::cli::addWaveCommand(app, run);
+    zel::cli::addInfoCommand(app, run);
+    zel::cli::addRepairCommand(app, run);
 
     try {
         app.parse(argc, argv);

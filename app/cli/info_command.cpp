@@ -1,0 +1,141 @@
+#include "app/cli/info_command.h"
+
+#include "common/clock.h"
+#include "common/console_host.h"
+#include "log/data_lists.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+#include "log/raw_log_reader.h"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <iostream>
+#include <memory>
+#include <ostream>
+#include <sstream>
+
+namespace zel::cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// A float as the double whose shortest text is the float's own (449.6f prints 449.6).
+double plain(float v) {
+    char buf[32];
+    const auto res = std::to_chars(buf, buf + sizeof buf, v);
+    double d = 0.0;
+    std::from_chars(buf, res.ptr, d);
+    return d;
+}
+
+Json plain(std::span<const float> values) {
+    Json a = Json::array();
+    for (float v : values)
+        a.push_back(plain(v));
+    return a;
+}
+
+bool validUtf8(std::string_view s) {
+    for (std::size_t i = 0; i < s.size();) {
+        const auto c = static_cast<unsigned char>(s[i]);
+        const std::size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        if (n == 0 || i + n > s.size()) return false;
+        for (std::size_t k = 1; k < n; ++k)
+            if ((static_cast<unsigned char>(s[i + k]) >> 6) != 2) return false;
+        i += n;
+    }
+    return true;
+}
+
+// Logs from the field hold 8-bit Windows texts (the registered sign of the model names); JSON needs UTF-8.
+std::string utf8(std::string_view s) {
+    if (validUtf8(s)) return std::string(s);
+    std::string out;
+    for (char ch : s) {
+        const auto c = static_cast<unsigned char>(ch);
+        if (c < 0x80) {
+            out += ch;
+        } else {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
+Json header(const RawLogText& text) {
+    Json h = Json::object();
+    for (std::string_view section : text.document().sectionNames()) {
+        const std::string name = utf8(section);
+        if (h.contains(name)) continue; // a repeated section is never read
+        Json keys = Json::object();
+        for (std::string_view key : text.document().keyNames(section))
+            if (!keys.contains(utf8(key))) keys[utf8(key)] = utf8(text.value(section, key));
+        h[name] = std::move(keys);
+    }
+    return h;
+}
+
+Json lists(const RawLogText& text) {
+    Json l = Json::object();
+    for (std::string_view key : text.document().keyNames("DATA")) {
+        if (key == "DATA" || l.contains(utf8(key))) continue;
+        const auto v = text.unlimitedValue("DATA", key);
+        std::vector<float> values;
+        if (v && parseDataList(*v, v->size() + 1, values).ok) l[utf8(key)] = plain(values);
+    }
+    return l;
+}
+
+} // namespace
+
+int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
+    std::ostringstream shownStream;
+    ConsoleHost host(shownStream, ConsoleHost::Policy::Default);
+    SystemClock clock;
+    cZEL_Data log(host, clock);
+    LogArrays arrays;
+    RawLogContext ctx;
+    const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host);
+    if (!r.ok) {
+        err << "zel-cli info: " << args.path << " could not be loaded:\n" << shownStream.str();
+        return 1;
+    }
+    if (args.wave && (*args.wave < 0 || *args.wave >= arrays.waves.points())) {
+        err << "zel-cli info: --wave " << *args.wave << " is not a point of this log (0.."
+            << arrays.waves.points() - 1 << ")\n";
+        return 1;
+    }
+    const RawLogText text(r.text);
+    Json j;
+    j["header"] = header(text);
+    j["data_points"] = log.DataPoints();
+    j["wave_points"] = log.WavePoints();
+    j["signal_max"] = {{"value", plain(log.Signal_MaxValue())},
+                       {"depth_ft", plain(log.Signal_MaxDepth_Ft())},
+                       {"depth_m", plain(log.Signal_MaxDepth_M())}};
+    j["depth_max"] = {{"ft", plain(log.Depth_Max_Ft())}, {"m", plain(log.Depth_Max_M())}};
+    j["dogwood"] = log.Dogwood();
+    j["repaired"] = r.repaired;
+    Json messages = Json::array();
+    for (const std::string& m : host.shown())
+        messages.push_back(utf8(m));
+    j["messages"] = std::move(messages);
+    if (args.lists) j["lists"] = lists(text);
+    if (args.wave) j["wave"] = {{"point", *args.wave}, {"samples", plain(arrays.waves.wave(*args.wave))}};
+    out << j.dump(2) << '\n';
+    return 0;
+}
+
+void addInfoCommand(CLI::App& app, CommandRunner& run) {
+    auto args = std::make_shared<InfoArgs>();
+    auto* cmd = app.add_subcommand("info", "Load a raw log and print its header and summary as JSON");
+    cmd->add_option("FILE", args->path, "raw log (.lif.raw.bin, .o2.raw.bin, .clr.raw.bin)")->required();
+    cmd->add_flag("--lists", args->lists, "also print every DATA list in full");
+    cmd->add_option("--wave", args->wave, "also print the waveform of point N");
+    cmd->callback([args, &run] { run = [args] { return runInfo(*args, std::cout, std::cerr); }; });
+}
+
+} // namespace zel::cli
