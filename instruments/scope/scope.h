@@ -45,6 +45,9 @@ public:
     float MinVertScale_mV = 2.0f;
 
     void Init(const std::string& address);
+    // For the manual command tool: drive an instrument session opened elsewhere, without the start-up
+    // sequence of Init.
+    void Attach(visa::ViSession rm, visa::ViSession instrument);
     void Tek_Default();
     void Tek_TriggerLevel(const std::string& scaleText);
     void Tek_BigLittleTrig(bool big, bool little);

@@ -63,8 +63,12 @@ void cZEL_Scope::initError(visa::ViStatus status, int line) {
                   MsgButtons::Ok, MsgIcon::Critical);
 }
 
+namespace {
+const std::array<float, 10> kLadder = {0.001f, 0.002f, 0.005f, 0.01f, 0.02f, 0.05f, 0.1f, 0.2f, 0.5f, 1.0f};
+}
+
 void cZEL_Scope::Init(const std::string& address) {
-    VertScaleLadder = {0.001f, 0.002f, 0.005f, 0.01f, 0.02f, 0.05f, 0.1f, 0.2f, 0.5f, 1.0f};
+    VertScaleLadder = kLadder;
     Connected = false;
     ScopeAddress = address;
     if (!visa_) {
@@ -119,6 +123,13 @@ void cZEL_Scope::Init(const std::string& address) {
     scopeNumber_ = numberInName(ScopeName);
     Connected = true;
     Tek_Default();
+}
+
+void cZEL_Scope::Attach(visa::ViSession rm, visa::ViSession instrument) {
+    VertScaleLadder = kLadder;
+    DefaultRM = rm;
+    Instr = instrument;
+    Connected = visa_ != nullptr;
 }
 
 void cZEL_Scope::Tek_Default() {
