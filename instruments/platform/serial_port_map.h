@@ -1,0 +1,12 @@
+#pragma once
+// Serial port numbers of the options as device paths. The "Comm" section of the options file may name
+// the device of a port number ("Port3=/dev/ttyUSB0", any path, a pseudo-terminal too); a number without
+// an entry is the PC's own port, /dev/ttyS0 for port 1 and so on.
+
+#include <string>
+
+namespace zel::platform {
+
+std::string serialDevicePath(int port, const std::string& optionsPath);
+
+} // namespace zel::platform
