@@ -155,7 +155,13 @@ std::string ScopeModel::setting(const std::string& path) const {
 
 double ScopeModel::number(const std::string& path) const {
     double v = 0.0;
-    return parseNumber(setting(path), v) ? v : 0.0;
+    return parseNumber(setting(path), v) && std::isfinite(v) ? v : 0.0;
+}
+
+int ScopeModel::integer(const std::string& path, int lo, int hi) const {
+    // Whatever a client sent: clamped before it becomes an int.
+    return static_cast<int>(
+        std::clamp(std::round(number(path)), static_cast<double>(lo), static_cast<double>(hi)));
 }
 
 double ScopeModel::yMult() const {
@@ -174,11 +180,11 @@ double ScopeModel::xIncr() const {
 
 int ScopeModel::sweepsPerAcquisition() const {
     if (upper(setting("ACQUIRE:MODE")).rfind("AVE", 0) != 0) return 1;
-    return std::clamp(static_cast<int>(number("ACQUIRE:NUMAVG")), 1, 512);
+    return integer("ACQUIRE:NUMAVG", 1, 512);
 }
 
 void ScopeModel::event(int bits) {
-    esr_ |= bits & static_cast<int>(number("DESE"));
+    esr_ |= bits & integer("DESE", 0, 255);
 }
 
 void ScopeModel::update() {
@@ -190,7 +196,7 @@ void ScopeModel::update() {
 }
 
 void ScopeModel::acquire() {
-    const int recordLength = std::clamp(static_cast<int>(number("HORIZONTAL:RECORDLENGTH")), 1, 10000);
+    const int recordLength = integer("HORIZONTAL:RECORDLENGTH", 1, 10000);
     SampleTimes t;
     t.count = recordLength;
     t.stepS = xIncr();
@@ -200,7 +206,8 @@ void ScopeModel::acquire() {
     record_.resize(volts.size());
     for (std::size_t k = 0; k < volts.size(); ++k) {
         const double level = std::round((volts[k] - yZero()) / yMult() + yOff());
-        record_[k] = static_cast<std::int16_t>(std::clamp(level, -32768.0, 32767.0));
+        record_[k] =
+            std::isfinite(level) ? static_cast<std::int16_t>(std::clamp(level, -32768.0, 32767.0)) : 0;
     }
     acquisitions_ += sweeps;
 }
@@ -208,8 +215,8 @@ void ScopeModel::acquire() {
 std::string ScopeModel::curveBlock() {
     if (record_.empty()) acquire();
     const int n = static_cast<int>(record_.size());
-    const int start = std::clamp(static_cast<int>(number("DATA:START")), 1, n);
-    const int stop = std::clamp(static_cast<int>(number("DATA:STOP")), start, n);
+    const int start = integer("DATA:START", 1, n);
+    const int stop = integer("DATA:STOP", start, n);
     const bool wide = number("DATA:WIDTH") >= 2;
     std::string bytes;
     for (int i = start - 1; i < stop; ++i) {

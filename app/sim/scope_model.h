@@ -50,6 +50,7 @@ private:
     void update();
     void acquire();
     int sweepsPerAcquisition() const;
+    int integer(const std::string& path, int lo, int hi) const;
     void command(const std::string& path, bool query, std::string_view args, std::string& reply);
     std::string queryValue(const std::string& path);
     std::string curveBlock();

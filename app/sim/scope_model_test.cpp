@@ -90,5 +90,21 @@ TEST_F(Fixture, CurveIsTheRecordInTwoByteLevels) {
     EXPECT_GT(peakV, 0.005);
 }
 
+TEST_F(Fixture, HostileSettingsStillGiveAWellFormedBlock) {
+    for (const char* setup :
+         {":CH2:SCA 0;:HOR:RECORDL 1e300;:DATA:STOP -5;WID 2", ":CH2:SCA nan;:HOR:RECORDL -1",
+          ":DATA:START 99999;STOP 3;:ACQ:MOD AVE;NUMAV 1e20;:DESE 1e300"}) {
+        scope.handle(setup);
+        scope.handle("*OPC");
+        const std::string reply = scope.handle("CURVE?");
+        ASSERT_GE(reply.size(), 4u) << setup;
+        EXPECT_EQ(reply.front(), '#') << setup;
+        const int digits = reply[1] - '0';
+        ASSERT_GE(digits, 1);
+        const std::size_t count = std::stoul(reply.substr(2, static_cast<std::size_t>(digits)));
+        EXPECT_EQ(reply.size(), 2 + static_cast<std::size_t>(digits) + count + 1) << setup;
+    }
+}
+
 } // namespace
 } // namespace zel::sim
