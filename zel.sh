@@ -5,6 +5,7 @@
 #   ./zel.sh test --quick    the plain test suite only
 #   ./zel.sh bench [filter]  build and run the benchmark programs (Release build in build-bench/)
 #   ./zel.sh setup           only install the packages listed in tools/debian-packages.txt
+#   ./zel.sh fuzz [seconds]  the raw log reader under libFuzzer (clang, build-fuzz/), default 60 s
 #   ./zel.sh demo            a simulated push end to end
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -20,14 +21,15 @@ as_root() {
     fi
 }
 
-setup() {
+setup() { # [package list], default tools/debian-packages.txt
+    local list=${1:-$ROOT/tools/debian-packages.txt}
     local missing=() p
     while read -r p; do
         p=${p%%#*}
         p=${p//[[:space:]]/}
         [ -n "$p" ] || continue
         dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-    done <"$ROOT/tools/debian-packages.txt"
+    done <"$list"
     if [ ${#missing[@]} -gt 0 ]; then
         say "installing: ${missing[*]}"
         as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
@@ -79,17 +81,32 @@ bench() {
     done
 }
 
+# libFuzzer needs clang, whose packages are listed apart so that build and test never need them. New inputs
+# the fuzzer finds stay in build-fuzz/corpus; the seeds in log/fuzz/corpus are only read.
+fuzz() {
+    local seconds=${1:-60}
+    setup
+    setup "$ROOT/tools/debian-packages-fuzz.txt"
+    CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON -DZEL_BENCH=OFF
+    cmake --build "$ROOT/build-fuzz" -j "$JOBS" --target raw_log_fuzzer
+    mkdir -p "$ROOT/build-fuzz/corpus" "$ROOT/build-fuzz/artifacts"
+    say "raw_log_fuzzer for ${seconds} s"
+    "$ROOT/build-fuzz/bin/raw_log_fuzzer" -max_total_time="$seconds" -max_len=65536 -malloc_limit_mb=256 \
+        -artifact_prefix="$ROOT/build-fuzz/artifacts/" "$ROOT/build-fuzz/corpus" "$ROOT/log/fuzz/corpus"
+}
+
 case "${1:-}" in
 build) build ;;
 test) test_all "${2:-}" ;;
 bench) bench "${2:-}" ;;
 setup) setup ;;
+fuzz) fuzz "${2:-}" ;;
 demo)
     echo "zel.sh demo: the simulated push is not there yet (it arrives with the push loop and the instrument simulators)." >&2
     exit 1
     ;;
 *)
-    sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

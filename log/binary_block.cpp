@@ -121,7 +121,11 @@ bool rewriteTrailer(const std::string& path, std::uint32_t textLength) {
     return file.write(word, 4) && file.close();
 }
 
+// On a little-endian machine the bytes of a float in memory already are its bytes on disk, so the block is
+// written and read in one call; elsewhere each value is converted byte by byte.
 bool writeFloatsLe(BinaryFile& file, std::span<const float> values) {
+    if constexpr (std::endian::native == std::endian::little)
+        return file.write(values.data(), values.size_bytes());
     std::vector<unsigned char> buf(std::min(values.size(), kFloatsPerPass) * 4);
     for (std::size_t done = 0; done < values.size();) {
         const std::size_t n = std::min(kFloatsPerPass, values.size() - done);
@@ -134,6 +138,8 @@ bool writeFloatsLe(BinaryFile& file, std::span<const float> values) {
 }
 
 bool readFloatsLe(BinaryFile& file, std::span<float> values) {
+    if constexpr (std::endian::native == std::endian::little)
+        return file.read(values.data(), values.size_bytes());
     std::vector<unsigned char> buf(std::min(values.size(), kFloatsPerPass) * 4);
     for (std::size_t done = 0; done < values.size();) {
         const std::size_t n = std::min(kFloatsPerPass, values.size() - done);

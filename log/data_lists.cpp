@@ -3,7 +3,10 @@
 #include "common/number_text.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
+#include <cmath>
+#include <cstdint>
 
 namespace zel {
 namespace {
@@ -64,15 +67,100 @@ bool parseElement(std::string_view e, float& out) {
     return true;
 }
 
+constexpr std::uint64_t kPow10[] = {1,       10,       100,       1000,       10000,         100000,
+                                    1000000, 10000000, 100000000, 1000000000, 10000000000ULL};
+
+// q / d rounded half away from zero (q >= 0).
+std::uint64_t roundedQuotient(std::uint64_t q, std::uint64_t d) {
+    const std::uint64_t r = q % d;
+    return q / d + (2 * r >= d ? 1 : 0);
+}
+
+// formatNumber(v, "#0.000...") for the values lists are made of, in integer arithmetic: the float's exact
+// value m * 2^e is rounded to 7 significant digits half away from zero, then that decimal to the pattern's
+// decimals, half away from zero again. Handles 1e-3 <= |v| < 1e9 and decimals 0..3, which is every value a
+// list holds in practice; returns 0 for anything else, which then takes the general path.
+std::size_t formatFixedFast(float v, int decimals, char* out) {
+    if (decimals < 0 || decimals > 3 || !(std::fabs(v) >= 1e-3f) || !(std::fabs(v) < 1e9f)) return 0;
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(v);
+    const bool negative = bits >> 31;
+    const int biased = static_cast<int>((bits >> 23) & 0xFF);
+    const std::uint64_t m = (bits & 0x7FFFFF) | 0x800000; // normal: the domain has no subnormal
+    const int e = biased - 150;                           // |v| = m * 2^e
+
+    // k: the power of ten that brings the value to 7 integer digits; estimated, then corrected.
+    // |v| lies in [2^(e+23), 2^(e+24)): its decimal exponent is within one of (e + 23) * log10(2).
+    int k = 6 - static_cast<int>(std::floor((e + 23) * 0.30102999566398120));
+    std::uint64_t digits = 0;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (k < 0) {
+            // |v| >= 1e7 is a whole number of at most 30 bits.
+            const std::uint64_t n = e >= 0 ? m << e : m >> -e;
+            digits = roundedQuotient(n, kPow10[-k]);
+        } else {
+            const std::uint64_t num = m * kPow10[k];
+            digits = e >= 0 ? num << e : roundedQuotient(num, std::uint64_t{1} << -e);
+        }
+        if (digits < 1000000) {
+            ++k;
+        } else if (digits > 10000000) {
+            --k;
+        } else {
+            break;
+        }
+        if (k < -2 || k > 9) return 0;
+    }
+    if (digits == 10000000) { // rounding carried into an eighth digit
+        digits = 1000000;
+        --k;
+    }
+    if (digits < 1000000 || digits > 9999999) return 0;
+
+    // The 7-digit decimal is digits / 10^k; now to the pattern's decimals.
+    std::uint64_t scaled;
+    if (k <= decimals) {
+        if (decimals - k > 10) return 0;
+        scaled = digits * kPow10[decimals - k];
+    } else {
+        scaled = roundedQuotient(digits, kPow10[k - decimals]);
+    }
+    const std::uint64_t whole = scaled / kPow10[decimals];
+    const std::uint64_t frac = scaled % kPow10[decimals];
+    char* p = out;
+    if (negative) *p++ = '-';
+    p = std::to_chars(p, p + 24, whole).ptr;
+    if (decimals > 0) {
+        *p++ = '.';
+        for (int i = decimals - 1; i >= 0; --i)
+            *p++ = static_cast<char>('0' + (frac / kPow10[i]) % 10);
+    }
+    return static_cast<std::size_t>(p - out);
+}
+
 } // namespace
+
+std::string formatListElement(float value, int decimals) {
+    char buf[48];
+    if (const std::size_t n = formatFixedFast(value, decimals, buf)) return std::string(buf, n);
+    std::string pattern = "#0";
+    if (decimals > 0) pattern += "." + std::string(static_cast<std::size_t>(decimals), '0');
+    std::string e = formatNumber(value, pattern);
+    std::replace(e.begin(), e.end(), ',', '.');
+    return e;
+}
 
 std::string formatDataList(std::span<const float> values, int decimals) {
     std::string pattern = "#0";
     if (decimals > 0) pattern += "." + std::string(static_cast<std::size_t>(decimals), '0');
     std::string out;
     out.reserve(values.size() * static_cast<std::size_t>(8 + decimals));
+    char buf[48];
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (i) out += ',';
+        if (const std::size_t n = formatFixedFast(values[i], decimals, buf)) {
+            out.append(buf, n);
+            continue;
+        }
         std::string e = formatNumber(values[i], pattern);
         std::replace(e.begin(), e.end(), ',', '.');
         out += e;

@@ -15,6 +15,9 @@ namespace zel {
 // ".", elements joined with ","; a joined text that starts with "," loses that first character.
 std::string formatDataList(std::span<const float> values, int decimals);
 
+// One element as formatDataList writes it.
+std::string formatListElement(float value, int decimals);
+
 struct ListParse {
     bool ok = true;
     std::size_t badElement = 0; // 0-based index of the first element that is not a number

@@ -4,12 +4,18 @@
 #include "instruments/platform/qt_test_app.h"
 #include "instruments/visa/ieee_block.h"
 #include "instruments/visa/net_visa.h"
+#include "instruments/visa/rpc.h"
+#include "instruments/visa/vxi11_protocol.h"
 #include "tests/e2e/sim_process.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <netinet/in.h>
 #include <sstream>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 namespace zel::platform {
 namespace {
@@ -98,6 +104,53 @@ TEST_F(Loopback, ReadWithNothingToSayAndFrozenInstrumentTimeOut) {
     else
         EXPECT_EQ(st, VI_ERROR_TMO);
     sim.resume();
+}
+
+// What libtirpc-based VISA clients ask first: rpcbind version 4 over TCP (turned away with the supported
+// range, so they fall back) and GETPORT version 2 over UDP.
+TEST_F(Loopback, PortmapperTurnsAwayRpcbindProbesAndAnswersOverUdp) {
+    const auto portmapCall = [](std::uint32_t vers, std::uint32_t xid) {
+        XdrWriter args;
+        for (std::uint32_t v : {vxi11::kCoreProg, vxi11::kCoreVers, rpc::kIpProtoTcp, 0u})
+            args.u32(v);
+        return rpc::buildCall({xid, rpc::kPortmapProg, vers, rpc::kPortmapGetPort}, args.bytes());
+    };
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    to.sin_port = htons(static_cast<std::uint16_t>(sim.port("scope", "portmap")));
+    const timeval wait{2, 0};
+
+    const auto exchange = [&](int type, const std::string& bytes) {
+        const int fd = ::socket(AF_INET, type, 0);
+        ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+        std::string got;
+        if (::connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof to) == 0 &&
+            ::send(fd, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size())) {
+            char buf[512];
+            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+            if (n > 0) got.assign(buf, static_cast<std::size_t>(n));
+        }
+        ::close(fd);
+        return got;
+    };
+
+    rpc::RecordAssembler in(4096);
+    in.feed(exchange(SOCK_STREAM, rpc::frameRecord(portmapCall(4, 77))));
+    const auto record = in.next();
+    ASSERT_TRUE(record);
+    const rpc::Reply v4 = rpc::parseReply(*record);
+    EXPECT_EQ(v4.xid, 77u);
+    EXPECT_EQ(v4.stat, rpc::AcceptStat::ProgMismatch);
+    XdrReader range(v4.results);
+    EXPECT_EQ(range.u32(), 2u);
+    EXPECT_EQ(range.u32(), 2u);
+
+    const rpc::Reply udp = rpc::parseReply(exchange(SOCK_DGRAM, portmapCall(2, 78)));
+    ASSERT_EQ(udp.kind, rpc::Reply::Kind::Accepted);
+    EXPECT_EQ(udp.xid, 78u);
+    XdrReader port(udp.results);
+    EXPECT_EQ(port.u32(), static_cast<std::uint32_t>(sim.port("scope", "vxi11")));
 }
 
 } // namespace
