@@ -6,10 +6,7 @@
 
 namespace zel::platform {
 
-QtByteStream::QtByteStream() : socket_(std::make_unique<QTcpSocket>()) {
-    // Commands are small and answered one by one: Nagle's delay would cost a round trip each.
-    socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-}
+QtByteStream::QtByteStream() : socket_(std::make_unique<QTcpSocket>()) {}
 
 QtByteStream::~QtByteStream() {
     close();
@@ -39,7 +36,12 @@ template <class Done> bool QtByteStream::waitUntil(Done done, int timeoutMs) {
 QtByteStream::Result QtByteStream::connect(const std::string& host, std::uint16_t port, int timeoutMs) {
     socket_->connectToHost(QString::fromStdString(host), port);
     const bool ok = waitUntil([&] { return socket_->state() == QAbstractSocket::ConnectedState; }, timeoutMs);
-    if (ok) return Result::Ok;
+    if (ok) {
+        // Commands are small and answered one by one: Nagle's delay would cost a round trip each. The
+        // option only takes on a connected socket.
+        socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        return Result::Ok;
+    }
     const bool timedOut = socket_->state() != QAbstractSocket::UnconnectedState;
     socket_->abort();
     return timedOut ? Result::Timeout : Result::Error;
