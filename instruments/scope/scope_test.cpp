@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <numeric>
 
 namespace zel {
@@ -95,6 +96,44 @@ TEST_F(ScopeTest, ErrorsNameTheStatusAndTheRoutine) {
     scope.Tek_Lock(true);
     EXPECT_EQ(host.messages(), std::vector<std::string>{"Scope err: status " +
                                                         std::to_string(visa::VI_ERROR_TMO) + " in Lock"});
+}
+
+TEST_F(ScopeTest, OperationsSendTheirCommandsExactly) {
+    connect();
+    visa.replies["HORizontal:DELay:TIMe?"] = "6.5E-7\n";
+    visa.replies["ACQ:NUMAC?"] = "12\n";
+    std::int32_t acquisitions = 0;
+    struct Case {
+        std::function<void()> run;
+        std::vector<std::string> sent;
+    };
+    const Case cases[] = {
+        {[&] { scope.Tek_TriggerLevel("0.02"); }, {":CH1:SCA 0.02"}},
+        {[&] { scope.Tek_StopAfter(true); }, {":ACQ:STOPA SEQ"}},
+        {[&] { scope.Tek_State_Run(); }, {":ACQ:STATE RUN"}},
+        {[&] { scope.Tek_NumAcq_Get(acquisitions); }, {"ACQ:NUMAC?"}},
+        {[&] { scope.Tek_DelayTime(6.5e-7f, true); }, {"HORizontal:DELay:TIMe?", ":HOR:DEL:TIM 6.5E-07"}},
+        {[&] { scope.Tek_SaveWaveInternal("CH2", "REF1"); }, {":SAV:WAVE CH2,REF1"}},
+        {[&] { scope.Tek_MessageClear(); }, {":MESS:CLEAR;STATE OFF"}},
+        {[&] { scope.Tek_Lock(true); }, {"LOC ALL"}},
+        {[&] { scope.Tek_DataSource("CH1"); }, {":DATA:SOU CH1"}},
+        {[&] { scope.Tek_VertScale("CH2", 0.2f); }, {":CH2:SCA 0.2"}},
+        {[&] { scope.Tek_ChOn("CH1", true); }, {":SELECT:CH1 ON"}},
+        {[&] { scope.Tek_ChControl("CH1"); }, {":SELECT:CONTRO CH1"}},
+        {[&] { scope.PhosphMode(true); }, {":CH2:IMP MEG", ":HOR:MAI:SCA 200E-6", ":HOR:DEL:TIM 792E-6"}},
+        {[&] { scope.PhosphMode(false); }, {":CH2:IMP FIF", ":HOR:MAI:SCA 40E-9", ":HOR:DEL:TIM 6.5E-07"}},
+        {[&] { scope.Tek_TriggerView(); },
+         {"HORizontal:DELay:TIMe?", ":SELECT:CONTRO CH1", ":HOR:DEL:TIM 6.5E-07", ":SELECT:CONTRO CH2",
+          ":SELECT:CH1 OFF", ":HOR:DEL:TIM 6.5E-07"}},
+    };
+    for (const auto& c : cases) {
+        visa.writes.clear();
+        c.run();
+        EXPECT_EQ(visa.writes, c.sent);
+    }
+    EXPECT_EQ(acquisitions, 12);
+    EXPECT_EQ(scope.VertScale, 0.2f);
+    EXPECT_EQ(host.messages(), std::vector<std::string>{"Displaying trigger channel. Ok to exit this mode"});
 }
 
 TEST_F(ScopeTest, AverageRoundsUpToAPowerOfTwoWithin2To512) {
