@@ -62,6 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     zel::RawLogContext ctx;
     zel::RawLogLoadOptions options;
     options.baselineFeature = true;
+    // The family decides which lists are read (O2, the colour spectra); the input's length picks one.
+    constexpr zel::LogFamily kFamilies[] = {zel::LogFamily::Lif, zel::LogFamily::O2, zel::LogFamily::Colour};
+    options.family = kFamilies[size % 3];
     (void)zel::LoadRawLog(path, log, arrays, ctx, host, options);
 
     // The repair on the original bytes again (the load may have mended the trailer already).
