@@ -16,6 +16,8 @@ void addWaveCommand(CLI::App& app, CommandRunner& run);
 // Adds "info" (a raw log loaded and summarised as JSON) and "repair" (its trailer checked and mended).
 void addInfoCommand(CLI::App& app, CommandRunner& run);
 void addRepairCommand(CLI::App& app, CommandRunner& run);
+// Adds "scope" (commands, queries and processed waveforms from an oscilloscope).
+void addScopeCommand(CLI::App& app, CommandRunner& run);
 // Adds "startup" (a dry run of the program's start-up from its command line).
 void addStartupCommand(CLI::App& app, CommandRunner& run);
 

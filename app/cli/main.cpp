@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     zel::cli::addWaveCommand(app, run);
     zel::cli::addInfoCommand(app, run);
     zel::cli::addRepairCommand(app, run);
+    zel::cli::addScopeCommand(app, run);
     zel::cli::addStartupCommand(app, run);
 
     try {
