@@ -1,6 +1,10 @@
 // zel-sim: instrument simulators speaking the real protocols, so the program and its tests can run a
 // whole acquisition on one machine. Each simulator prints one JSON line naming what it opened.
 
+#include "app/sim/depth_sim.h"
+#include "app/sim/display_sim.h"
+#include "app/sim/gps_sim.h"
+#include "app/sim/hd_sim.h"
 #include "app/sim/scope_model.h"
 #include "app/sim/scope_server.h"
 #include "app/sim/site_model.h"
@@ -85,6 +89,13 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     sc->add_option("--name", scope.name, "Reply to ETHER:NAME?")->capture_default_str();
 
+    // The field instruments' simulators, each in its own file; the chosen one sets run.
+    std::function<int()> run;
+    zel::sim::addDepthSim(app, run);
+    zel::sim::addHdSim(app, run);
+    zel::sim::addGpsSim(app, run);
+    zel::sim::addDisplaySim(app, run);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
@@ -93,5 +104,6 @@ int main(int argc, char** argv) {
         app.exit(e);
         return 2;
     }
+    if (run) return run();
     return runScope(scope);
 }

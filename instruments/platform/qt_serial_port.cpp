@@ -47,6 +47,8 @@ bool QtSerialPort::open(const std::string& device, std::string_view settings) {
         port_->close();
         return false;
     }
+    // What arrived before this open belongs to nobody.
+    port_->clear();
     error_.clear();
     return true;
 }

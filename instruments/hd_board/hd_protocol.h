@@ -1,0 +1,42 @@
+#pragma once
+// The network data board's wire format, in one place for the driver and the simulator.
+//
+// Ports: commands go to 5000 as text ended by a carriage return; records stream from 5001 (5002 is
+// connected too, the board's second data stream, but the program reads no records from it).
+// Records: one little-endian 32-bit signed integer per selected column, in record-position order (the
+// column map below), nothing else; a record of n selected columns is 4n bytes. The scaling turns each raw
+// integer into its unit.
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace zel::hd_protocol {
+
+// The board's ports by role; a simulator may put them elsewhere.
+struct Ports {
+    std::uint16_t command = 5000;
+    std::uint16_t record = 5001;
+    std::uint16_t second = 5002;
+};
+constexpr const char* kDefaultAddress = "192.168.250.253";
+
+constexpr int kColumns = 12;
+constexpr int kMaxMask = 4095;
+constexpr std::size_t kBytesPerValue = 4;
+// Column 11 (mask bit 7) is the analogue input on the 3-volt reference; 5 to 10 use 5 volts.
+constexpr int kThreeVoltColumn = 11;
+
+using ColumnMap = std::array<int, kColumns>;
+
+// The record position of every column, -1 when the mask does not select it. Bits 0 to 6 are columns 0 to
+// 6, bit 7 is column 11, bits 8 to 11 are columns 7 to 10.
+ColumnMap columnMap(int mask);
+int selectedColumns(const ColumnMap& map);
+// A raw record value in the column's unit: seconds, integrated signal, volts.
+float scaleColumn(int column, std::int32_t raw);
+// The 4 bytes of one raw value.
+std::string encodeValue(std::int32_t raw);
+std::int32_t decodeValue(const unsigned char* bytes);
+
+} // namespace zel::hd_protocol
