@@ -174,13 +174,14 @@ bool readBaseline(ListReader& lists, LogArrays& arrays, RawLogContext& ctx,
     return true;
 }
 
-bool readWaveLists(ListReader& lists, cZEL_Data& log, LogArrays& arrays, RawLogLoadResult& result,
-                   const RawLogLoadOptions& options) {
+bool readWaveLists(ListReader& lists, cZEL_Data& log, LogArrays& arrays, RawLogLoadResult& result) {
     if (!lists.read(kData, "RE", kMaxSamplesPerWave, arrays.re.samples)) return false;
     if (arrays.re.samples.empty()) {
         arrays.re.samples.assign(static_cast<std::size_t>(log.WavePoints() + 1), 0.0f);
         result.reMissing = true;
-        if (!options.quiet) lists.host.message(kMissingReMessage, MsgButtons::Ok, MsgIcon::Exclamation);
+        // Unlike the repair message this one is shown in quiet loads too: a batch must not pass over a log
+        // whose processing has no reference.
+        lists.host.message(kMissingReMessage, MsgButtons::Ok, MsgIcon::Exclamation);
     }
     arrays.re.deltaX = log.Wave_DeltaX();
     if (!lists.read(kData, "BLANK", kMaxSamplesPerWave, arrays.blank.samples)) return false;
@@ -469,9 +470,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         ok = readHdBlock(path, *loc, log, arrays, host);
         if (ok && withPresFlow && arrays.presFlow.width() == 0)
             ok = arrays.presFlow.resize(kPresFlowColumns, arrays.points()) == ArrayStatus::Ok;
-        if (ok)
-            ok = readBaseline(lists, arrays, ctx, options) &&
-                 readWaveLists(lists, log, arrays, result, options);
+        if (ok) ok = readBaseline(lists, arrays, ctx, options) && readWaveLists(lists, log, arrays, result);
         if (ok) {
             std::vector<float> rate;
             ok = lists.read(kData, "RATE", static_cast<std::size_t>(kMaxPoints) * 2, rate);
@@ -512,7 +511,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
             ok = readWaveBlock(path, loc->state.textLength, arrays, host) &&
                  readBaseline(lists, arrays, ctx, options) &&
                  (ctx.family == LogFamily::Colour ? readSpectra(lists, ctx)
-                                                  : readWaveLists(lists, log, arrays, result, options)) &&
+                                                  : readWaveLists(lists, log, arrays, result)) &&
                  readPointLists(lists, log, arrays, ctx, static_cast<int>(points));
         }
     }

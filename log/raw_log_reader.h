@@ -29,8 +29,8 @@ void ReadGps(const RawLogText& text, cZEL_Data& log);
 void ReadDataInfo(const RawLogText& text, cZEL_Data& log, RawLogContext& ctx);
 
 struct RawLogLoadOptions {
-    // Batch loads: no repair message, no baseline question (a stored baseline is then loaded), no message
-    // for a missing RE.
+    // Batch loads: no repair message and no baseline question (a stored baseline is then loaded). The
+    // message of a missing RE is shown all the same.
     bool quiet = false;
     // The program's log family; without it, the file's extension decides.
     std::optional<LogFamily> family;

@@ -158,6 +158,8 @@ TEST_F(RawLogReaderTest, MissingReIsZerosAndOneMessage) {
     EXPECT_TRUE(r.reMissing);
     EXPECT_EQ(arrays.re.samples, (std::vector<float>{0.0f, 0.0f}));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
+    load(withTrailer(text, kBlock), {.quiet = true, .family = {}, .baselineFeature = false});
+    EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
 }
 
 TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
