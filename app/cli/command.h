@@ -18,6 +18,8 @@ void addInfoCommand(CLI::App& app, CommandRunner& run);
 void addRepairCommand(CLI::App& app, CommandRunner& run);
 // Adds "scope" (commands, queries and processed waveforms from an oscilloscope).
 void addScopeCommand(CLI::App& app, CommandRunner& run);
+// Adds "monitor" (a field instrument opened and what it reads printed until the time is up).
+void addMonitorCommand(CLI::App& app, CommandRunner& run);
 // Adds "startup" (a dry run of the program's start-up from its command line).
 void addStartupCommand(CLI::App& app, CommandRunner& run);
 

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     zel::cli::addRepairCommand(app, run);
     zel::cli::addScopeCommand(app, run);
     zel::cli::addStartupCommand(app, run);
+    zel::cli::addMonitorCommand(app, run);
 
     try {
         app.parse(argc, argv);

@@ -149,7 +149,7 @@ float cZEL_Depth::String_VtoFt(float volts) {
     return UpAcquire ? 8.0f - travel : travel;
 }
 
-void cZEL_Depth::setRawDepth(float feet) {
+void cZEL_Depth::setRawDepth(float feet, bool announce) {
     if (!std::isfinite(feet)) return;
     rawFt_ = feet;
     if (DepthPause) return;
@@ -160,7 +160,7 @@ void cZEL_Depth::setRawDepth(float feet) {
     const double ftPerS = rate_.add(clock_.secondsSinceMidnight(), currentFt_, Rate_Num2Avg);
     Rate_In = static_cast<float>(ftPerS * 12.0);
     Rate_Cm = static_cast<float>(ftPerS / kFeetPerMetre * 100.0);
-    if (NewDepth) NewDepth();
+    if (announce && NewDepth) NewDepth();
 }
 
 void cZEL_Depth::reportError(std::string_view handler, std::string_view step, std::string_view what) {

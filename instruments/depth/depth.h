@@ -135,8 +135,9 @@ private:
     bool openPort(int port, std::string_view settings);
     void intLine(std::string_view line);
     void ad4Frames();
-    // A new sensor depth in feet, before the offset.
-    void setRawDepth(float feet);
+    // A new sensor depth in feet, before the offset; announced unless a later line of the same reading
+    // (the board's counter) does that.
+    void setRawDepth(float feet, bool announce = true);
     void reportError(std::string_view handler, std::string_view step, std::string_view what);
 
     Host& host_;

@@ -174,7 +174,8 @@ void cZEL_Depth::intLine(std::string_view line) {
             // A cyclic pot is re-hooked on every rod: a drop of more than half a rod starts the next one.
             if (Cyclic && rodLengthFt_ > 0 && lastTravelFt_ - travel > rodLengthFt_ / 2) ++rods_;
             lastTravelFt_ = travel;
-            setRawDepth(Cyclic ? static_cast<float>(rods_) * rodLengthFt_ + travel : travel);
+            // The counter line that closes the board's reading announces the new depth.
+            setRawDepth(Cyclic ? static_cast<float>(rods_) * rodLengthFt_ + travel : travel, false);
         } else {
             // Analogue input 1 carries the conductivity.
             Int_A1_Value = volts;

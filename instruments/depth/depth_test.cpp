@@ -122,19 +122,19 @@ TEST_F(DepthTest, AnalogueZeroDrivesTheDepthWithOffsetMaximumAndRate) {
     depth.Offset_Ft(1.0f);
     depth.Push_Begin();
     // 0.6 V is 1 ft of travel, 1.2 V 2 ft: readings of 492 and 983 counts.
-    port.receive("U21EC\r");
+    port.receive("U21EC\r000000000\r");
     clock.advanceMs(2000);
-    port.receive("U23D7\r");
+    port.receive("U23D7\r000000031\r");
     EXPECT_NEAR(depth.Depth_Raw_Ft(), 983 * 5.0 / 4096 / 0.6, 1e-4);
     EXPECT_NEAR(depth.Depth_Current_Ft(), depth.Depth_Raw_Ft() + 1.0, 1e-5);
     EXPECT_NEAR(depth.Depth_Current_M(), depth.Depth_Current_Ft() / 3.28084, 1e-5);
     EXPECT_EQ(depth.Depth_Max_Ft(), depth.Depth_Current_Ft());
     EXPECT_NEAR(depth.Rate_In, (983 - 492) * 5.0 / 4096 / 0.6 * 12 / 2, 1e-3);
     EXPECT_NEAR(depth.Rate_Cm, depth.Rate_In * 2.54, 1e-3);
-    EXPECT_EQ(newDepths, 2);
+    EXPECT_EQ(newDepths, 1); // the first counter reading is no change
     depth.DepthPause = true;
-    port.receive("U2000\r");
-    EXPECT_EQ(newDepths, 2);
+    port.receive("U2000\r000000000\r");
+    EXPECT_EQ(newDepths, 1);
     EXPECT_EQ(depth.Depth_Raw_Ft(), 0.0f);
     EXPECT_GT(depth.Depth_Current_Ft(), 2.0f);
 }

@@ -145,8 +145,8 @@ void cZEL_Display_J10::OnComm() {
     if (opening_) {
         reply_.append(bytes);
         if (reply_.size() > kMaxReply) reply_.erase(0, reply_.size() - kMaxReply);
-        return;
     }
+    // A key pressed while the status answer is awaited is still a key: no answer byte is that high.
     for (const char c : bytes) {
         const int key = static_cast<unsigned char>(c);
         if (key < kKeyUp) continue;

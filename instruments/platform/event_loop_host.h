@@ -10,8 +10,8 @@ class EventLoopHost final : public Host {
 public:
     explicit EventLoopHost(Host& inner) : inner_(inner) {}
 
-    MsgResult message(std::string_view text, MsgButtons buttons, MsgIcon icon,
-                      std::string_view title) override {
+    MsgResult message(std::string_view text, MsgButtons buttons = MsgButtons::Ok,
+                      MsgIcon icon = MsgIcon::None, std::string_view title = {}) override {
         return inner_.message(text, buttons, icon, title);
     }
     std::optional<std::string> input(std::string_view prompt, std::string_view title,
