@@ -153,7 +153,11 @@ void cZEL_Depth::intLine(std::string_view line) {
         const auto v = hexValue(line.substr(1));
         if (!v) return;
         const auto counter = static_cast<std::int32_t>(*v);
-        Int_Counter_Change = haveCounter_ ? counter - Int_Counter_Value : 0;
+        // Modulo 2^32, so a counter that wraps gives its true small step rather than an overflow.
+        Int_Counter_Change = haveCounter_
+                                 ? static_cast<std::int32_t>(static_cast<std::uint32_t>(counter) -
+                                                             static_cast<std::uint32_t>(Int_Counter_Value))
+                                 : 0;
         Int_Counter_Value = counter;
         haveCounter_ = true;
         if (Int_Counter_Change != 0) {

@@ -96,6 +96,8 @@ TEST_F(DepthTest, LinesOfEveryFormIncludingOnesSplitAcrossArrivals) {
     EXPECT_EQ(depth.LastError, "Er:BadCmd");
     EXPECT_FLOAT_EQ(depth.Int_A0_Value, 4095 * 0.001220703125f);
     EXPECT_EQ(newDepths, 1);
+    port.receive("0FFFFFFFF\r000000002\r"); // the counter wraps
+    EXPECT_EQ(depth.Int_Counter_Change, 3);
 }
 
 TEST_F(DepthTest, CarryOverStaysBoundedOnNoise) {
@@ -223,14 +225,6 @@ TEST_F(DepthTest, UnknownFramingSourcesSaySoInsteadOfReporting) {
               (std::vector<std::string>{"Depth source PCU is not supported by this program.",
                                         "Depth source CAN is not supported by this program."}));
     EXPECT_FALSE(depth.StatusOK);
-}
-
-TEST_F(DepthTest, ConductivityAndFeetMetrePairs) {
-    depth.Cond_Constant = 200;
-    depth.Cond_Offset = -10;
-    EXPECT_FLOAT_EQ(depth.EC_VtoMS(0.5f), 90.0f);
-    depth.Offset_M(2.0f);
-    EXPECT_FLOAT_EQ(depth.Offset_Ft(), 6.56168f);
 }
 
 } // namespace

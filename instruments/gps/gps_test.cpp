@@ -21,11 +21,6 @@ struct GpsTest : ::testing::Test {
     }
 };
 
-TEST_F(GpsTest, OpensAtTheNmeaDefault) {
-    EXPECT_EQ(port.device(), "/dev/pts/9");
-    EXPECT_EQ(port.settings(), "4800,n,8,1");
-}
-
 TEST_F(GpsTest, ReadsEveryFieldOfAFix) {
     port.receive(kFix);
     ASSERT_EQ(events, 1);
