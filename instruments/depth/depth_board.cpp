@@ -46,6 +46,8 @@ void cZEL_Depth::Int_Command(std::string_view command) {
         if (command == depth_protocol::kMeasure && NewDepth) NewDepth();
         return;
     }
+    // An absent board is left alone, without the wait.
+    if (!port_.isOpen()) return;
     port_.write(std::string(command) + "\r");
     host_.sleepMs(100);
 }
