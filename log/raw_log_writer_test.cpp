@@ -204,8 +204,8 @@ TEST_F(RawLogWriterTest, ColourModeWritesItsOwnSections) {
                   "DATA=Binary Appended\r\n"),
         std::string::npos)
         << text;
-    const auto r = SaveRawLog(dir.file("spec.clr.raw.bin"), log, arrays, ctx, host);
-    EXPECT_EQ(r.path, dir.file("spec.clr.raw.bin"));
+    const auto r = SaveRawLog(dir.file("colour.clr.raw.bin"), log, arrays, ctx, host);
+    EXPECT_EQ(r.path, dir.file("colour.clr.raw.bin"));
 }
 
 TEST_F(RawLogWriterTest, ExtensionIsAppendedOnlyWhenMissing) {
