@@ -1,0 +1,46 @@
+#pragma once
+// The data export ".lif.dat.txt": one tab-separated line a point for spreadsheets, a header line of column
+// names first, numbers in fixed formats with "." whatever the locale.
+//
+// Formats: the depth columns ("Depth", "EC Depth", "Hmr Depth", "HP Depth") and "HP Time" take "#0.000",
+// the resolution the raw log keeps them in; every measured value ("Signal", "Ch1".."Ch4", "Rate",
+// "EC Value", "Hmr Value", "HP PresUp", "HP PresDown", "HP FlowUp", "HP K est.") takes "#0.0000", so small
+// %RE and pressure readings keep their digits.
+#include "common/host.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+#include "log/raw_log_format.h"
+
+#include <optional>
+#include <string>
+
+namespace zel {
+
+// Where the per-point table keeps the values that the raw log's lists do not name (%RE and the four channel
+// values). The push loop owns that layout; until it names its own these defaults are used. A column the log
+// does not have leaves its field empty.
+struct ExportColumns {
+    int signal = 2;
+    std::array<int, 4> channels{8, 9, 10, 11};
+    int conductivity = point_column::Conductivity; // point_column::ConductivityBirch in the Birch mode
+};
+
+// The whole export text. Lines end in CR LF. Fields without data in a point are left empty (the tabs stay,
+// so every line has the header's number of fields): "EC Depth"/"EC Value" when conductivity was not logged,
+// "Hmr Depth"/"Hmr Value" when the log has no blow counts, "Color", whose class comes from the display's
+// colouring and is not part of the files. The sensor depths are the point's depth less the sensor's offset
+// above the window (CondOffset, Blow_Offset).
+std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool conductivityLogged,
+                           const ExportColumns& columns = {});
+
+// Target folder + "/" + log name without extension + ".lif.dat.txt"; without a target folder the raw log's
+// path with ".lif.raw.bin" replaced. ".o2" instead of ".lif" for the O2 family.
+std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::string& targetFolder);
+
+// Writes the export; a failure is reported through the host ("Error in Export_Data: ...") and gives
+// nullopt, otherwise the path written.
+std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
+                                          const RawLogContext& ctx, const std::string& targetFolder,
+                                          Host& host);
+
+} // namespace zel
