@@ -1,0 +1,170 @@
+#include "log/load_file.h"
+
+#include "analysis/k_estimate.h"
+#include "log/data_export.h"
+#include "log/path_text.h"
+#include "log/plot_companion.h"
+#include "log/raw_log_reader.h"
+
+#include <exception>
+#include <filesystem>
+
+namespace zel {
+
+namespace {
+
+constexpr int kReaderPauseMs = 50;
+constexpr int kPausedReaderSteps = 5; // INFO, GPS, DATA_INFO, the preparation, DATA
+
+// The program-wide quiet flag holds the request's value while the load runs.
+class QuietScope {
+public:
+    QuietScope(LoadSession& s, bool quiet) : s_(s), old_(s.quiet) { s_.quiet = quiet; }
+    ~QuietScope() { s_.quiet = old_; }
+    QuietScope(const QuietScope&) = delete;
+    QuietScope& operator=(const QuietScope&) = delete;
+
+private:
+    LoadSession& s_;
+    bool old_;
+};
+
+std::string rawFilter(LogFamily family) {
+    const std::string raw = "Raw Data|*" + std::string(rawLogExtension(family));
+    return family == LogFamily::O2 ? raw : raw + "|FVD Data|*.fvd";
+}
+
+bool isFvd(const std::string& path) {
+    return endsWithNoCase(path, "fvd");
+}
+
+void reportStep(Host& host, const std::exception& e, int step) {
+    host.message(std::string(e.what()) + "\r\nLoad_File. Line of error: " + std::to_string(step),
+                 MsgButtons::Ok, MsgIcon::Critical);
+}
+
+// Steps 5 onwards of Load_File, shared by the LIF/O2 and colour loaders.
+LoadResult loadChecked(const LoadRequest& request, const std::string& path, LoadSession& session,
+                       LoadedLog target, Host& host) {
+    LoadResult result;
+    result.path = path;
+    int step = 5;
+    try {
+        std::error_code ec;
+        if (!std::filesystem::is_regular_file(path, ec)) {
+            host.message("File does not exist:\r\n" + path);
+            result.outcome = LoadOutcome::Refused;
+            return result;
+        }
+        step = 6;
+        if (!endsWithNoCase(path, rawLogExtension(session.family))) {
+            host.message("Invalid file:\r\n" + path);
+            result.outcome = LoadOutcome::Refused;
+            return result;
+        }
+        step = 7;
+        RawLogLoadOptions options;
+        options.quiet = session.quiet;
+        options.family = session.family;
+        options.baselineFeature = session.baselineFeature;
+        const RawLogLoadResult raw = LoadRawLog(path, target.log, target.arrays, target.ctx, host, options);
+        // The raw-log reader runs INFO, GPS, DATA_INFO, the preparation and DATA in one pass; the interface
+        // gets its breathing pauses behind it. A quiet batch load has no interface to redraw and skips them.
+        if (!session.quiet)
+            for (int i = 0; i < kPausedReaderSteps; ++i)
+                host.sleepMs(kReaderPauseMs);
+        if (!raw.ok) {
+            result.outcome = LoadOutcome::Failed;
+            return result;
+        }
+        result.repaired = raw.repaired;
+        if (target.log.PresFlow() && target.arrays.presFlow.points() > 0)
+            estimateK(target.log, target.arrays.presFlow);
+        step = 8;
+        if (!session.quiet) {
+            const std::string plt = target.log.File_FullPath_Plt();
+            if (!plt.empty() && std::filesystem::exists(plt, ec)) {
+                if (request.plot.forms && request.plot.windows)
+                    LoadCompanionSettings(plt, *request.plot.forms, *request.plot.windows);
+                result.calloutSchemes = nextCalloutScheme(plt) - 1;
+            }
+        } else if (!request.exportTarget.empty()) {
+            const auto written =
+                ExportDataText(target.log, target.arrays, target.ctx, request.exportTarget, host);
+            if (!written) {
+                result.outcome = LoadOutcome::Failed;
+                return result;
+            }
+            result.exportPath = *written;
+        }
+        result.outcome = LoadOutcome::Loaded;
+    } catch (const std::exception& e) {
+        reportStep(host, e, step);
+        result.outcome = LoadOutcome::Failed;
+    }
+    return result;
+}
+
+} // namespace
+
+LoadResult Load_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host) {
+    QuietScope quiet(session, request.quiet);
+    LoadResult result;
+    std::string path = request.path;
+    result.path = path;
+    if (endsWithNoCase(path, rawLogExtension(LogFamily::Colour))) {
+        if (session.family == LogFamily::Colour) return Load_Color_File(request, session, target, host);
+        host.message("Open the software in color mode prior to attempting to load this file");
+        result.outcome = LoadOutcome::Refused;
+        return result;
+    }
+    if (path.empty()) {
+        FileDialogRequest dialog;
+        dialog.title = "Load raw log data...";
+        dialog.filter = rawFilter(session.family);
+        dialog.filterIndex = session.filterIndex;
+        dialog.initialDir = session.initialDir;
+        const auto chosen = host.openFileDialog(dialog);
+        if (!chosen || chosen->path.empty()) {
+            result.outcome = LoadOutcome::Cancelled;
+            return result;
+        }
+        path = chosen->path;
+        session.filterIndex = chosen->filterIndex;
+        session.initialDir = std::filesystem::path(path).parent_path().string();
+    }
+    if (isFvd(path)) {
+        host.message(std::string(kFvdNotAvailable) + path, MsgButtons::Ok, MsgIcon::Exclamation);
+        result.path = path;
+        result.outcome = LoadOutcome::FvdNotAvailable;
+        return result;
+    }
+    return loadChecked(request, path, session, target, host);
+}
+
+LoadResult Load_Color_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host) {
+    QuietScope quiet(session, request.quiet);
+    if (endsWithNoCase(request.path, rawLogExtension(LogFamily::Lif)) && session.family != LogFamily::Lif) {
+        host.message("Open the software in LIF mode prior to attempting to load this file");
+        LoadResult result;
+        result.path = request.path;
+        result.outcome = LoadOutcome::Refused;
+        return result;
+    }
+    if (request.path.empty()) {
+        LoadRequest asked = request;
+        FileDialogRequest dialog;
+        dialog.title = "Load raw log data...";
+        dialog.filter = rawFilter(LogFamily::Colour);
+        dialog.filterIndex = session.filterIndex;
+        dialog.initialDir = session.initialDir;
+        const auto chosen = host.openFileDialog(dialog);
+        if (!chosen || chosen->path.empty()) return LoadResult{LoadOutcome::Cancelled, {}, false, 0, {}};
+        session.filterIndex = chosen->filterIndex;
+        session.initialDir = std::filesystem::path(chosen->path).parent_path().string();
+        return loadChecked(asked, chosen->path, session, target, host);
+    }
+    return loadChecked(request, request.path, session, target, host);
+}
+
+} // namespace zel

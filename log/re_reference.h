@@ -1,0 +1,24 @@
+#pragma once
+// "RE.lif.ref.txt" under the data root's "ref" folder: the last RE ("HD-RE") and background ("HD-BK")
+// reference as four channel values and the moment they were written.
+#include "common/clock.h"
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace zel {
+
+struct ReReference {
+    std::string time; // "YYYY-MM-DD HH:mm:ss"
+    std::array<float, 4> channels{};
+};
+
+std::string reReferencePath(const std::string& root);
+// Replaces the section of the RE (or the background) with the current time and the four channel values.
+void WriteReReference(const std::string& root, bool background, const std::array<float, 4>& channels,
+                      const Clock& clock);
+// nullopt when the file or the section is not there.
+std::optional<ReReference> ReadReReference(const std::string& root, bool background);
+
+} // namespace zel
