@@ -1,0 +1,31 @@
+#pragma once
+// Recovery of a push that ended without a save, from its temporary point file.
+#include "common/host.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+#include "log/raw_log_format.h"
+
+#include <string>
+
+namespace zel {
+
+struct RecoveryResult {
+    bool ok = false;
+    std::string recoveredPath; // x_Recovered.lif.raw.bin
+    int points = 0;
+    std::uint64_t droppedBytes = 0; // the torn last record left out
+};
+
+// x.lif.raw.bin.temp (or x.lif.raw.bin) -> x_Recovered.lif.raw.bin.
+std::string recoveredLogPath(const std::string& tempOrRawPath, LogFamily family);
+
+// headerLog is a raw log of the same set-up (the crashed push itself was never saved): its Data_Cols,
+// Wave_Points, PresFlow and the rest of its header describe the records. The points of tempPath replace
+// its points; the GPS fix is cleared (it was the header log's); the result is saved as the temporary
+// file's name with "_Recovered" with its maxima recomputed from the recovered points (signalColumn holds
+// the %RE), loaded, and saved and loaded once more so STATS carries them. Errors are shown through the host
+// ("Error in Recover_Temp: ...").
+RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::string& headerLog, cZEL_Data& log,
+                                   LogArrays& arrays, RawLogContext& ctx, Host& host, int signalColumn = 2);
+
+} // namespace zel

@@ -1,0 +1,127 @@
+#include "log/recovery.h"
+#include "log/temp_point_file.h"
+
+#include "common/testing/recording_host.h"
+#include "log/raw_log_reader.h"
+#include "log/raw_log_test_data.h"
+#include "log/raw_log_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace zel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RecoveryFixture : ::testing::Test {
+    testing::RecordingHost host;
+    FakeClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    fs::path dir = fs::temp_directory_path() / ("zel_recover_" + std::to_string(::getpid()));
+    std::string headerLog;
+
+    void SetUp() override {
+        fs::create_directories(dir);
+        cZEL_Data source{host, clock};
+        LogArrays a;
+        RawLogContext c;
+        testdata::fillSmallLog(source, a, c); // 8 columns, 3 samples, pressure/flow, metric
+        headerLog = SaveRawLog((dir / "previous").string(), source, a, c, host).path;
+        host.clear();
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    // Point p: depth 0.1 p, %RE (column 2) as given, waveform p, p+1, p+2, pressure/flow row 10 p ...
+    static void writePoint(TempPointFile& f, int p, float signal) {
+        std::array<float, 8> columns{};
+        columns[point_column::Depth] = 0.1f * static_cast<float>(p);
+        columns[2] = signal;
+        columns[point_column::Rate] = 1.5f;
+        const std::array<float, kPresFlowColumns> presFlow{0.1f * static_cast<float>(p), 1, 2, 3, 4, 0};
+        const std::array<float, 3> wave{static_cast<float>(p), static_cast<float>(p + 1),
+                                        static_cast<float>(p + 2)};
+        ASSERT_TRUE(f.writePoint(columns, presFlow, wave));
+    }
+};
+
+TEST_F(RecoveryFixture, RoundTripDropsATornLastRecordAndRecomputesTheMaxima) {
+    const std::string temp = tempPointFilePath((dir / "push7.lif.raw.bin").string());
+    EXPECT_EQ(temp, (dir / "push7.lif.raw.bin.temp").string());
+    TempPointFile f;
+    ASSERT_TRUE(f.open(temp));
+    const float signals[] = {2.0f, 9.5f, 9.5f, 4.0f};
+    for (int p = 0; p < 4; ++p)
+        writePoint(f, p, signals[p]);
+    f.close();
+    {
+        // The program died in the middle of the fifth record.
+        std::ofstream torn(temp, std::ios::binary | std::ios::app);
+        torn.write("\x01\x02\x03\x04\x05\x06\x07", 7);
+    }
+    const RecoveryResult r = RecoverFromTempFile(temp, headerLog, log, arrays, ctx, host);
+    ASSERT_TRUE(r.ok) << ::testing::PrintToString(host.messages());
+    EXPECT_EQ(r.points, 4);
+    EXPECT_EQ(r.droppedBytes, 7u);
+    EXPECT_EQ(r.recoveredPath, (dir / "push7_Recovered.lif.raw.bin").string());
+    EXPECT_TRUE(host.messages().empty());
+
+    // What is in memory is what the recovered file holds.
+    cZEL_Data reread{host, clock};
+    LogArrays rereadArrays;
+    RawLogContext rereadCtx;
+    RawLogLoadOptions quiet;
+    quiet.quiet = true;
+    ASSERT_TRUE(LoadRawLog(r.recoveredPath, reread, rereadArrays, rereadCtx, host, quiet).ok);
+    EXPECT_EQ(reread.DataPoints(), 3);
+    EXPECT_EQ(reread.Latitude(), "");
+    EXPECT_FLOAT_EQ(reread.Signal_MaxValue(), 9.5f);
+    EXPECT_FLOAT_EQ(reread.Signal_MaxDepth_M(), 0.1f); // the shallower of the two equal maxima
+    EXPECT_FLOAT_EQ(reread.Depth_Max_M(), 0.3f);
+    EXPECT_EQ(rereadArrays.waves(2, 3), 5.0f);
+    EXPECT_FLOAT_EQ(rereadArrays.presFlow(presflow_column::PressureDown, 2), 3.0f);
+    EXPECT_EQ(rereadArrays.re.samples,
+              (std::vector<float>{1.0f, 2.5f, -0.13f})); // the header log's RE, 2 decimals
+
+    f.remove();
+    EXPECT_FALSE(fs::exists(temp));
+}
+
+TEST_F(RecoveryFixture, FilesThatHoldNoPointAreRefused) {
+    const std::string temp = (dir / "x.lif.raw.bin.temp").string();
+    struct Case {
+        std::string bytes;
+        std::string header;
+        std::string message;
+    };
+    const Case cases[] = {
+        {"", headerLog, "Error in Recover_Temp: the file holds no whole point record."},
+        {std::string(4 * 17 - 1, 'x'), headerLog, // one byte short of a record
+         "Error in Recover_Temp: the file holds no whole point record."},
+        {std::string(4 * 17, '\0'), (dir / "none.lif.raw.bin").string(),
+         "Error in Recover_Temp: the log " + (dir / "none.lif.raw.bin").string() +
+             " that describes the points could not be loaded."},
+    };
+    for (const Case& c : cases) {
+        testdata::writeAll(temp, c.bytes);
+        host.clear();
+        EXPECT_FALSE(RecoverFromTempFile(temp, c.header, log, arrays, ctx, host).ok);
+        ASSERT_FALSE(host.messages().empty());
+        EXPECT_EQ(host.messages().back(), c.message);
+    }
+    EXPECT_FALSE(fs::exists(dir / "x_Recovered.lif.raw.bin"));
+}
+
+TEST(TempPointFile, RecordBoundsComeFromTheHeaderNotTheFile) {
+    LogArrays arrays;
+    EXPECT_FALSE(readTempPointFile("/nonexistent", 0, false, 3, arrays).ok);
+    EXPECT_FALSE(readTempPointFile("/nonexistent", 8, false, kMaxSamplesPerWave + 1, arrays).ok);
+    EXPECT_EQ(recoveredLogPath("/a/b.o2.raw.bin.temp", LogFamily::O2), "/a/b_Recovered.o2.raw.bin");
+    EXPECT_EQ(recoveredLogPath("/a/b.LIF.RAW.BIN", LogFamily::Lif), "/a/b_Recovered.lif.raw.bin");
+}
+
+} // namespace
+} // namespace zel
