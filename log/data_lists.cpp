@@ -76,6 +76,23 @@ std::uint64_t roundedQuotient(std::uint64_t q, std::uint64_t d) {
     return q / d + (2 * r >= d ? 1 : 0);
 }
 
+// The same by a power of ten; each case divides by a constant, which compiles to a multiplication, and a
+// list of 10,001 points makes this the writer's innermost operation.
+std::uint64_t roundedQuotientPow10(std::uint64_t q, int power) {
+    switch (power) {
+    case 1: return roundedQuotient(q, 10);
+    case 2: return roundedQuotient(q, 100);
+    case 3: return roundedQuotient(q, 1000);
+    case 4: return roundedQuotient(q, 10000);
+    case 5: return roundedQuotient(q, 100000);
+    case 6: return roundedQuotient(q, 1000000);
+    case 7: return roundedQuotient(q, 10000000);
+    case 8: return roundedQuotient(q, 100000000);
+    case 9: return roundedQuotient(q, 1000000000);
+    default: return roundedQuotient(q, kPow10[power]);
+    }
+}
+
 // formatNumber(v, "#0.000...") for the values lists are made of, in integer arithmetic: the float's exact
 // value m * 2^e is rounded to 7 significant digits half away from zero, then that decimal to the pattern's
 // decimals, half away from zero again. Handles 1e-3 <= |v| < 1e9 and decimals 0..3, which is every value a
@@ -96,7 +113,7 @@ std::size_t formatFixedFast(float v, int decimals, char* out) {
         if (k < 0) {
             // |v| >= 1e7 is a whole number of at most 30 bits.
             const std::uint64_t n = e >= 0 ? m << e : m >> -e;
-            digits = roundedQuotient(n, kPow10[-k]);
+            digits = roundedQuotientPow10(n, -k);
         } else {
             const std::uint64_t num = m * kPow10[k];
             digits = e >= 0 ? num << e : roundedQuotient(num, std::uint64_t{1} << -e);
@@ -122,17 +139,21 @@ std::size_t formatFixedFast(float v, int decimals, char* out) {
         if (decimals - k > 10) return 0;
         scaled = digits * kPow10[decimals - k];
     } else {
-        scaled = roundedQuotient(digits, kPow10[k - decimals]);
+        scaled = roundedQuotientPow10(digits, k - decimals);
     }
-    const std::uint64_t whole = scaled / kPow10[decimals];
-    const std::uint64_t frac = scaled % kPow10[decimals];
+    // The decimals are peeled off the end, then the whole part is written in front of them.
+    char frac[3];
+    for (int i = decimals - 1; i >= 0; --i) {
+        frac[i] = static_cast<char>('0' + scaled % 10);
+        scaled /= 10;
+    }
     char* p = out;
     if (negative) *p++ = '-';
-    p = std::to_chars(p, p + 24, whole).ptr;
+    p = std::to_chars(p, p + 24, scaled).ptr;
     if (decimals > 0) {
         *p++ = '.';
-        for (int i = decimals - 1; i >= 0; --i)
-            *p++ = static_cast<char>('0' + (frac / kPow10[i]) % 10);
+        for (int i = 0; i < decimals; ++i)
+            *p++ = frac[i];
     }
     return static_cast<std::size_t>(p - out);
 }
