@@ -3,7 +3,9 @@
 
 #include "acquisition/instruments.h"
 
+#include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,12 +47,69 @@ public:
     bool InUse() const override { return inUse; }
     void EnterReferenceState() override { ++referenceStates; }
     FirmwareVersion Firmware() override { return firmware; }
+    int pushes = 0, stops = 0, triggers = 0;
+    std::array<float, 2> aux{1.5f, 2.5f};
+    void StartPush() override { ++pushes; }
+    void StopPush() override { ++stops; }
+    void WaitTrigger() override { ++triggers; }
+    std::array<float, 2> AuxValues() override { return aux; }
 };
 
 class FakeDepthStatus : public DepthSource {
 public:
     bool good = true;
     bool StatusGood() override { return good; }
+};
+
+} // namespace zel::acq::testing
+
+namespace zel::acq::testing {
+
+// A depth source that walks through a script of readings, one per Read(); the push ends after the last.
+class FakePushDepth : public PushDepth {
+public:
+    std::vector<float> script;
+    std::vector<float> rates; // per reading; 0 when shorter
+    int mode = 1;
+    float stopDepth = 1e9f;
+    bool good = true;
+    int reads = 0, pauses = 0, resumes = 0, emulationStops = 0;
+    double ratePerMinute = 0.0;
+    std::optional<float> resetTo;
+
+    bool StatusGood() override { return good; }
+    void Reset(float startDepth) override { resetTo = startDepth; }
+    void Read() override { ++reads; }
+    float Current() override { return script.empty() ? 0.0f : script[index()]; }
+    float Rate() override { return index() < rates.size() ? rates[index()] : 0.0f; }
+    float Conductivity() override { return 12.5f; }
+    int Mode() override { return mode; }
+    // The first Read() comes from the start sequence and sees the first reading too; pass k of the loop
+    // sees reading k - 1.
+    bool EndOfPush() override { return reads - 1 > static_cast<int>(script.size()); }
+    void Pause() override { ++pauses; }
+    void Resume() override { ++resumes; }
+    float StopDepth() override { return stopDepth; }
+    void SetRatePerMinute(double rate) override { ratePerMinute = rate; }
+    void StopEmulation() override { ++emulationStops; }
+
+private:
+    std::size_t index() const {
+        return std::min<std::size_t>(reads > 1 ? reads - 2 : 0, script.size() - 1);
+    }
+};
+
+class FakeGps : public Gps {
+public:
+    Position Current() override { return {49.5, -123.25, true}; }
+};
+
+class FakeDisplay : public FieldDisplay {
+public:
+    std::vector<std::string> shown;
+    void ShowText(std::string_view text) override { shown.emplace_back(text); }
+    void ShowPoint(float, float) override {}
+    void ShowPause(bool paused) override { shown.emplace_back(paused ? "paused" : "resumed"); }
 };
 
 } // namespace zel::acq::testing

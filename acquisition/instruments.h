@@ -5,6 +5,8 @@
 
 #include "waveform/waveform_record.h"
 
+#include <array>
+#include <string>
 #include <string_view>
 
 namespace zel::acq {
@@ -43,12 +45,59 @@ public:
     virtual bool InUse() const = 0;
     virtual void EnterReferenceState() = 0;
     virtual FirmwareVersion Firmware() = 0;
+    // The push on the board: it triggers the points and digitises the auxiliary values.
+    virtual void StartPush() = 0;
+    virtual void StopPush() = 0;
+    virtual void WaitTrigger() = 0;
+    // Conductivity and the analogue channels of the point just triggered.
+    virtual std::array<float, 2> AuxValues() = 0;
 };
 
 class DepthSource {
 public:
     virtual ~DepthSource() = default;
     virtual bool StatusGood() = 0;
+};
+
+// The depth source during a push. Depths and rates are in the log's unit (feet or metres; in/s or cm/s).
+class PushDepth : public DepthSource {
+public:
+    virtual void Reset(float startDepth) = 0;
+    // Polls the source; the source keeps its own step logic and decides when the depth advances.
+    virtual void Read() = 0;
+    virtual float Current() = 0;
+    virtual float Rate() = 0;
+    virtual float Conductivity() = 0;
+    // 0 emulation, 2 stepped read-back; anything else a live encoder.
+    virtual int Mode() = 0;
+    virtual bool EndOfPush() = 0;
+    virtual void Pause() = 0;
+    virtual void Resume() = 0;
+    // The depth at which the automatic stop ends the push.
+    virtual float StopDepth() = 0;
+    // The timed variant hands its interval to the source as a per-minute rate.
+    virtual void SetRatePerMinute(double rate) = 0;
+    virtual void StopEmulation() = 0;
+};
+
+struct Position {
+    double latitude = 0.0;
+    double longitude = 0.0;
+    bool valid = false;
+};
+
+class Gps {
+public:
+    virtual ~Gps() = default;
+    virtual Position Current() = 0;
+};
+
+class FieldDisplay {
+public:
+    virtual ~FieldDisplay() = default;
+    virtual void ShowText(std::string_view text) = 0;
+    virtual void ShowPoint(float depth, float signal) = 0;
+    virtual void ShowPause(bool paused) = 0;
 };
 
 } // namespace zel::acq
