@@ -73,6 +73,12 @@ std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::st
 std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
                                           const RawLogContext& ctx, const std::string& targetFolder,
                                           Host& host) {
+    if (ctx.family == LogFamily::Colour) {
+        host.message(
+            "Error in Export_Data: the colour export (.clr.dat.txt) is not available in this version.",
+            MsgButtons::Ok, MsgIcon::Critical);
+        return std::nullopt;
+    }
     const std::string path = dataExportPath(log, ctx.family, targetFolder);
     if (path == log.File_FullPath()) {
         // A path that is not a raw log name would otherwise be overwritten by its own export.

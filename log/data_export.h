@@ -37,8 +37,8 @@ std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool c
 // path with ".lif.raw.bin" replaced. ".o2" instead of ".lif" for the O2 family.
 std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::string& targetFolder);
 
-// Writes the export; a failure is reported through the host ("Error in Export_Data: ...") and gives
-// nullopt, otherwise the path written.
+// Writes the export; a colour log is refused (its colour-space columns are not computed here). A failure is
+// reported through the host ("Error in Export_Data: ...") and gives nullopt, otherwise the path written.
 std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
                                           const RawLogContext& ctx, const std::string& targetFolder,
                                           Host& host);

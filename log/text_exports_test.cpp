@@ -86,6 +86,10 @@ TEST_F(ExportFixture, DataExportPathAndFile) {
     EXPECT_EQ(readAll(*written), dataExportText(log, arrays, false));
     EXPECT_FALSE(ExportDataText(log, arrays, ctx, (dir / "missing" / "deeper").string(), host));
     EXPECT_EQ(host.messages().size(), 1u);
+    ctx.family = LogFamily::Colour;
+    EXPECT_FALSE(ExportDataText(log, arrays, ctx, dir.string(), host));
+    EXPECT_EQ(host.messages().back(),
+              "Error in Export_Data: the colour export (.clr.dat.txt) is not available in this version.");
 }
 
 TEST_F(ExportFixture, WaveExportDialogAndBytes) {

@@ -22,5 +22,10 @@ void addScopeCommand(CLI::App& app, CommandRunner& run);
 void addMonitorCommand(CLI::App& app, CommandRunner& run);
 // Adds "startup" (a dry run of the program's start-up from its command line).
 void addStartupCommand(CLI::App& app, CommandRunner& run);
+// Adds "export" (the data export of raw logs), "recover" (a push from its temporary point file) and
+// "next-name" (the log name proposed after another).
+void addExportCommand(CLI::App& app, CommandRunner& run);
+void addRecoverCommand(CLI::App& app, CommandRunner& run);
+void addNextNameCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

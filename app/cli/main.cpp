@@ -13,6 +13,9 @@ int main(int argc, char** argv) {
     zel::cli::addScopeCommand(app, run);
     zel::cli::addStartupCommand(app, run);
     zel::cli::addMonitorCommand(app, run);
+    zel::cli::addExportCommand(app, run);
+    zel::cli::addRecoverCommand(app, run);
+    zel::cli::addNextNameCommand(app, run);
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,75 @@
+// zel-cli export: the data export of each log, loaded quietly as a batch load does.
+#include "app/cli/command.h"
+
+#include "common/clock.h"
+#include "common/console_host.h"
+#include "log/data_export.h"
+#include "log/load_file.h"
+#include "log/raw_log_format.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zel::cli {
+
+namespace {
+
+struct ExportArgs {
+    std::vector<std::string> files;
+    std::string to;
+};
+
+// One file; the path of the export or nullopt (the reasons went to err through the host).
+std::optional<std::string> exportOne(const std::string& file, const std::string& to, Host& host) {
+    SystemClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    LoadSession session;
+    session.family = familyOfPath(file);
+    LoadRequest request;
+    request.path = file;
+    request.quiet = true;
+    request.exportTarget = to;
+    const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
+    if (r.outcome != LoadOutcome::Loaded) return std::nullopt;
+    if (!to.empty()) return r.exportPath;
+    return ExportDataText(log, arrays, ctx, "", host); // beside the raw log
+}
+
+int runExport(const ExportArgs& args) {
+    ConsoleHost host(std::cerr);
+    std::vector<std::string> failed;
+    const std::size_t total = args.files.size();
+    for (std::size_t i = 0; i < total; ++i) {
+        const std::string& file = args.files[i];
+        const std::string counter = std::to_string(i + 1) + "/" + std::to_string(total) + " ";
+        if (const auto written = exportOne(file, args.to, host)) {
+            std::cout << counter << file << " -> " << *written << std::endl;
+        } else {
+            std::cout << counter << file << ": failed" << std::endl;
+            failed.push_back(file);
+        }
+    }
+    if (failed.empty()) return 0;
+    std::cerr << "zel-cli export: " << failed.size() << " of " << total << " files failed:";
+    for (const auto& f : failed)
+        std::cerr << ' ' << f;
+    std::cerr << '\n';
+    return 1;
+}
+
+} // namespace
+
+void addExportCommand(CLI::App& app, CommandRunner& run) {
+    auto args = std::make_shared<ExportArgs>();
+    auto* cmd = app.add_subcommand("export", "Write the data export (.lif.dat.txt) of each raw log");
+    cmd->add_option("FILE", args->files, "raw logs")->required();
+    cmd->add_option("--to", args->to, "folder for the exports (default: beside each raw log)")
+        ->check(CLI::ExistingDirectory);
+    cmd->callback([args, &run] { run = [args] { return runExport(*args); }; });
+}
+
+} // namespace zel::cli
