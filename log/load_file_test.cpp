@@ -3,6 +3,7 @@
 #include "log/stored_baseline.h"
 
 #include "common/testing/recording_host.h"
+#include "log/plot_companion.h"
 #include "log/raw_log_reader.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
@@ -112,6 +113,14 @@ TEST_F(LoadFixture, InteractiveLoadAsksAboutTheBaselineAndPauses) {
     EXPECT_EQ(log.DataPoints(), 1);
     // The K column is the estimate's, not what the file stood for: downward 2 PSI is below 18.6 - 0.433.
     EXPECT_FLOAT_EQ(arrays.presFlow(presflow_column::KEstimate, 1), 0.1f);
+    EXPECT_EQ(r.calloutSchemes, 0);
+
+    // The companion's callout schemes are counted for the display; a quiet load does not look at them.
+    SaveCalloutScheme(log.File_FullPath_Plt(), log, CalloutDisplay{}, host, clock);
+    SaveCalloutScheme(log.File_FullPath_Plt(), log, CalloutDisplay{}, host, clock);
+    host.answerMessage(MsgResult::No);
+    EXPECT_EQ(load(logPath).calloutSchemes, 2);
+    EXPECT_EQ(load(logPath, true).calloutSchemes, 0);
 }
 
 TEST_F(LoadFixture, QuietLoadTakesTheStoredBaselineSilentlyAndExports) {
@@ -153,7 +162,11 @@ TEST_F(LoadFixture, StoredBaselineKeepsTheReadersPlace) {
 
 TEST_F(LoadFixture, ReReferenceFile) {
     EXPECT_FALSE(ReadReReference(dir.string(), false));
-    WriteReReference(dir.string(), false, {100.0f, 2.5f, 0.0f, -1.0f}, clock);
+    cZEL_Waveform wave{host, WaveformOptions{}};
+    wave.RE_AreaCH[0] = 100.0f;
+    wave.RE_AreaCH[1] = 2.5f;
+    wave.RE_AreaCH[3] = -1.0f;
+    WriteReReference(dir.string(), false, wave, clock);
     clock.set(DateTime{2016, 4, 13, 8, 0, 0});
     WriteReReference(dir.string(), true, {1.0f, 2.0f, 3.0f, 4.0f}, clock);
     EXPECT_EQ(testdata::readAll(dir / "ref" / "RE.lif.ref.txt"),

@@ -34,6 +34,12 @@ void WriteReReference(const std::string& root, bool background, const std::array
     }
 }
 
+void WriteReReference(const std::string& root, bool background, const cZEL_Waveform& wave,
+                      const Clock& clock) {
+    const auto& areas = background ? wave.Blank_AreaCH : wave.RE_AreaCH;
+    WriteReReference(root, background, {areas[0], areas[1], areas[2], areas[3]}, clock);
+}
+
 std::optional<ReReference> ReadReReference(const std::string& root, bool background) {
     cInifile ini;
     ini.Path = reReferencePath(root);

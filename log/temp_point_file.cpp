@@ -56,7 +56,16 @@ bool TempPointFile::open(const std::string& path) {
     close();
     path_ = path;
     fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
-    return fd_ >= 0;
+    if (fd_ < 0) return false;
+    // The new file's name must survive a power cut as well as its records.
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    if (folder.empty()) folder = ".";
+    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        ::fsync(dir);
+        ::close(dir);
+    }
+    return true;
 }
 
 bool TempPointFile::writePoint(std::span<const float> columns, std::span<const float> presFlow,
