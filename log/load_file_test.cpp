@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <stdexcept>
 
 namespace zel {
 namespace {
@@ -121,6 +122,18 @@ TEST_F(LoadFixture, InteractiveLoadAsksAboutTheBaselineAndPauses) {
     host.answerMessage(MsgResult::No);
     EXPECT_EQ(load(logPath).calloutSchemes, 2);
     EXPECT_EQ(load(logPath, true).calloutSchemes, 0);
+}
+
+TEST_F(LoadFixture, ARunTimeErrorIsReportedWithTheFailingStep) {
+    // The interface's pause behind the readers fails (step 7).
+    struct FailingPauseHost : testing::RecordingHost {
+        void sleepMs(int) override { throw std::runtime_error("Out of memory"); }
+    } failing;
+    failing.answerMessage(MsgResult::No);
+    LoadRequest request;
+    request.path = logPath;
+    EXPECT_EQ(Load_File(request, session, {log, arrays, ctx}, failing).outcome, LoadOutcome::Failed);
+    EXPECT_EQ(failing.messages().back(), "Out of memory\r\nLoad_File. Line of error: 7");
 }
 
 TEST_F(LoadFixture, QuietLoadTakesTheStoredBaselineSilentlyAndExports) {
