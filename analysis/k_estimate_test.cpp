@@ -95,12 +95,6 @@ TEST_F(KEstimateTest, NoDissipationTestNeverCorrectsForTheWaterColumn) {
     EXPECT_NEAR(k[0], 7.0f, 1e-4);
 }
 
-TEST_F(KEstimateTest, LogWithoutPressureFlowTableIsLeftAlone) {
-    PointMatrix empty{kPresFlowColumns};
-    estimateK(log, empty);
-    EXPECT_EQ(empty.points(), 0);
-}
-
 TEST(ReferenceTest, WindowIsInclusive) {
     struct Case {
         float oneFoot, zeroFoot;

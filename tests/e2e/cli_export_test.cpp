@@ -89,18 +89,14 @@ TEST(CliRecover, TemporaryPointFileToRecoveredLog) {
     EXPECT_NE(refused.err.find("could not be recovered"), std::string::npos) << refused.err;
 }
 
-TEST(CliNextName, ModesAndRules) {
-    struct Case {
-        const char* args;
-        const char* out;
-    };
-    for (const Case& c :
-         {Case{"''", "001-UV\n"}, Case{"'' --mode 1", "001-BX\n"}, Case{"'' --colour", "Clr_001\n"},
-          Case{"'' --o2", "O2_001\n"}, Case{"999-UV", "1000-UV\n"}, Case{"'MW-7 deep'", "MW-8 deep\n"},
-          Case{"abc", "abc_01\n"}}) {
-        const RunResult r = runProgram(kCli + " next-name " + c.args);
-        EXPECT_EQ(r.exitCode, 0) << c.args;
-        EXPECT_EQ(r.out, c.out) << c.args;
+// The rules themselves are the naming unit tests'; here the options reach them.
+TEST(CliNextName, ModeOptions) {
+    for (const auto& [args, out] :
+         {std::pair{"'' --mode 1", "001-BX\n"}, std::pair{"Clr_009 --colour", "Clr_010\n"},
+          std::pair{"'' --o2", "O2_001\n"}}) {
+        const RunResult r = runProgram(kCli + " next-name " + args);
+        EXPECT_EQ(r.exitCode, 0) << args;
+        EXPECT_EQ(r.out, out) << args;
     }
 }
 
