@@ -1,0 +1,68 @@
+#pragma once
+// The log side of a push for the field program: points go into the log arrays and, durably, into the
+// temporary point file beside the raw log before the next point is taken; the end writes the raw log, the
+// companion, the data export and the run-log entry, and only then deletes the temporary file (so a crash
+// during the writes still leaves it for recovery).
+
+#include "acquisition/push.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+#include "log/raw_log_format.h"
+#include "log/signal_max.h"
+#include "log/temp_point_file.h"
+#include "settings/form.h"
+
+#include <string>
+#include <vector>
+
+namespace zel::acq {
+
+// Where the push keeps each point's values in the per-point table.
+namespace push_column {
+inline constexpr int Depth = 0;
+inline constexpr int Signal = 2;
+inline constexpr int Rate = 3;
+inline constexpr int Conductivity = 4;
+inline constexpr int Scatter = 5;
+inline constexpr int Fluorescence = 6;
+inline constexpr int Ch1 = 8; // CH1..CH4 areas in 8..11
+inline constexpr int RateMark = 12;
+inline constexpr int Count = 13;
+} // namespace push_column
+
+struct RecordedFiles {
+    std::string rawLog, companion, dataExport, runLog;
+};
+
+class LogRecorder : public PushRecorder {
+public:
+    // rawLogPath: the log's path with or without its extension; dataRoot: where the run log goes.
+    LogRecorder(Host& host, const Clock& clock, cZEL_Data& log, LogArrays& arrays, FormSet& forms,
+                std::string rawLogPath, std::string dataRoot);
+
+    RawLogContext Context;
+
+    bool Begin(const ReferenceControl& reference, float firstDepth) override;
+    bool Append(const PointRecord& point) override;
+    void Finish() override;
+
+    const RecordedFiles& Files() const { return files_; }
+    const SignalMaxScan& SignalMax() const { return scan_; }
+    const std::string& TempPath() const { return temp_.path(); }
+
+private:
+    Host& host_;
+    const Clock& clock_;
+    cZEL_Data& log_;
+    LogArrays& arrays_;
+    FormSet& forms_;
+    std::string rawPath_;
+    std::string dataRoot_;
+    TempPointFile temp_;
+    SignalMaxScan scan_;
+    int samples_ = 0;
+    std::vector<float> columns_;
+    RecordedFiles files_;
+};
+
+} // namespace zel::acq
