@@ -72,7 +72,7 @@ std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::st
 
 std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
                                           const RawLogContext& ctx, const std::string& targetFolder,
-                                          Host& host) {
+                                          Host& host, bool withPointValues) {
     if (ctx.family == LogFamily::Colour) {
         host.message(
             "Error in Export_Data: the colour export (.clr.dat.txt) is not available in this version.",
@@ -87,6 +87,11 @@ std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays&
     }
     ExportColumns columns;
     if (ctx.birchMode) columns.conductivity = point_column::ConductivityBirch;
+    if (!withPointValues) {
+        // No column has a negative index, so these fields stay empty rather than showing zeros as data.
+        columns.signal = -1;
+        columns.channels.fill(-1);
+    }
     const std::string text = dataExportText(log, arrays, ctx.conductivity, columns);
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;

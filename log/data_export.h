@@ -16,9 +16,9 @@
 
 namespace zel {
 
-// Where the per-point table keeps the values that the raw log's lists do not name (%RE and the four channel
-// values). The push loop owns that layout; until it names its own these defaults are used. A column the log
-// does not have leaves its field empty.
+// Where the per-point table keeps the values that the raw log's lists do not name: the %RE and the four
+// channel areas, in the columns the push writes them to. A column the log does not have leaves its field
+// empty.
 struct ExportColumns {
     int signal = 2;
     std::array<int, 4> channels{8, 9, 10, 11};
@@ -37,10 +37,12 @@ std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool c
 // path with ".lif.raw.bin" replaced. ".o2" instead of ".lif" for the O2 family.
 std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::string& targetFolder);
 
-// Writes the export; a colour log is refused (its colour-space columns are not computed here). A failure is
-// reported through the host ("Error in Export_Data: ...") and gives nullopt, otherwise the path written.
+// Writes the export; a colour log is refused (its colour-space columns are not computed here). A failure
+// is reported through the host ("Error in Export_Data: ...") and gives nullopt, otherwise the path written.
+// withPointValues false: the %RE and channel fields are left empty, for a loaded log, whose raw log does not
+// carry them (they are not recomputed from the waveforms on loading).
 std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
                                           const RawLogContext& ctx, const std::string& targetFolder,
-                                          Host& host);
+                                          Host& host, bool withPointValues = true);
 
 } // namespace zel

@@ -90,7 +90,7 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
             }
         } else if (!request.exportTarget.empty()) {
             const auto written =
-                ExportDataText(target.log, target.arrays, target.ctx, request.exportTarget, host);
+                ExportDataText(target.log, target.arrays, target.ctx, request.exportTarget, host, false);
             if (!written) {
                 result.outcome = LoadOutcome::Failed;
                 return result;

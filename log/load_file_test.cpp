@@ -145,7 +145,9 @@ TEST_F(LoadFixture, QuietLoadTakesTheStoredBaselineSilentlyAndExports) {
     EXPECT_EQ(host.sleptMs(), 0);
     EXPECT_EQ(arrays.baseline, (std::vector<float>{0.1f, 0.2f, 0.3f}));
     EXPECT_EQ(r.exportPath, (out / "001-UV.lif.dat.txt").string());
-    EXPECT_TRUE(fs::exists(r.exportPath));
+    // The raw log carries no %RE or channel values: those fields stay empty instead of showing zeros.
+    const std::string text = testdata::readAll(r.exportPath);
+    EXPECT_NE(text.find("\r\n0.050\t\t\t\t\t\t2.2500\t"), std::string::npos) << text;
 }
 
 TEST_F(LoadFixture, StoredBaselineKeepsTheReadersPlace) {
