@@ -27,5 +27,7 @@ void addStartupCommand(CLI::App& app, CommandRunner& run);
 void addExportCommand(CLI::App& app, CommandRunner& run);
 void addRecoverCommand(CLI::App& app, CommandRunner& run);
 void addNextNameCommand(CLI::App& app, CommandRunner& run);
+// Adds "push" (a whole push headless, against zel-sim children with --sim).
+void addPushCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     zel::cli::addExportCommand(app, run);
     zel::cli::addRecoverCommand(app, run);
     zel::cli::addNextNameCommand(app, run);
+    zel::cli::addPushCommand(app, run);
 
     try {
         app.parse(argc, argv);

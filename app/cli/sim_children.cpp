@@ -1,0 +1,46 @@
+#include "app/cli/sim_children.h"
+
+#include <csignal>
+#include <filesystem>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel::cli {
+
+SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
+    int fds[2];
+    if (::pipe(fds) != 0) return;
+    pid_ = ::fork();
+    if (pid_ == 0) {
+        ::dup2(fds[1], 1);
+        ::close(fds[0]);
+        ::close(fds[1]);
+        std::vector<char*> argv{const_cast<char*>(program.c_str())};
+        for (auto& a : args)
+            argv.push_back(a.data());
+        argv.push_back(nullptr);
+        ::execv(program.c_str(), argv.data());
+        ::_exit(127);
+    }
+    ::close(fds[1]);
+    std::string line;
+    char c;
+    while (::read(fds[0], &c, 1) == 1 && c != '\n')
+        line += c;
+    ::close(fds[0]);
+    info = nlohmann::json::parse(line, nullptr, false);
+}
+
+SimChild::~SimChild() {
+    if (pid_ <= 0) return;
+    ::kill(pid_, SIGTERM);
+    ::waitpid(pid_, nullptr, 0);
+}
+
+std::string simProgramPath() {
+    std::error_code ec;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
+    return (self.parent_path() / "zel-sim").string();
+}
+
+} // namespace zel::cli

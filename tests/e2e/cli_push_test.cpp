@@ -1,0 +1,112 @@
+// zel-cli push --sim: a whole push against the simulators, and a push killed in the middle.
+
+#include "tests/e2e/run_program.h"
+
+#include "common/clock.h"
+#include "common/testing/recording_host.h"
+#include "log/raw_log_reader.h"
+#include "log/temp_point_file.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel::e2e {
+namespace {
+
+const std::string kCli = ZEL_CLI;
+namespace fs = std::filesystem;
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);)
+        out.push_back(l);
+    return out;
+}
+
+TEST(CliPush, WholePushLoadsBackWithItsFiles) {
+    TempDir dir;
+    const RunResult r = runProgram(kCli + " push --sim --points 5 --rate 2 --yes --name P1 --out " +
+                                   quote(dir.path.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::vector<std::string> out = lines(r.out);
+    ASSERT_EQ(out.size(), 6u) << r.out;
+    for (int n = 1; n <= 5; ++n)
+        EXPECT_EQ(out[n - 1].rfind("point " + std::to_string(n) + " depth ", 0), 0u) << out[n - 1];
+    const auto summary = nlohmann::json::parse(out.back());
+    EXPECT_EQ(summary["points"], 5);
+    const std::string raw = summary["raw_log"];
+    EXPECT_EQ(raw, (dir.path / "P1.lif.raw.bin").string());
+    for (const char* key : {"companion", "data_export", "run_log"})
+        EXPECT_TRUE(fs::exists(summary[key].get<std::string>())) << key;
+    EXPECT_FALSE(fs::exists(tempPointFilePath(raw)));
+
+    std::ifstream runLog(summary["run_log"].get<std::string>());
+    std::stringstream runLogText;
+    runLogText << runLog.rdbuf();
+    EXPECT_NE(runLogText.str().find("[P1]"), std::string::npos);
+
+    FakeClock clock;
+    testing::RecordingHost host(&clock);
+    cZEL_Data log(host, clock);
+    LogArrays arrays;
+    RawLogContext ctx;
+    ASSERT_TRUE(LoadRawLog(raw, log, arrays, ctx, host).ok);
+    ASSERT_EQ(arrays.points(), 5);
+    for (int p = 1; p < 5; ++p)
+        EXPECT_GT(arrays.columns(point_column::Depth, p), arrays.columns(point_column::Depth, p - 1)) << p;
+}
+
+// Killed without warning in the middle of a push, the temporary point file holds every point the push
+// had reported as taken, none torn.
+TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
+    TempDir dir;
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        // Its own process group, so the simulators it starts go with it.
+        ::setpgid(0, 0);
+        ::dup2(fds[1], 1);
+        ::close(fds[0]);
+        ::close(fds[1]);
+        const std::string out = dir.path.string();
+        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--yes", "--name",
+                "K1", "--out", out.c_str(), static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    ::close(fds[1]);
+    ::setpgid(pid, pid);
+    int reported = 0;
+    std::string line;
+    char c;
+    while (reported < 4 && ::read(fds[0], &c, 1) == 1) {
+        if (c != '\n') {
+            line += c;
+            continue;
+        }
+        if (line.rfind("point ", 0) == 0) ++reported;
+        line.clear();
+    }
+    ::kill(-pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+    ::close(fds[0]);
+    ASSERT_EQ(reported, 4);
+
+    LogArrays arrays;
+    const std::string temp = tempPointFilePath((dir.path / "K1.lif.raw.bin").string());
+    // Records of the push's 13 per-point values and the scope's waveform of samples 0..500.
+    const TempReadResult t = readTempPointFile(temp, 13, false, 501, arrays);
+    ASSERT_TRUE(t.ok) << t.error;
+    EXPECT_GE(t.points, reported);
+    EXPECT_EQ(t.droppedBytes, 0u);
+}
+
+} // namespace
+} // namespace zel::e2e
