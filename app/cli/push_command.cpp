@@ -40,6 +40,7 @@ struct PushArgs {
     bool yes = false;
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
+    int sweepMs = -1;         // the scope simulator's own default when negative
 };
 
 QCoreApplication& qtApp() {
@@ -156,7 +157,9 @@ int runPush(const PushArgs& a) {
     SystemClock clock;
 
     const std::string sim = simProgramPath();
-    SimChild scopeSim(sim, {"scope", "--host", "127.0.0.1"});
+    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1"};
+    if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
+    SimChild scopeSim(sim, scopeArgs);
     SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
     SimChild gpsSim(sim, {"gps"});
     if (!scopeSim.running() || !depthSim.running() || !gpsSim.running()) {
@@ -250,6 +253,7 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");
     sc->add_flag("--no", args->no, "Answer Cancel to every prompt")->excludes(yes);
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
+    sc->add_option("--sweep-ms", args->sweepMs, "Simulated scope: time of one averaged sweep (0: no averaging delay)");
     sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
 }
 

@@ -32,7 +32,7 @@ std::vector<std::string> lines(const std::string& text) {
 
 TEST(CliPush, WholePushLoadsBackWithItsFiles) {
     TempDir dir;
-    const RunResult r = runProgram(kCli + " push --sim --points 5 --rate 2 --yes --name P1 --out " +
+    const RunResult r = runProgram(kCli + " push --sim --points 5 --rate 2 --sweep-ms 0 --yes --name P1 --out " +
                                    quote(dir.path.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::vector<std::string> out = lines(r.out);
@@ -77,7 +77,7 @@ TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
         ::close(fds[0]);
         ::close(fds[1]);
         const std::string out = dir.path.string();
-        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--yes", "--name",
+        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--sweep-ms", "0", "--yes", "--name",
                 "K1", "--out", out.c_str(), static_cast<char*>(nullptr));
         ::_exit(127);
     }
