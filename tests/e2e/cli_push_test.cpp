@@ -63,6 +63,19 @@ TEST(CliPush, WholePushLoadsBackWithItsFiles) {
         EXPECT_GT(arrays.columns(point_column::Depth, p), arrays.columns(point_column::Depth, p - 1)) << p;
 }
 
+// Cancel at the first start-of-push question: no push, no files.
+TEST(CliPush, CancelledPromptRecordsNothing) {
+    TempDir dir;
+    const RunResult r = runProgram(kCli + " push --sim --points 5 --sweep-ms 0 --no --name C1 --out " +
+                                   quote(dir.path.string()));
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("First Push: This is the first acquisition since the software has been loaded."),
+              std::string::npos)
+        << r.err;
+    EXPECT_EQ(r.out.find("point "), std::string::npos);
+    EXPECT_TRUE(fs::is_empty(dir.path));
+}
+
 // Killed without warning in the middle of a push, the temporary point file holds every point the push
 // had reported as taken, none torn.
 TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
