@@ -232,6 +232,28 @@ TEST(Push, TimedVariantWaitsTheClampedInterval) {
     EXPECT_FALSE(r.recorder.points[2].rateExceeded);
 }
 
+TEST(Push, StopWhileWaitingForTheIntervalTakesNoMorePoints) {
+    Rig r;
+    r.push.Settings.timed = true;
+    r.push.Settings.intervalSetting = 10.0f;
+    r.depth.script = {0.0f, 0.0f, 0.0f};
+    // The stop button is pressed while the loop waits after the first point.
+    struct StoppingHost : RecordingHost {
+        using RecordingHost::RecordingHost;
+        PushControl* push = nullptr;
+        void sleepMs(int ms) override {
+            RecordingHost::sleepMs(ms);
+            if (push && push->Points() == 1) push->RequestStop();
+        }
+    } host{&r.clock};
+    PushControl push{host, r.clock, r.reference, r.scope, r.board, r.depth, r.gps, r.display, r.recorder};
+    push.Settings = r.push.Settings;
+    host.push = &push;
+    ASSERT_TRUE(push.StartPush());
+    EXPECT_EQ(push.Points(), 1);
+    EXPECT_EQ(r.recorder.finished, 1);
+}
+
 TEST(Push, PauseContinuousAndTimedCaption) {
     Rig r;
     r.push.PausePush();
