@@ -157,7 +157,7 @@ int runPush(const PushArgs& a) {
     SystemClock clock;
 
     const std::string sim = simProgramPath();
-    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1"};
+    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
     if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
     SimChild scopeSim(sim, scopeArgs);
     SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
