@@ -168,7 +168,7 @@ int runPush(const PushArgs& a) {
     }
 
     visa::NetVisa visa(platform::qtByteStreamFactory(),
-                       {static_cast<std::uint16_t>(scopeSim.info["scope"]["portmap"].get<int>()), 2000});
+                       {static_cast<std::uint16_t>(scopeSim.port("scope", "portmap")), 2000});
     cZEL_Scope scope(&visa, host, clock);
     scope.Init("127.0.0.1");
     if (!scope.Connected) {
@@ -176,7 +176,7 @@ int runPush(const PushArgs& a) {
         return 1;
     }
 
-    const std::string depthPty = depthSim.info["depth"]["pty"].get<std::string>();
+    const std::string depthPty = depthSim.text("depth", "pty");
     platform::QtSerialPort depthPort;
     platform::QtTimer depthTimer;
     cZEL_Depth depth(host, clock, depthPort, depthTimer, [depthPty](int) { return depthPty; });
@@ -188,7 +188,7 @@ int runPush(const PushArgs& a) {
 
     platform::QtSerialPort gpsPort;
     cZEL_GPS gps(clock);
-    gps.Open(gpsPort, gpsSim.info["gps"]["pty"].get<std::string>());
+    gps.Open(gpsPort, gpsSim.text("gps", "pty"));
 
     std::filesystem::create_directories(a.out);
     MemoryFormSet forms;

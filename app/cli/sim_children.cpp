@@ -31,10 +31,38 @@ SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
     info = nlohmann::json::parse(line, nullptr, false);
 }
 
-SimChild::~SimChild() {
+static const nlohmann::json* lookUp(const nlohmann::json& info, const char* sim, const char* name) {
+    if (!info.is_object() || !info.contains(sim) || !info[sim].is_object() || !info[sim].contains(name))
+        return nullptr;
+    return &info[sim][name];
+}
+
+int SimChild::port(const char* sim, const char* name) const {
+    const auto* v = running() ? lookUp(info, sim, name) : nullptr;
+    return v && v->is_number_integer() ? v->get<int>() : 0;
+}
+
+std::string SimChild::text(const char* sim, const char* name) const {
+    const auto* v = running() ? lookUp(info, sim, name) : nullptr;
+    if (!v) return {};
+    return v->is_string() ? v->get<std::string>() : v->dump();
+}
+
+void SimChild::stop() {
+    if (pid_ > 0) ::kill(pid_, SIGSTOP);
+}
+
+void SimChild::resume() {
+    if (pid_ > 0) ::kill(pid_, SIGCONT);
+}
+
+void SimChild::kill() {
     if (pid_ <= 0) return;
+    // SIGTERM lets the simulator close its transcript; a frozen child needs SIGCONT to receive it.
     ::kill(pid_, SIGTERM);
+    ::kill(pid_, SIGCONT);
     ::waitpid(pid_, nullptr, 0);
+    pid_ = -1;
 }
 
 std::string simProgramPath() {

@@ -1,6 +1,8 @@
 #pragma once
-// zel-sim children for a push without instruments: each is started with its arguments, its one JSON line
-// (ports, pseudo-terminal) kept, and killed when the object goes.
+// A zel-sim simulator run as a child process: started with its arguments, its one JSON line (ports,
+// pseudo-terminal) kept, and ended when the object goes. zel-cli push --sim and the tests that drive the
+// drivers against the simulators share it. stop()/resume() freeze the child to play an instrument that
+// stops answering.
 
 #include <nlohmann/json.hpp>
 
@@ -12,11 +14,20 @@ namespace zel::cli {
 class SimChild {
 public:
     SimChild(const std::string& program, std::vector<std::string> args);
-    ~SimChild();
+    ~SimChild() { kill(); }
     SimChild(const SimChild&) = delete;
     SimChild& operator=(const SimChild&) = delete;
 
     bool running() const { return pid_ > 0 && info.is_object(); }
+    // A value the simulator named in its JSON line, e.g. port("scope", "vxi11"); 0 or "" when absent.
+    int port(const char* sim, const char* name) const;
+    std::string text(const char* sim, const char* name) const;
+
+    void stop();
+    void resume();
+    // Ends the child (also a stopped one) and waits for it.
+    void kill();
+
     nlohmann::json info;
 
 private:

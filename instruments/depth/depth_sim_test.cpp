@@ -21,14 +21,14 @@ struct DepthSim : ::testing::Test {
     SystemClock clock;
     platform::QtSerialPort port;
     platform::QtTimer timer;
-    std::unique_ptr<e2e::FieldSim> sim;
+    std::unique_ptr<e2e::SimChild> sim;
     std::unique_ptr<cZEL_Depth> depth;
     int newDepths = 0;
 
     void start(std::vector<std::string> args) {
         platform::ensureQtTestApp();
         args.insert(args.begin(), {"depth", "--transcript", transcript});
-        sim = std::make_unique<e2e::FieldSim>(ZEL_SIM, args);
+        sim = std::make_unique<e2e::SimChild>(ZEL_SIM, args);
         ASSERT_TRUE(sim->running());
         const std::string pty = sim->text("depth", "pty");
         depth = std::make_unique<cZEL_Depth>(host, clock, port, timer, [pty](int) { return pty; });

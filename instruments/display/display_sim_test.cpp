@@ -20,12 +20,12 @@ struct DisplaySim : ::testing::Test {
     platform::EventLoopHost host{recorded};
     platform::QtSerialPort port;
     cZEL_Display_J10 display{host, port};
-    std::unique_ptr<e2e::FieldSim> sim;
+    std::unique_ptr<e2e::SimChild> sim;
 
     void start(std::vector<std::string> args) {
         platform::ensureQtTestApp();
         args.insert(args.begin(), {"display", "--transcript", transcript});
-        sim = std::make_unique<e2e::FieldSim>(ZEL_SIM, args);
+        sim = std::make_unique<e2e::SimChild>(ZEL_SIM, args);
         ASSERT_TRUE(sim->running());
     }
 };

@@ -15,7 +15,7 @@ namespace {
 
 TEST(GpsSim, FixesReadBackFromSplitSentences) {
     platform::ensureQtTestApp();
-    e2e::FieldSim sim(ZEL_SIM, {"gps", "--interval-ms", "40", "--lat", "-45.502057", "--lon", "-74.01",
+    e2e::SimChild sim(ZEL_SIM, {"gps", "--interval-ms", "40", "--lat", "-45.502057", "--lon", "-74.01",
                                 "--alt", "250.5", "--satellites", "11", "--seed", "7"});
     ASSERT_TRUE(sim.running());
     testing::RecordingHost recorded;

@@ -24,7 +24,7 @@ struct HdSim : ::testing::Test {
 };
 
 TEST_F(HdSim, CommandsAndRecords) {
-    e2e::FieldSim sim(ZEL_SIM, {"hd", "--transcript", transcript, "--interval-ms", "20"});
+    e2e::SimChild sim(ZEL_SIM, {"hd", "--transcript", transcript, "--interval-ms", "20"});
     ASSERT_TRUE(sim.running());
     const auto port = [&](const char* name) { return static_cast<std::uint16_t>(sim.port("hd", name)); };
     ASSERT_TRUE(hd.Connect("127.0.0.1", {port("command"), port("record"), port("second")}, 3000));
@@ -50,7 +50,7 @@ TEST_F(HdSim, CommandsAndRecords) {
 }
 
 TEST_F(HdSim, PortWithNobodyListeningIsReported) {
-    e2e::FieldSim sim(ZEL_SIM, {"hd"});
+    e2e::SimChild sim(ZEL_SIM, {"hd"});
     ASSERT_TRUE(sim.running());
     QTcpServer closed;
     ASSERT_TRUE(closed.listen(QHostAddress::LocalHost, 0));

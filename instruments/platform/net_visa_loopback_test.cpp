@@ -6,7 +6,7 @@
 #include "instruments/visa/net_visa.h"
 #include "instruments/visa/rpc.h"
 #include "instruments/visa/vxi11_protocol.h"
-#include "tests/e2e/sim_process.h"
+#include "tests/e2e/field_sim.h"
 
 #include <gtest/gtest.h>
 
@@ -24,9 +24,9 @@ using namespace zel::visa;
 
 struct Loopback : ::testing::Test {
     std::string transcript = ::testing::TempDir() + "visa_loopback_" + std::to_string(::getpid()) + ".txt";
-    e2e::SimProcess sim{ZEL_SIM,
-                        {"scope", "--host", "127.0.0.1", "--portmap-port", "0", "--sweep-ms", "0",
-                         "--transcript", transcript, "--device", "inst0"}};
+    e2e::SimChild sim{ZEL_SIM,
+                      {"scope", "--host", "127.0.0.1", "--portmap-port", "0", "--sweep-ms", "0",
+                       "--transcript", transcript, "--device", "inst0"}};
     std::unique_ptr<NetVisa> visa;
     ViSession rm = 0;
 

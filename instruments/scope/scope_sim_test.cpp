@@ -6,7 +6,7 @@
 #include "instruments/scope/scope.h"
 #include "instruments/visa/ieee_block.h"
 #include "instruments/visa/net_visa.h"
-#include "tests/e2e/sim_process.h"
+#include "tests/e2e/field_sim.h"
 
 #include "common/number_text.h"
 #include "common/testing/recording_host.h"
@@ -47,14 +47,14 @@ std::vector<std::string> lines(const std::string& path) {
 
 struct ScopeSim : ::testing::Test {
     std::string transcript = ::testing::TempDir() + "scope_sim_" + std::to_string(::getpid()) + ".txt";
-    std::unique_ptr<e2e::SimProcess> sim;
+    std::unique_ptr<e2e::SimChild> sim;
     std::unique_ptr<NetVisa> visa;
     FakeClock fixed{DateTime{2016, 4, 12, 15, 45, 10}};
     FastClock fast;
     testing::RecordingHost host;
 
     void start(int sweepMs, int portmapPort = 0) {
-        sim = std::make_unique<e2e::SimProcess>(
+        sim = std::make_unique<e2e::SimChild>(
             ZEL_SIM,
             std::vector<std::string>{"scope", "--portmap-port", std::to_string(portmapPort), "--sweep-ms",
                                      std::to_string(sweepMs), "--transcript", transcript});

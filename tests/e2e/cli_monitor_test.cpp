@@ -25,7 +25,7 @@ std::vector<nlohmann::json> jsonLines(const std::string& out) {
 TEST(CliMonitor, DepthBoardReadingsAndTheBoardsCommands) {
     TempDir dir;
     const std::string transcript = (dir.path / "depth.txt").string();
-    FieldSim sim(ZEL_SIM, {"depth", "--rate", "2", "--transcript", transcript});
+    SimChild sim(ZEL_SIM, {"depth", "--rate", "2", "--transcript", transcript});
     ASSERT_TRUE(sim.running());
     const RunResult r = runProgram(kCli + " monitor depth --port " + sim.text("depth", "pty") +
                                    " --update-ms 100 --seconds 1.5 --json");
@@ -43,7 +43,7 @@ TEST(CliMonitor, DepthBoardReadingsAndTheBoardsCommands) {
 }
 
 TEST(CliMonitor, GpsFixes) {
-    FieldSim sim(ZEL_SIM, {"gps", "--interval-ms", "100", "--lat", "-33.5", "--lon", "151.25"});
+    SimChild sim(ZEL_SIM, {"gps", "--interval-ms", "100", "--lat", "-33.5", "--lon", "151.25"});
     ASSERT_TRUE(sim.running());
     const RunResult r =
         runProgram(kCli + " monitor gps --port " + sim.text("gps", "pty") + " --seconds 0.6 --json");
@@ -57,7 +57,7 @@ TEST(CliMonitor, GpsFixes) {
 }
 
 TEST(CliMonitor, DisplayStatusAndKeys) {
-    FieldSim sim(ZEL_SIM, {"display", "--keys", "194,197", "--keys-after-ms", "200"});
+    SimChild sim(ZEL_SIM, {"display", "--keys", "194,197", "--keys-after-ms", "200"});
     ASSERT_TRUE(sim.running());
     const RunResult r =
         runProgram(kCli + " monitor display --port " + sim.text("display", "pty") + " --seconds 0.5 --json");
@@ -72,7 +72,7 @@ TEST(CliMonitor, DisplayStatusAndKeys) {
 TEST(CliMonitor, HdRecordsOfTheSelectedColumns) {
     TempDir dir;
     const std::string transcript = (dir.path / "hd.txt").string();
-    FieldSim sim(ZEL_SIM, {"hd", "--interval-ms", "50", "--transcript", transcript});
+    SimChild sim(ZEL_SIM, {"hd", "--interval-ms", "50", "--transcript", transcript});
     ASSERT_TRUE(sim.running());
     const std::string ports = std::to_string(sim.port("hd", "command")) + "," +
                               std::to_string(sim.port("hd", "record")) + "," +

@@ -1,7 +1,7 @@
 // zel-cli scope against zel-sim scope: a technician's check of a scope, as a script runs it.
 
+#include "tests/e2e/field_sim.h"
 #include "tests/e2e/run_program.h"
-#include "tests/e2e/sim_process.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -16,7 +16,7 @@ const std::string kCli = ZEL_CLI;
 struct CliScope : ::testing::Test {
     TempDir dir;
     std::string transcript = (dir.path / "transcript.txt").string();
-    SimProcess sim{ZEL_SIM, {"scope", "--portmap-port", "0", "--sweep-ms", "0", "--transcript", transcript}};
+    SimChild sim{ZEL_SIM, {"scope", "--portmap-port", "0", "--sweep-ms", "0", "--transcript", transcript}};
     std::string portmap() const { return std::to_string(sim.port("scope", "portmap")); }
 
     std::vector<std::string> transcriptLines() const {
