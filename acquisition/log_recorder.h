@@ -17,17 +17,10 @@
 
 namespace zel::acq {
 
-// Where the push keeps each point's values in the per-point table.
+// Where the push keeps each point's values in the per-point table: the log's own column layout.
 namespace push_column {
-inline constexpr int Depth = 0;
-inline constexpr int Signal = 2;
-inline constexpr int Rate = 3;
-inline constexpr int Conductivity = 4;
-inline constexpr int Scatter = 5;
-inline constexpr int Fluorescence = 6;
-inline constexpr int Ch1 = 8; // CH1..CH4 areas in 8..11
-inline constexpr int RateMark = 12;
-inline constexpr int Count = 13;
+using namespace point_column;
+inline constexpr int Count = PushCount;
 } // namespace push_column
 
 struct RecordedFiles {

@@ -20,8 +20,9 @@ namespace zel {
 // channel areas, in the columns the push writes them to. A column the log does not have leaves its field
 // empty.
 struct ExportColumns {
-    int signal = 2;
-    std::array<int, 4> channels{8, 9, 10, 11};
+    int signal = point_column::Signal;
+    std::array<int, 4> channels{point_column::Ch1, point_column::Ch1 + 1, point_column::Ch1 + 2,
+                                point_column::Ch1 + 3};
     int conductivity = point_column::Conductivity; // point_column::ConductivityBirch in the Birch mode
 };
 

@@ -17,10 +17,16 @@ namespace zel {
 // fixed here: it depends on the acquisition's column layout, so the signal maximum takes it as a parameter.
 namespace point_column {
 inline constexpr int Depth = 0;
-inline constexpr int O2 = 1; // O2 mode
+inline constexpr int O2 = 1;     // O2 mode
+inline constexpr int Signal = 2; // %RE, written by the push (not one of the raw log's lists)
 inline constexpr int Rate = 3;
 inline constexpr int Conductivity = 4; // column 7 in the Birch mode
+inline constexpr int Scatter = 5;      // S of the point
+inline constexpr int Fluorescence = 6; // F of the point
 inline constexpr int ConductivityBirch = 7;
+inline constexpr int Ch1 = 8;        // CH1..CH4 areas in 8..11
+inline constexpr int RateMark = 12;  // the push's rate-exceeded mark
+inline constexpr int PushCount = 13; // columns a push writes
 } // namespace point_column
 
 namespace hammer_column {
