@@ -94,9 +94,7 @@ public:
     void StopEmulation() override { ++emulationStops; }
 
 private:
-    std::size_t index() const {
-        return std::min<std::size_t>(reads > 1 ? reads - 2 : 0, script.size() - 1);
-    }
+    std::size_t index() const { return std::min<std::size_t>(reads > 1 ? reads - 2 : 0, script.size() - 1); }
 };
 
 class FakeGps : public Gps {

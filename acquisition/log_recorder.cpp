@@ -102,7 +102,8 @@ void LogRecorder::Finish() {
     files_.companion = log_.File_FullPath_Plt();
     if (!files_.companion.empty()) SaveCompanionSettings(files_.companion, forms_, PlotWindows{});
     // The export's default columns are this layout's: %RE in 2, the channel areas in 8..11.
-    static_assert(push_column::Signal == ExportColumns{}.signal && push_column::Ch1 == ExportColumns{}.channels[0]);
+    static_assert(push_column::Signal == ExportColumns{}.signal &&
+                  push_column::Ch1 == ExportColumns{}.channels[0]);
     if (auto exported = ExportDataText(log_, arrays_, Context, {}, host_)) files_.dataExport = *exported;
     files_.runLog = WriteRunLog(dataRoot_, log_, clock_, false);
     temp_.remove();

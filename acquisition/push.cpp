@@ -10,12 +10,14 @@ namespace zel::acq {
 namespace {
 
 constexpr double kRateMarkLimit = 0.8;
-constexpr const char* kContinuousMessage = "In Continuous depth mode, data is taken throughout the push regardless "
-                                           "of depth. This will not work properly with cycling rods.";
-constexpr const char* kPauseMessage =
-    "Depth is Paused. Click OK to Resume.\r\nWhen resumed, depth will increment from the new position. You may move "
-    "push mechanism as needed to new location. Rod changes during pause are not recommended. Pause cannot be used "
-    "reliably during the first rod.";
+constexpr const char* kContinuousMessage =
+    "In Continuous depth mode, data is taken throughout the push regardless "
+    "of depth. This will not work properly with cycling rods.";
+constexpr const char* kPauseMessage = "Depth is Paused. Click OK to Resume.\r\nWhen resumed, depth will "
+                                      "increment from the new position. You may move "
+                                      "push mechanism as needed to new location. Rod changes during pause "
+                                      "are not recommended. Pause cannot be used "
+                                      "reliably during the first rod.";
 
 } // namespace
 
@@ -49,13 +51,15 @@ RateReport CheckPushRate(std::span<const float> rates, bool metric, bool suppres
     return r;
 }
 
-PushControl::PushControl(Host& host, const Clock& clock, ReferenceControl& reference, Scope& scope, Board& board,
-                         PushDepth& depth, Gps& gps, FieldDisplay& display, PushRecorder& recorder)
+PushControl::PushControl(Host& host, const Clock& clock, ReferenceControl& reference, Scope& scope,
+                         Board& board, PushDepth& depth, Gps& gps, FieldDisplay& display,
+                         PushRecorder& recorder)
     : host_(host), clock_(clock), ref_(reference), scope_(scope), board_(board), depth_(depth), gps_(gps),
       display_(display), recorder_(recorder) {}
 
 void PushControl::report(const char* routine, int step, const std::string& what) {
-    host_.message(what + "\r\nErl of " + routine + ": " + std::to_string(step), MsgButtons::Ok, MsgIcon::Critical);
+    host_.message(what + "\r\nErl of " + routine + ": " + std::to_string(step), MsgButtons::Ok,
+                  MsgIcon::Critical);
 }
 
 void PushControl::preparePointWave() {
@@ -76,7 +80,8 @@ bool PushControl::StartPush() {
     if (!ref_.CheckBeforePush()) return false;
 
     lastDepth_ = -9.0f;
-    if (Settings.startDepth) lastDepth_ = *Settings.startDepth < 0.0f ? -0.001f : *Settings.startDepth - 0.001f;
+    if (Settings.startDepth)
+        lastDepth_ = *Settings.startDepth < 0.0f ? -0.001f : *Settings.startDepth - 0.001f;
     depth_.Reset(Settings.startDepth.value_or(0.0f));
     depth_.Read();
     if (!recorder_.Begin(ref_, depth_.Current())) return false;

@@ -27,7 +27,7 @@ struct PointRecord {
     float signal = 0.0f; // %RE
     float rate = 0.0f;   // push rate from the depth source, in/s or cm/s
     bool rateExceeded = false;
-    float scatter = 0.0f;     // S
+    float scatter = 0.0f;      // S
     float fluorescence = 0.0f; // F
     std::array<float, 4> channelArea{};
     float conductivity = 0.0f;

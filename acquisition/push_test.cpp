@@ -24,11 +24,11 @@ TEST(CheckPushRate, ExceedancesAverageAndUnits) {
         int exceedances;
         bool flagged;
     } cases[] = {
-        {{1.0f, 1.5f}, false, 0, true},     // average 1.25 alone flags the push
-        {{1.0f, 1.375f}, false, 0, false},      // average 1.1875
+        {{1.0f, 1.5f}, false, 0, true},        // average 1.25 alone flags the push
+        {{1.0f, 1.375f}, false, 0, false},     // average 1.1875
         {{3.0f, 0.1f, 0.1f}, false, 0, false}, // 3.0 is not above the limit, the average 1.07 is under 1.2
-        {{7.62f, 7.7f}, true, 1, true},       // the metric limit is 7.62
-        {{1.0f, 1.5f}, true, 0, true},        // the 1.2 is not converted
+        {{7.62f, 7.7f}, true, 1, true},        // the metric limit is 7.62
+        {{1.0f, 1.5f}, true, 0, true},         // the 1.2 is not converted
         {{}, false, 0, false},
     };
     for (const auto& c : cases) {
@@ -41,9 +41,10 @@ TEST(CheckPushRate, ExceedancesAverageAndUnits) {
     }
     RecordingHost host;
     CheckPushRate(std::vector<float>{7.0f, 8.0f, 1.0f}, true, false, host);
-    EXPECT_EQ(host.messages(), std::vector<std::string>{"Caution!\r\nRate exceeded 7.6 cm/s during push 1 times out "
-                                                        "of 3 data points.\r\nAverage rate was: 5.33 cm/s\r\nTarget "
-                                                        "rate is 0.8 in/s (2 cm/s)."});
+    EXPECT_EQ(host.messages(),
+              std::vector<std::string>{"Caution!\r\nRate exceeded 7.6 cm/s during push 1 times out "
+                                       "of 3 data points.\r\nAverage rate was: 5.33 cm/s\r\nTarget "
+                                       "rate is 0.8 in/s (2 cm/s)."});
     RecordingHost quiet;
     EXPECT_TRUE(CheckPushRate(std::vector<float>{9.0f}, false, true, quiet).flagged);
     EXPECT_TRUE(quiet.messages().empty());
@@ -113,8 +114,8 @@ TEST(Push, PointsAtNewDepthsOnlyUnlessContinuous) {
         {std::nullopt, true, {0.0f, 0.0f, 0.05f, 0.05f, 0.1f}},
         {0.05f, false, {0.0f, 0.05f, 0.1f}}, // from just above the start depth
     };
-    const std::vector<std::vector<float>> expected = {{0.0f, 0.05f, 0.1f}, {0.0f, 0.0f, 0.05f, 0.05f, 0.1f},
-                                                      {0.05f, 0.1f}};
+    const std::vector<std::vector<float>> expected = {
+        {0.0f, 0.05f, 0.1f}, {0.0f, 0.0f, 0.05f, 0.05f, 0.1f}, {0.05f, 0.1f}};
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         Rig r;
         r.push.Settings.startDepth = cases[i].startDepth;
@@ -268,9 +269,10 @@ TEST(Push, PauseContinuousAndTimedCaption) {
     r.host.clear();
     r.push.SetContinuous(true);
     r.push.SetContinuous(true);
-    EXPECT_EQ(r.host.messages(), std::vector<std::string>{"In Continuous depth mode, data is taken throughout the "
-                                                          "push regardless of depth. This will not work properly "
-                                                          "with cycling rods."});
+    EXPECT_EQ(r.host.messages(),
+              std::vector<std::string>{"In Continuous depth mode, data is taken throughout the "
+                                       "push regardless of depth. This will not work properly "
+                                       "with cycling rods."});
     EXPECT_EQ(r.push.ToggleTimed(), "STOP");
     EXPECT_EQ(r.push.ToggleTimed(), "Continuous Wave Acq.");
 }

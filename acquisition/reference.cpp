@@ -33,7 +33,8 @@ AreaGateResult CheckREArea(float area, const GateOptions& o) {
     if (o.lowOutputRE) {
         if (o.overrideRE) return {};
         if (area < 900.0f)
-            return {AreaVerdict::Block, "RE area is below 900 pVs. Acquisition will NOT be allowed to continue."};
+            return {AreaVerdict::Block,
+                    "RE area is below 900 pVs. Acquisition will NOT be allowed to continue."};
         if (area < 1200.0f)
             return {AreaVerdict::Warn,
                     "RE area is below 1,200 pVs. Acquisition will be allowed to continue, but RE suspect."};
@@ -44,7 +45,8 @@ AreaGateResult CheckREArea(float area, const GateOptions& o) {
     }
     if (o.noAreaCheck || o.diagnosticRE) return {};
     if (area < 5000.0f)
-        return {AreaVerdict::Block, "RE area is below 5000 pVs. Acquisition will NOT be allowed to continue."};
+        return {AreaVerdict::Block,
+                "RE area is below 5000 pVs. Acquisition will NOT be allowed to continue."};
     if (area < 7000.0f)
         return {AreaVerdict::Warn,
                 "RE area is below 7000 pVs. Acquisition will be allowed to continue, but RE suspect."};
@@ -91,8 +93,7 @@ REPanel MakeREPanel(int mode, const std::array<float, 4>& ch, float scatterRatio
         p.ratioText = "Ratio (F/S): " + formatNumber(scatterRatio, "#0.0");
         p.ratioShown = true;
         break;
-    default:
-        break;
+    default: break;
     }
     if (p.ratioShown) {
         p.ratioOffTarget = !ScatterRatioInRange(scatterRatio);

@@ -41,8 +41,8 @@ struct REPanel {
     int count = 0;                 // values shown (0 or 4)
     std::array<double, 4> value{}; // shares in % (modes 1 and 21: the scatter ratio first)
     std::array<bool, 4> offTarget{};
-    std::string ratioText;         // "Ratio (F/S): 8.1" in the modes that show it on its own
-    bool ratioShown = false;       // the mode judges the scatter ratio
+    std::string ratioText;   // "Ratio (F/S): 8.1" in the modes that show it on its own
+    bool ratioShown = false; // the mode judges the scatter ratio
     bool ratioOffTarget = false;
 };
 // channelAreas: CH1..CH4 of the RE.
@@ -80,7 +80,7 @@ public:
     // The processed RE with its boundaries and reference values (replaced whole when a new one is accepted).
     cZEL_Waveform& RE() { return *re_; }
     const cZEL_Waveform& RE() const { return *re_; }
-    Waveform RERaw;            // the RE as acquired, before the background was subtracted
+    Waveform RERaw; // the RE as acquired, before the background was subtracted
     Waveform Background;
     bool HasRE = false;
     std::optional<DateTime> RETime;

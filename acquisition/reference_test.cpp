@@ -33,7 +33,8 @@ TEST(REAreaGate, LimitsOfBothFamilies) {
          "RE area is above 20000 pVs. Acquisition will be allowed to continue, but RE suspect."},
         {exempt, 100.0f, AreaVerdict::Pass, nullptr},
         {diagnostic, 100.0f, AreaVerdict::Pass, nullptr},
-        {low, 899.0f, AreaVerdict::Block, "RE area is below 900 pVs. Acquisition will NOT be allowed to continue."},
+        {low, 899.0f, AreaVerdict::Block,
+         "RE area is below 900 pVs. Acquisition will NOT be allowed to continue."},
         {low, 900.0f, AreaVerdict::Warn,
          "RE area is below 1,200 pVs. Acquisition will be allowed to continue, but RE suspect."},
         {low, 1200.0f, AreaVerdict::Pass, nullptr},
@@ -106,8 +107,8 @@ TEST(AcquireReference, REStoredProcessedAndTimeStamped) {
     Rig r;
     r.scope.waves["CH2"] = reWave(5e-9f);
     ASSERT_TRUE(r.control.AcquireReference(kRE));
-    EXPECT_EQ(r.scope.calls, (std::vector<std::string>{"setup", "acquire CH2", "store CH2 REF1", "store CH2 REF2",
-                                                       "store CH2 REF4"}));
+    EXPECT_EQ(r.scope.calls, (std::vector<std::string>{"setup", "acquire CH2", "store CH2 REF1",
+                                                       "store CH2 REF2", "store CH2 REF4"}));
     EXPECT_TRUE(r.control.HasRE);
     EXPECT_TRUE(r.control.REFresh);
     EXPECT_EQ(r.control.RETime, r.clock.now());
@@ -118,15 +119,17 @@ TEST(AcquireReference, REStoredProcessedAndTimeStamped) {
 }
 
 TEST(AcquireReference, ScatterRatioToldOnlyWhenInteractive) {
-    const std::string warning = "Scatter ratio is not within 8.0 +/- 0.5 range. Acquisition will be allowed to "
-                                "continue, but RE suspect.";
+    const std::string warning =
+        "Scatter ratio is not within 8.0 +/- 0.5 range. Acquisition will be allowed to "
+        "continue, but RE suspect.";
     for (bool interactive : {true, false}) {
         Rig r;
         r.control.Mode = 7;
         r.scope.waves["CH2"] = reWave(5e-9f); // four equal pulses: F / S far from 8
         ASSERT_TRUE(r.control.AcquireReference(kRE, interactive));
         EXPECT_TRUE(r.control.Panel.ratioOffTarget);
-        EXPECT_EQ(r.host.messages(), interactive ? std::vector<std::string>{warning} : std::vector<std::string>{});
+        EXPECT_EQ(r.host.messages(),
+                  interactive ? std::vector<std::string>{warning} : std::vector<std::string>{});
     }
 }
 
@@ -142,27 +145,29 @@ TEST(AcquireReference, FailuresAndBlocksKeepThePreviousRE) {
     r.scope.status = 0;
     EXPECT_FALSE(r.control.AcquireReference(kRE));
     EXPECT_FALSE(r.control.AcquireReference(kBackground));
-    EXPECT_EQ(r.host.messages(),
-              (std::vector<std::string>{"RE or Background acquisition failed.", "RE or Background acquisition failed."}));
+    EXPECT_EQ(r.host.messages(), (std::vector<std::string>{"RE or Background acquisition failed.",
+                                                           "RE or Background acquisition failed."}));
     EXPECT_TRUE(r.control.Background.empty());
 
     r.host.clear();
     r.scope.status = 1;
     r.scope.waves["CH2"] = reWave(0.5e-9f); // about 1,000 pVs
     EXPECT_FALSE(r.control.AcquireReference(kRE));
-    EXPECT_EQ(r.host.messages(),
-              std::vector<std::string>{"RE area is below 5000 pVs. Acquisition will NOT be allowed to continue."});
+    EXPECT_EQ(
+        r.host.messages(),
+        std::vector<std::string>{"RE area is below 5000 pVs. Acquisition will NOT be allowed to continue."});
     EXPECT_EQ(r.control.RE().RE_Area, area);
     EXPECT_EQ(r.control.RETime, taken);
     EXPECT_FALSE(r.control.REFresh);
 }
 
 TEST(AcquireReference, BackgroundNoiseWarning) {
-    const std::string warning = "Warning! Baseline noise (25) exceeds specified limit (18). You may proceed, but you "
-                                "should investigate the problem.\r\nCheck the following:\r\n1) Signal grounding\r\n"
-                                "2) Good connection of the cable to the right-angle BNC\r\n3) Signal cable routing "
-                                "(e.g. not touching the frame)\r\n4) If you are using a 20m cable, the noise is "
-                                "expected";
+    const std::string warning =
+        "Warning! Baseline noise (25) exceeds specified limit (18). You may proceed, but you "
+        "should investigate the problem.\r\nCheck the following:\r\n1) Signal grounding\r\n"
+        "2) Good connection of the cable to the right-angle BNC\r\n3) Signal cable routing "
+        "(e.g. not touching the frame)\r\n4) If you are using a 20m cable, the noise is "
+        "expected";
     const struct {
         float swing;
         bool boardInUse;
@@ -204,8 +209,9 @@ TEST(CheckBeforePush, PromptsInOrderAndCancelStops) {
     const std::string firstPush = "This is the first acquisition since the software has been loaded.\r\n"
                                   "Check the info tab for accuracy.\r\n"
                                   "Cancel to edit the info, OK to proceed with acquisition.";
-    const std::string scatter = "Scatter ratio is not 8 (range 7.5-8.5). Acquisition will be allowed to continue, but "
-                                "RE is suspect.\r\nCancel to acquire a new RE, OK to proceed with acquisition.";
+    const std::string scatter =
+        "Scatter ratio is not 8 (range 7.5-8.5). Acquisition will be allowed to continue, but "
+        "RE is suspect.\r\nCancel to acquire a new RE, OK to proceed with acquisition.";
     const std::string oldRE = "The current RE is at least one acquisition old.\r\n"
                               "Cancel to acquire a new RE, OK to proceed with acquisition.";
     const std::string age = "RE is older than 30 minutes. Select OK to proceed or Cancel to take new RE.";
@@ -245,8 +251,9 @@ TEST(CheckBeforePush, PromptsInOrderAndCancelStops) {
     r.control.SuppressPrompts = true;
     r.depth.good = false;
     EXPECT_FALSE(r.control.CheckBeforePush());
-    EXPECT_EQ(r.host.messages(),
-              (std::vector<std::string>{age, "Depth status is not ok, acquisition canceled, investigate problem"}));
+    EXPECT_EQ(
+        r.host.messages(),
+        (std::vector<std::string>{age, "Depth status is not ok, acquisition canceled, investigate problem"}));
     EXPECT_EQ(r.host.events()[1].icon, MsgIcon::Critical);
     EXPECT_EQ(r.host.events()[1].buttons, MsgButtons::Ok);
 }

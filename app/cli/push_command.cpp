@@ -128,9 +128,7 @@ private:
 class GpsAdapter : public acq::Gps {
 public:
     explicit GpsAdapter(cZEL_GPS& g) : g_(g) {}
-    acq::Position Current() override {
-        return {g_.Latitude_Dec, g_.Longitude_Dec, g_.QualityIndicator > 0};
-    }
+    acq::Position Current() override { return {g_.Latitude_Dec, g_.Longitude_Dec, g_.QualityIndicator > 0}; }
 
 private:
     cZEL_GPS& g_;
@@ -195,8 +193,8 @@ int runPush(const PushArgs& a) {
     cZEL_Data log(host, clock);
     log.Metric(a.metric);
     LogArrays arrays;
-    acq::LogRecorder recorder(host, clock, log, arrays, forms, (std::filesystem::path(a.out) / a.name).string(),
-                              a.out);
+    acq::LogRecorder recorder(host, clock, log, arrays, forms,
+                              (std::filesystem::path(a.out) / a.name).string(), a.out);
     ScopeAdapter scopeAdapter(scope);
     NoBoard board;
     int taken = 0;
@@ -206,7 +204,8 @@ int runPush(const PushArgs& a) {
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
     reference.Mode = a.mode;
-    acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display, recorder);
+    acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
+                          recorder);
     push.Settings.metric = a.metric;
     push.Settings.startDepth = -1.0f;
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
@@ -245,15 +244,19 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     auto args = std::make_shared<PushArgs>();
     CLI::App* sc = app.add_subcommand("push", "A whole push: background, RE, gates, points, files");
     sc->add_flag("--sim", args->sim, "Run against zel-sim children instead of the configured instruments");
-    sc->add_option("--points", args->points, "Points to take")->capture_default_str()->check(CLI::Range(1, 10001));
-    sc->add_option("--out", args->out, "Folder for the log, its files and the run log")->capture_default_str();
+    sc->add_option("--points", args->points, "Points to take")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 10001));
+    sc->add_option("--out", args->out, "Folder for the log, its files and the run log")
+        ->capture_default_str();
     sc->add_option("--name", args->name, "Log name without extension")->capture_default_str();
     sc->add_flag("--metric", args->metric, "Depths in metres");
     sc->add_option("--mode", args->mode, "Operating mode")->capture_default_str();
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");
     sc->add_flag("--no", args->no, "Answer Cancel to every prompt")->excludes(yes);
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
-    sc->add_option("--sweep-ms", args->sweepMs, "Simulated scope: time of one averaged sweep (0: no averaging delay)");
+    sc->add_option("--sweep-ms", args->sweepMs,
+                   "Simulated scope: time of one averaged sweep (0: no averaging delay)");
     sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
 }
 

@@ -13,10 +13,10 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <thread>
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace zel::e2e {
@@ -35,8 +35,9 @@ std::vector<std::string> lines(const std::string& text) {
 
 TEST(CliPush, WholePushLoadsBackWithItsFiles) {
     TempDir dir;
-    const RunResult r = runProgram(kCli + " push --sim --points 5 --rate 2 --sweep-ms 0 --yes --name P1 --out " +
-                                   quote(dir.path.string()));
+    const RunResult r =
+        runProgram(kCli + " push --sim --points 5 --rate 2 --sweep-ms 0 --yes --name P1 --out " +
+                   quote(dir.path.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::vector<std::string> out = lines(r.out);
     ASSERT_EQ(out.size(), 6u) << r.out;
@@ -93,8 +94,8 @@ TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
         ::close(fds[0]);
         ::close(fds[1]);
         const std::string out = dir.path.string();
-        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--sweep-ms", "0", "--yes", "--name",
-                "K1", "--out", out.c_str(), static_cast<char*>(nullptr));
+        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--sweep-ms",
+                "0", "--yes", "--name", "K1", "--out", out.c_str(), static_cast<char*>(nullptr));
         ::_exit(127);
     }
     ::close(fds[1]);
@@ -146,8 +147,8 @@ pid_t childWith(pid_t pid, const std::string& word) {
     return 0;
 }
 
-// The scope stops answering for longer than an acquisition may take in the middle of a push: the loop reports, goes on, and the
-// log holds every point it reported, in depth order.
+// The scope stops answering for longer than an acquisition may take in the middle of a push: the loop
+// reports, goes on, and the log holds every point it reported, in depth order.
 TEST(CliPush, ScopeSilentForAWhile) {
     TempDir dir;
     const std::string errPath = (dir.path / "err.txt").string();
@@ -162,8 +163,8 @@ TEST(CliPush, ScopeSilentForAWhile) {
         const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         ::dup2(err, 2);
         const std::string out = (dir.path / "out").string();
-        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "12", "--rate", "2", "--sweep-ms", "0",
-                "--yes", "--name", "S1", "--out", out.c_str(), static_cast<char*>(nullptr));
+        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "12", "--rate", "2", "--sweep-ms",
+                "0", "--yes", "--name", "S1", "--out", out.c_str(), static_cast<char*>(nullptr));
         ::_exit(127);
     }
     ::close(fds[1]);
