@@ -1,6 +1,7 @@
 // zel-cli: the headless tool for scripts, batch work and checks. It only wires the libraries together.
 
 #include "app/cli/command.h"
+#include "app/parse_arguments.h"
 
 int main(int argc, char** argv) {
     CLI::App app{"ZEL command-line tool: process and inspect LIF logs and waveforms"};
@@ -18,13 +19,6 @@ int main(int argc, char** argv) {
     zel::cli::addNextNameCommand(app, run);
     zel::cli::addPushCommand(app, run);
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp& e) {
-        return app.exit(e);
-    } catch (const CLI::ParseError& e) {
-        app.exit(e);
-        return 2;
-    }
+    if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     return run ? run() : 2;
 }

@@ -1,6 +1,7 @@
 // zel-sim: instrument simulators speaking the real protocols, so the program and its tests can run a
 // whole acquisition on one machine. Each simulator prints one JSON line naming what it opened.
 
+#include "app/parse_arguments.h"
 #include "app/sim/depth_sim.h"
 #include "app/sim/display_sim.h"
 #include "app/sim/gps_sim.h"
@@ -96,14 +97,7 @@ int main(int argc, char** argv) {
     zel::sim::addGpsSim(app, run);
     zel::sim::addDisplaySim(app, run);
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp& e) {
-        return app.exit(e);
-    } catch (const CLI::ParseError& e) {
-        app.exit(e);
-        return 2;
-    }
+    if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     if (run) return run();
     return runScope(scope);
 }
