@@ -149,23 +149,22 @@ void Options::LoadOptions(bool partial) {
     }
 }
 
-void Options::SaveInitDir(std::string_view folder) {
+void Options::writeZelKey(const char* key, std::string_view value) {
     ensureParentFolder(path_);
     cInifile ini;
     ini.Path = path_;
     ini.Section = "ZEL";
-    ini.Key = "InitDir";
-    ini.Value(folder);
+    ini.Key = key;
+    ini.Value(value);
+}
+
+void Options::SaveInitDir(std::string_view folder) {
+    writeZelKey("InitDir", folder);
     InitDir = folder;
 }
 
 void Options::SaveInitFile(std::string_view file) {
-    ensureParentFolder(path_);
-    cInifile ini;
-    ini.Path = path_;
-    ini.Section = "ZEL";
-    ini.Key = "InitFile";
-    ini.Value(file);
+    writeZelKey("InitFile", file);
     InitFile = file;
 }
 

@@ -58,6 +58,8 @@ public:
     bool OptionsFileWasReset() const { return resetDone_; }
 
 private:
+    // One key of the "ZEL" section written to the options file.
+    void writeZelKey(const char* key, std::string_view value);
     void report(const char* routine, int step, const std::exception& e);
 
     Host& host_;
