@@ -28,6 +28,8 @@ struct HdArgs {
     int intervalMs = 100;
     double rateFtPerS = 0.5;
     std::uint32_t seed = 1;
+    bool silent = false;
+    double conductivityV = -1; // negative: from the site model
 };
 
 class HdBoard {
@@ -67,7 +69,7 @@ private:
                 const QByteArray b = s->readAll();
                 for (const char c : b) {
                     if (c == '\r') {
-                        command(line_);
+                        command(line_, *s);
                         line_.clear();
                     } else if (line_.size() < 128) {
                         line_ += c;
@@ -87,7 +89,7 @@ private:
         }
     }
 
-    void command(const std::string& cmd) {
+    void command(const std::string& cmd, QTcpSocket& from) {
         transcript_.line(printable(cmd));
         const auto space = cmd.find(' ');
         const std::string name = cmd.substr(0, space);
@@ -103,6 +105,17 @@ private:
                 timer_.stop();
         } else if (name == "ClearCounter") {
             counter_ = 0;
+        } else if (name == "IntTime") {
+            status_.intTime = static_cast<int>(std::clamp(value, 1L, 1000L));
+        } else if (name == "SetICF") {
+            status_.icf = static_cast<int>(std::clamp(value, 0L, 65535L));
+        } else if (name == "SampleInterval") {
+            status_.sampleInterval = static_cast<int>(std::clamp(value, 0L, 1000000L));
+        } else if (name == "Stat" && !a_.silent) {
+            status_.mask = mask_;
+            status_.counter = counter_;
+            const std::string reply = hd_protocol::formatStatus(status_) + "\r";
+            from.write(reply.data(), static_cast<qint64>(reply.size()));
         }
     }
 
@@ -115,8 +128,9 @@ private:
             return static_cast<std::int32_t>(
                 std::lround(f.amplitudeV[static_cast<std::size_t>(column - 1)] * 1e5));
         }
-        const double volts =
-            column == hd_protocol::kThreeVoltColumn ? 1.5 : site_.conductivityAt(depth) / 100.0;
+        const double volts = column == hd_protocol::kThreeVoltColumn ? 1.5
+                             : a_.conductivityV >= 0                 ? a_.conductivityV
+                                                                     : site_.conductivityAt(depth) / 100.0;
         const double scale = column == hd_protocol::kThreeVoltColumn ? 3.0 : 5.0;
         return static_cast<std::int32_t>(std::lround(std::clamp(volts / scale, 0.0, 1.0) * 4095.0));
     }
@@ -148,6 +162,7 @@ private:
     int mask_ = 0;
     hd_protocol::ColumnMap map_ = hd_protocol::columnMap(0);
     long counter_ = 0;
+    hd_protocol::Status status_{1, 2, 0, 0, 1, 0, 0, 0};
 };
 
 int runHd(const HdArgs& a) {
@@ -186,6 +201,10 @@ void addHdSim(CLI::App& app, std::function<int()>& run) {
     sc->add_option("--rate", args->rateFtPerS, "Push rate behind the simulated signals, feet per second")
         ->capture_default_str();
     sc->add_option("--seed", args->seed, "Seed of the site model")->capture_default_str();
+    sc->add_flag("--silent", args->silent, "Never answer \"Stat\" (a board whose replies are lost)");
+    sc->add_option("--conductivity-v", args->conductivityV,
+                   "Fixed volts of the 5-volt analogue columns instead of the site model's conductivity")
+        ->check(CLI::Range(0.0, 5.0));
     sc->callback([args, &run] { run = [args] { return runHd(*args); }; });
 }
 

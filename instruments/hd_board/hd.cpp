@@ -90,10 +90,30 @@ void clsHD::IntTime(int n) {
     send("IntTime " + std::to_string(intTime_));
 }
 
-void clsHD::Stat(int mode) {
+bool clsHD::await(std::string_view operation, int timeoutMs, const std::function<bool()>& done) {
+    const auto end = clock_.monotonicMs() + timeoutMs;
+    while (!done()) {
+        if (!Connected() || clock_.monotonicMs() >= end) {
+            host_.message("Timeout " + std::string(operation));
+            return false;
+        }
+        host_.sleepMs(5);
+    }
+    return true;
+}
+
+bool clsHD::Stat(int mode) {
+    const auto before = replyCount_;
     send("Stat " + std::to_string(mode));
+    const bool answered = await("Stat", ReplyTimeoutMs, [&] { return replyCount_ != before; });
     map_ = hd_protocol::columnMap(mask_);
     send("SetDS " + std::to_string(mask_));
+    return answered;
+}
+
+bool clsHD::WaitRecord(int timeoutMs) {
+    const auto before = recordCount_;
+    return await("WaitRecord", timeoutMs, [&] { return recordCount_ != before; });
 }
 
 int clsHD::CVValue(double volts) {
@@ -131,10 +151,30 @@ std::string clsHD::HV_Toggle() {
 
 void clsHD::onData(Port& port) {
     std::string bytes = port.link->readAll();
-    if (port.role != Role::Record) return; // replies and the second stream are not records
+    if (port.role == Role::Second) return; // the second stream is not read
     port.pending.append(bytes);
-    decode(port.pending);
+    if (port.role == Role::Record)
+        decode(port.pending);
+    else
+        replies(port.pending);
     if (port.pending.size() > kMaxPending) port.pending.clear();
+}
+
+void clsHD::replies(std::string& bytes) {
+    std::size_t start = 0;
+    for (auto cr = bytes.find('\r'); cr != std::string::npos; cr = bytes.find('\r', start)) {
+        std::string_view line = std::string_view(bytes).substr(start, cr - start);
+        while (!line.empty() && line.front() == '\n')
+            line.remove_prefix(1);
+        if (auto s = hd_protocol::parseStatus(line)) {
+            status_ = *s;
+            ++replyCount_;
+        }
+        start = cr + 1;
+    }
+    bytes.erase(0, start);
+    // A line that never ends is not a reply.
+    if (bytes.size() > hd_protocol::kMaxReplyLine) bytes.clear();
 }
 
 void clsHD::decode(std::string& bytes) {
@@ -157,6 +197,7 @@ void clsHD::decode(std::string& bytes) {
         }
         if (records_.size() >= kMaxRecords) records_.pop_front();
         records_.push_back(r);
+        ++recordCount_;
         if (NewRecord) NewRecord(r);
     }
     bytes.erase(0, at);

@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,7 +32,13 @@ public:
     void SetICF(int n);
     void SampleInterval(int n);
     void IntTime(int n);
-    void Stat(int mode);
+    // Asks for the board's status and waits for its reply (see hd_protocol.h); false, with "Timeout Stat"
+    // shown, when none comes within ReplyTimeoutMs. The column map is rebuilt and the data select re-sent
+    // either way.
+    bool Stat(int mode);
+    // Waits for the next record after this call; false, with "Timeout WaitRecord" shown, when none comes
+    // within timeoutMs.
+    bool WaitRecord(int timeoutMs);
     void SetCV(int channel, double volts);
     void ClearCounter();
 
@@ -43,6 +50,10 @@ public:
 
     // The control voltage's byte value: 0..800 V onto 0..255, ties to even, never 0.
     static int CVValue(double volts);
+
+    int ReplyTimeoutMs = 2000;
+    // The last status reply, if any came.
+    const std::optional<hd_protocol::Status>& LastStatus() const { return status_; }
 
     int DataSelect() const { return mask_; }
     int IntegrationTime() const { return intTime_; }
@@ -69,7 +80,10 @@ private:
     void send(std::string_view text);
     void onData(Port& port);
     void decode(std::string& bytes);
+    void replies(std::string& bytes);
     Port* command();
+    // Lets the event loop run until done() or timeoutMs; false (with "Timeout " + operation) on time-out.
+    bool await(std::string_view operation, int timeoutMs, const std::function<bool()>& done);
 
     Host& host_;
     const Clock& clock_;
@@ -82,6 +96,9 @@ private:
     bool hvOn_ = false;
     hd_protocol::ColumnMap map_ = hd_protocol::columnMap(0);
     std::deque<Record> records_;
+    std::uint64_t recordCount_ = 0;
+    std::optional<hd_protocol::Status> status_;
+    std::uint64_t replyCount_ = 0;
 };
 
 } // namespace zel

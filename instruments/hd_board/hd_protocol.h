@@ -5,11 +5,21 @@
 // connected too, the board's second data stream, but the program reads no records from it).
 // Records: one little-endian 32-bit signed integer per selected column, in record-position order (the
 // column map below), nothing else; a record of n selected columns is 4n bytes. The scaling turns each raw
-// integer into its unit.
+// integer into its unit. The board streams records from "SetDS" with a non-zero mask until "Stop".
+//
+// Replies: only "Stat <mode>" is answered, on the command port, with one CR-ended line of blank-separated
+// key=value fields after the word "Stat":
+//   "Stat FW=1.4.2 DS=387 IT=100 ICF=16 SI=250 CNT=12"
+// FW the firmware version (major.minor.patch), DS the data-select mask, IT the integration time, ICF the
+// integrations per cycle, SI the sample interval, CNT the counter. Fields may come in any order; unknown
+// ones are skipped and missing ones keep their defaults. A reply longer than kMaxReplyLine is not a reply.
+// Every other command is taken without an answer.
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace zel::hd_protocol {
 
@@ -38,5 +48,19 @@ float scaleColumn(int column, std::int32_t raw);
 // The 4 bytes of one raw value.
 std::string encodeValue(std::int32_t raw);
 std::int32_t decodeValue(const unsigned char* bytes);
+
+constexpr std::size_t kMaxReplyLine = 256;
+
+struct Status {
+    int firmwareMajor = 0, firmwareMinor = 0, firmwarePatch = 0;
+    int mask = 0;
+    int intTime = 1;
+    int icf = 0;
+    int sampleInterval = 0;
+    long long counter = 0;
+};
+// The reply line to "Stat" without its carriage return; nullopt when the line is not one.
+std::optional<Status> parseStatus(std::string_view line);
+std::string formatStatus(const Status& status);
 
 } // namespace zel::hd_protocol

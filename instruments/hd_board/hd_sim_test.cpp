@@ -30,6 +30,10 @@ TEST_F(HdSim, CommandsAndRecords) {
     ASSERT_TRUE(hd.Connect("127.0.0.1", {port("command"), port("record"), port("second")}, 3000));
     hd.IntTime(2000);
     hd.SetDS(0x183);
+    ASSERT_TRUE(hd.Stat(1));
+    EXPECT_EQ(hd.LastStatus()->intTime, 1000);
+    EXPECT_EQ(hd.LastStatus()->mask, 0x183);
+    EXPECT_TRUE(hd.WaitRecord(1000));
     for (int i = 0; i < 300 && hd.Records().size() < 3; ++i)
         host.sleepMs(10);
     hd.Stop();
@@ -42,11 +46,23 @@ TEST_F(HdSim, CommandsAndRecords) {
     EXPECT_GT(first[1], 0.0f);
     EXPECT_GT(first[7], 0.0f);
     EXPECT_EQ(first[2], 0.0f);
-    const std::vector<std::string> expected = {"IntTime 1000", "SetDS 387", "Stop", "CV1 153"};
+    const std::vector<std::string> expected = {"IntTime 1000", "SetDS 387", "Stat 1",
+                                               "SetDS 387",    "Stop",      "CV1 153"};
     // The last commands leave from the event loop, so it runs while the transcript is awaited.
     EXPECT_EQ(e2e::transcriptLines(transcript, expected.size(), 3000, [&](int ms) { host.sleepMs(ms); }),
               expected);
     EXPECT_TRUE(recorded.messages().empty());
+}
+
+TEST_F(HdSim, StatusThatNeverComesTimesOut) {
+    e2e::SimChild sim(ZEL_SIM, {"hd", "--silent"});
+    ASSERT_TRUE(sim.running());
+    const auto port = [&](const char* name) { return static_cast<std::uint16_t>(sim.port("hd", name)); };
+    ASSERT_TRUE(hd.Connect("127.0.0.1", {port("command"), port("record"), port("second")}, 3000));
+    hd.ReplyTimeoutMs = 200;
+    EXPECT_FALSE(hd.Stat(0));
+    EXPECT_FALSE(hd.WaitRecord(100)); // no data selected: nothing streams
+    EXPECT_EQ(recorded.messages(), (std::vector<std::string>{"Timeout Stat", "Timeout WaitRecord"}));
 }
 
 TEST_F(HdSim, PortWithNobodyListeningIsReported) {

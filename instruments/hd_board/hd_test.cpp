@@ -27,6 +27,10 @@ struct FakeNet {
         State state() const override { return st; }
         bool write(std::string_view b) override {
             net.sent[port].append(b);
+            if (net.reply) {
+                inbox.append(net.reply(b));
+                if (!inbox.empty() && handler) handler();
+            }
             return true;
         }
         std::string readAll() override { return std::exchange(inbox, {}); }
@@ -36,6 +40,8 @@ struct FakeNet {
     std::set<std::uint16_t> refused;
     std::map<std::uint16_t, Link*> links;
     std::map<std::uint16_t, std::string> sent;
+    // What the board answers to a command, on the same link.
+    std::function<std::string(std::string_view)> reply;
     TcpLinkFactory factory() {
         return [this] { return std::make_unique<Link>(*this); };
     }
@@ -80,12 +86,59 @@ TEST_F(HdTest, ControlVoltageRoundsTiesToEven) {
     EXPECT_EQ(clsHD::CVValue(-3), 1);
 }
 
-TEST_F(HdTest, StatRebuildsTheMapAndResendsTheSelection) {
+TEST_F(HdTest, StatWaitsForItsReplyAndResendsTheSelection) {
+    struct Case {
+        const char* name;
+        std::string reply; // to "Stat"
+        bool answered;
+        int firmwareMinor;
+    };
+    const Case cases[] = {
+        {"reply", "Stat FW=1.4.2 DS=129 IT=100 CNT=7\r", true, 4},
+        {"after noise and an echo", "garbage\r\nStat\rStat FW=2.7.0\r", true, 7},
+        {"fields out of range are skipped", "Stat FW=1.x.2 DS=99999 IT=0\r", true, 0},
+        {"no reply", "", false, 0},
+        {"unended reply", "Stat FW=1.4.2", false, 0},
+        {"a line too long for a reply", "Stat " + std::string(300, 'x') + "\r", false, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeNet board;
+        testing::RecordingHost h{&clock};
+        clsHD d{h, clock, board.factory()};
+        board.reply = [&](std::string_view cmd) { return cmd.starts_with("Stat") ? c.reply : std::string(); };
+        ASSERT_TRUE(d.Connect("127.0.0.1"));
+        d.SetDS(0x81);
+        board.sent.clear();
+        EXPECT_EQ(d.Stat(2), c.answered);
+        EXPECT_EQ(board.sent[5000], "Stat 2\rSetDS 129\r");
+        EXPECT_EQ(h.messages(),
+                  c.answered ? std::vector<std::string>{} : std::vector<std::string>{"Timeout Stat"});
+        ASSERT_EQ(d.LastStatus().has_value(), c.answered);
+        if (c.answered) {
+            EXPECT_EQ(d.LastStatus()->firmwareMinor, c.firmwareMinor);
+        }
+    }
+}
+
+TEST_F(HdTest, StatusReplyRoundTripAndRanges) {
+    hd_protocol::Status s;
+    s.firmwareMajor = 3, s.firmwareMinor = 1, s.firmwarePatch = 9, s.mask = 4095, s.intTime = 1000;
+    s.icf = 16, s.sampleInterval = 250, s.counter = 4294967295LL;
+    const auto back = hd_protocol::parseStatus(hd_protocol::formatStatus(s));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(hd_protocol::formatStatus(*back), hd_protocol::formatStatus(s));
+    EXPECT_FALSE(hd_protocol::parseStatus("Status FW=1.0.0"));
+    EXPECT_EQ(hd_protocol::parseStatus("Stat DS=-1 CNT=4294967296")->mask, 0);
+}
+
+TEST_F(HdTest, WaitRecordTimesOutWhenTheStreamIsSilent) {
     ASSERT_TRUE(hd.Connect("127.0.0.1"));
-    hd.SetDS(0x81);
-    commands().clear();
-    hd.Stat(2);
-    EXPECT_EQ(commands(), "Stat 2\rSetDS 129\r");
+    hd.SetDS(0x1);
+    EXPECT_FALSE(hd.WaitRecord(300));
+    EXPECT_EQ(host.messages(), std::vector<std::string>{"Timeout WaitRecord"});
+    net.arrive(5001, hd_protocol::encodeValue(5));
+    EXPECT_FALSE(hd.WaitRecord(10)); // a record from before the wait does not count
 }
 
 TEST_F(HdTest, PacingAfterASecondOfSilence) {
