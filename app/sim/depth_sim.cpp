@@ -28,6 +28,7 @@ struct DepthArgs {
     double calMvPerVPerIn = 1.0;
     double countsPerFt = 1000;
     int ad4IntervalMs = 200;
+    double blowsPerIn = 2;
     std::uint32_t seed = 1;
 };
 
@@ -112,6 +113,8 @@ private:
         if (analogue && registers_[0x12] == 0x03)
             out += "U3" + hex(twelveBit(site_.conductivityAt(d) / 100.0), 3) + "\r";
         if (registers_[0x1A] == 0xFF) out += "I" + hex(1, 4) + "\r";
+        if (registers_[0x19] == 0xFF)
+            out += "N" + hex(static_cast<unsigned>(std::lround(d * 12.0 * a_.blowsPerIn)) & 0xFFFF, 4) + "\r";
         out += "0" + hex(static_cast<unsigned>(counts() - counterZero_), 8) + "\r";
         pty_.send(out);
     }
@@ -140,8 +143,20 @@ int runDepth(const DepthArgs& a) {
     QTimer ad4Timer;
     QElapsedTimer clock;
     clock.start();
+    std::string line; // the AD4's command being received
     if (a.ad4) {
-        pty.onReceive([&](std::string_view b) { transcript.line(printable(b)); });
+        pty.onReceive([&](std::string_view b) {
+            transcript.line(printable(b));
+            for (const char c : b) {
+                if (c != '\r') {
+                    if (line.size() < 16) line += c;
+                    continue;
+                }
+                if (line == depth_protocol::kAd4TimerOn) ad4Timer.start(a.ad4IntervalMs);
+                if (line == depth_protocol::kAd4TimerOff) ad4Timer.stop();
+                line.clear();
+            }
+        });
         QObject::connect(&ad4Timer, &QTimer::timeout, [&] {
             const double d = std::min(a.maxFt, a.startFt + a.rateFtPerS * clock.elapsed() / 1000.0);
             const long count =
@@ -177,6 +192,9 @@ void addDepthSim(CLI::App& app, std::function<int()>& run) {
     sc->add_option("--ad4-interval-ms", args->ad4IntervalMs, "Time between AD4 frames")
         ->capture_default_str()
         ->check(CLI::Range(10, 60000));
+    sc->add_option("--blows-per-in", args->blowsPerIn,
+                   "Hammer blows per inch of the push, counted on the \"N\" line (register 19)")
+        ->capture_default_str();
     sc->add_option("--seed", args->seed, "Seed of the site model")->capture_default_str();
     sc->callback([args, &run] { run = [args] { return runDepth(*args); }; });
 }

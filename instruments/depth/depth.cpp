@@ -116,6 +116,12 @@ void cZEL_Depth::Close() {
 void cZEL_Depth::Push_Begin() {
     rate_.reset();
     Rate_In = Rate_Cm = 0;
+    // The push counts its own blows.
+    Blow_Offset = static_cast<float>(blowTotal_);
+    Blows_In = Blows_Cm = 0;
+    haveBlowBase_ = true;
+    blowBaseCount_ = 0;
+    blowBaseFt_ = currentFt_;
     maxFt_ = currentFt_;
     DepthPause = false;
 }
@@ -160,7 +166,34 @@ void cZEL_Depth::setRawDepth(float feet, bool announce) {
     const double ftPerS = rate_.add(clock_.secondsSinceMidnight(), currentFt_, Rate_Num2Avg);
     Rate_In = static_cast<float>(ftPerS * 12.0);
     Rate_Cm = static_cast<float>(ftPerS / kFeetPerMetre * 100.0);
-    if (announce && NewDepth) NewDepth();
+    if (!announce) return;
+    updateBlows();
+    if (NewDepth) NewDepth();
+}
+
+void cZEL_Depth::blowCounter(std::uint16_t value) {
+    // The board's count is 16 bits; the difference modulo 2^16 survives its wrap.
+    if (haveBlows_) blowTotal_ += static_cast<std::uint16_t>(value - lastBlowValue_);
+    lastBlowValue_ = value;
+    haveBlows_ = true;
+}
+
+void cZEL_Depth::updateBlows() {
+    if (!haveBlows_) return;
+    const float count = Blows_Count();
+    if (!haveBlowBase_) {
+        haveBlowBase_ = true;
+        blowBaseCount_ = count;
+        blowBaseFt_ = currentFt_;
+        return;
+    }
+    const float inches = (currentFt_ - blowBaseFt_) * 12.0f;
+    // Until the probe advances, the blows add up for the next advance.
+    if (!(inches > 0.0f)) return;
+    Blows_In = (count - blowBaseCount_) / inches;
+    Blows_Cm = Blows_In / 2.54f;
+    blowBaseCount_ = count;
+    blowBaseFt_ = currentFt_;
 }
 
 void cZEL_Depth::reportError(std::string_view handler, std::string_view step, std::string_view what) {

@@ -34,6 +34,7 @@ public:
     void RodLength_Ft(float v);
     float RodLength_M() const { return rodLengthFt_ / kFeetPerMetre; }
     void RodLength_M(float v);
+    // Feet from the probe's depth to the pressure/flow port, added to the depth for that channel.
     float PF_Offset = 0;
     float Offset_Ft() const { return offsetFt_; }
     void Offset_Ft(float v);
@@ -70,6 +71,8 @@ public:
     void Emulate_DepthDelta_M(float v) { emulateStepFt_ = v * kFeetPerMetre; }
     float Rate_In = 0;
     float Rate_Cm = 0;
+    // Hammer blows per inch and per centimetre over the last depth advance, and the blow counter's value
+    // that counts as zero (taken at Push_Begin).
     float Blows_In = 0;
     float Blows_Cm = 0;
     float Blow_Offset = 0;
@@ -92,6 +95,11 @@ public:
     int Int_Channel_Value(char channel) const;
     // Seconds since midnight of the last counter change.
     double Int_Counter_Time = 0;
+    // Hammer blows counted by the board (the "N" channel, unwrapped) less Blow_Offset.
+    float Blows_Count() const { return static_cast<float>(blowTotal_) - Blow_Offset; }
+    // The depth of the pressure/flow channel: the current depth plus PF_Offset.
+    float Depth_PF_Ft() const { return currentFt_ + PF_Offset; }
+    float Depth_PF_M() const { return Depth_PF_Ft() / kFeetPerMetre; }
 
     std::function<void()> NewDepth;
     std::function<void()> CounterClear;
@@ -119,6 +127,8 @@ public:
     void Int_StreamHalt();
     void Int_CounterClear();
     void AD4_Zero();
+    // Starts (zeroing the count first) or stops the AD4 counter's frame timer.
+    void AD4_TimerEnable(bool on);
     // Sends one board command: the text, a carriage return, then the board's 100 ms.
     void Int_Command(std::string_view command);
 
@@ -139,6 +149,9 @@ private:
     // (the board's counter) does that.
     void setRawDepth(float feet, bool announce = true);
     void reportError(std::string_view handler, std::string_view step, std::string_view what);
+    void blowCounter(std::uint16_t value);
+    // Blows per inch since the last advance; called where a new depth is announced.
+    void updateBlows();
 
     Host& host_;
     const Clock& clock_;
@@ -159,6 +172,12 @@ private:
     bool haveCounter_ = false;
     int channelU_ = 0, channelI_ = 0, channelN_ = 0;
     std::int32_t ad4Zero_ = 0;
+    bool haveBlows_ = false;
+    std::uint16_t lastBlowValue_ = 0;
+    long long blowTotal_ = 0;
+    bool haveBlowBase_ = false;
+    float blowBaseCount_ = 0;
+    float blowBaseFt_ = 0;
     std::string carry_;
     DepthRate rate_;
 };

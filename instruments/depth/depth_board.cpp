@@ -164,7 +164,10 @@ void cZEL_Depth::intLine(std::string_view line) {
         haveCounter_ = true;
         if (Int_Counter_Change != 0) {
             Int_Counter_Time = clock_.secondsSinceMidnight();
-            if (!DepthPause && NewDepth) NewDepth();
+            if (!DepthPause) {
+                updateBlows();
+                if (NewDepth) NewDepth();
+            }
         }
         return;
     }
@@ -198,7 +201,10 @@ void cZEL_Depth::intLine(std::string_view line) {
         channelI_ = static_cast<int>(*v);
         Int_Din_Value = channelI_;
         break;
-    case 'N': channelN_ = static_cast<int>(*v); break;
+    case 'N':
+        channelN_ = static_cast<int>(*v);
+        blowCounter(static_cast<std::uint16_t>(*v));
+        break;
     default: break;
     }
 }
@@ -231,6 +237,12 @@ void cZEL_Depth::ad4Frames() {
         if (AD4_CountsPerFt != 0)
             setRawDepth(static_cast<float>(count - kAd4CountZero - ad4Zero_) / AD4_CountsPerFt);
     }
+}
+
+void cZEL_Depth::AD4_TimerEnable(bool on) {
+    if (on) AD4_Zero();
+    if (NoHardware || !port_.isOpen()) return;
+    port_.write(std::string(on ? depth_protocol::kAd4TimerOn : depth_protocol::kAd4TimerOff) + "\r");
 }
 
 void cZEL_Depth::AD4_Zero() {

@@ -45,6 +45,7 @@ TEST_F(DepthSim, BoardStreamsAfterTheRegisterWritesAndStopsOnHalt) {
     depth->Int_CalVal = 1;
     ASSERT_TRUE(depth->Init(1, 1, 0, false));
     depth->Int_UpdateTimeMS = 50;
+    depth->Int_Din2_Enable = true; // the hammer's blow counter
     depth->Int_StreamStart();
     waitForDepth(0.5f);
     depth->Int_StreamHalt();
@@ -55,7 +56,8 @@ TEST_F(DepthSim, BoardStreamsAfterTheRegisterWritesAndStopsOnHalt) {
     EXPECT_NEAR(depth->Depth_Raw_Ft(), depth->Int_A0_Value / 0.005 / 12.0, 1e-3);
     EXPECT_GT(depth->Int_A1_Value, 0.0f);
     EXPECT_EQ(depth->Conductivity, depth->EC_VtoMS(depth->Int_A1_Value));
-    const std::vector<std::string> expected = {"W1002", "W1102", "W1203", "W1001", "W1102", "W1900", "W1A00",
+    EXPECT_NEAR(depth->Blows_Count(), depth->Depth_Raw_Ft() * 12 * 2, 3); // the simulator's 2 an inch
+    const std::vector<std::string> expected = {"W1002", "W1102", "W1203", "W1001", "W1102", "W19FF", "W1A00",
                                                "W0400", "W0500", "W0400", "W0532", "H",     "W0400", "W0500"};
     EXPECT_EQ(e2e::transcriptLines(transcript, expected.size(), 3000, [&](int ms) { host.sleepMs(ms); }),
               expected);
@@ -70,6 +72,15 @@ TEST_F(DepthSim, Ad4CounterFrames) {
     EXPECT_GE(depth->Depth_Raw_Ft(), 0.2f);
     EXPECT_NEAR(depth->Depth_Raw_Ft(), (depth->Int_Counter_Value - 32768) / 500.0, 1e-6);
     EXPECT_GT(newDepths, 0);
+    // With its timer stopped the counter sends nothing more.
+    depth->AD4_TimerEnable(false);
+    host.sleepMs(100);
+    const int stopped = newDepths;
+    host.sleepMs(200);
+    EXPECT_EQ(newDepths, stopped);
+    depth->AD4_TimerEnable(true);
+    waitForDepth(0.1f); // counted again from zero
+    EXPECT_GT(newDepths, stopped);
 }
 
 } // namespace

@@ -218,6 +218,47 @@ TEST_F(DepthTest, Ad4FramesAfterLineNoise) {
     EXPECT_FLOAT_EQ(depth.Depth_Raw_Ft(), 1.0f);
 }
 
+TEST_F(DepthTest, HammerBlowsPerInchOverEachAdvance) {
+    depth.Int_CalVal = 10; // 0.05 V an inch: 40.96 counts
+    openBoard();
+    port.receive("NFFF0\r000000000\r");
+    depth.Push_Begin();
+    const double inch = 4096.0 / 5.0 * 0.05;
+    struct Step {
+        const char* lines;
+        float count;       // blows since the push began
+        double blowsPerIn; // after the lines
+    };
+    const Step steps[] = {
+        {"NFFFA\rU2029\r000000001\r", 10, 10 / (0x29 / inch)},
+        {"N0004\rU2052\r000000002\r", 20, 10 / ((0x52 - 0x29) / inch)}, // the counter wraps
+        {"N0009\r000000003\r", 25, 10 / ((0x52 - 0x29) / inch)},        // no advance: the blows wait
+        {"N000E\rU207B\r000000004\r", 30, 10 / ((0x7B - 0x52) / inch)},
+    };
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.lines);
+        port.receive(s.lines);
+        EXPECT_FLOAT_EQ(depth.Blows_Count(), s.count);
+        EXPECT_NEAR(depth.Blows_In, s.blowsPerIn, 1e-4);
+        EXPECT_NEAR(depth.Blows_Cm, s.blowsPerIn / 2.54, 1e-4);
+    }
+    depth.PF_Offset = -0.25f;
+    EXPECT_FLOAT_EQ(depth.Depth_PF_Ft(), depth.Depth_Current_Ft() - 0.25f);
+    depth.Push_Begin();
+    EXPECT_EQ(depth.Blows_Count(), 0.0f);
+    EXPECT_EQ(depth.Blows_In, 0.0f);
+}
+
+TEST_F(DepthTest, Ad4TimerStartsFromZero) {
+    depth.AD4_CountsPerFt = 100;
+    ASSERT_TRUE(depth.Init(2, 2, 0, false));
+    port.receive(depth_protocol::ad4Frame(32768 + 250));
+    depth.AD4_TimerEnable(true);
+    EXPECT_EQ(depth.Depth_Raw_Ft(), 0.0f);
+    depth.AD4_TimerEnable(false);
+    EXPECT_EQ(port.written, "T1\rT0\r");
+}
+
 TEST_F(DepthTest, UnknownFramingSourcesSaySoInsteadOfReporting) {
     EXPECT_FALSE(depth.Init(3, 1, 0, false));
     EXPECT_FALSE(depth.Init(4, 1, 0, false));
