@@ -69,6 +69,7 @@ void cZEL_Display_J10::send(const std::string& bytes) {
 }
 
 void cZEL_Display_J10::showLines(const std::vector<std::string>& lines) {
+    pushScreen_ = false;
     std::string out;
     for (int row = 0; row < kRows; ++row) {
         const auto r = static_cast<std::size_t>(row);
@@ -106,6 +107,31 @@ void cZEL_Display_J10::Show_Complete() {
 void cZEL_Display_J10::Push_Update() {
     const auto l = PushLines(Rate, Depth, Signal_Current, Signal_MaxValue, Units_Metric);
     showLines({l.begin(), l.end()});
+    pushScreen_ = true;
+}
+
+void cZEL_Display_J10::showRow(int row, const std::string& line) {
+    auto& shown = screen_[static_cast<std::size_t>(row)];
+    const std::string fitted = Fit(line);
+    if (shown == fitted) return;
+    shown = fitted;
+    send(cursor(row, 0) + fitted);
+}
+
+void cZEL_Display_J10::T2_Update() {
+    if (!pushScreen_) return;
+    const auto l = PushLines(Rate, Depth, Signal_Current, Signal_MaxValue, Units_Metric);
+    showRow(0, l[0]);
+    showRow(1, l[1]);
+}
+
+void cZEL_Display_J10::Time_Update(const DateTime& now) {
+    if (pushScreen_) return;
+    const auto two = [](int v) {
+        return std::string(1, static_cast<char>('0' + v / 10 % 10)) + static_cast<char>('0' + v % 10);
+    };
+    if (!HoleName.empty()) showRow(kRows - 2, "HOLE " + HoleName);
+    showRow(kRows - 1, "TIME      " + two(now.hour) + ":" + two(now.minute) + ":" + two(now.second));
 }
 
 void cZEL_Display_J10::Show_Acquired(bool re, float area, float signal, float ratio) {

@@ -2,6 +2,7 @@
 // cZEL_Display_J10: the 4-line, 20-character display with keys at the push rig, on a serial line. It
 // serves the native display (its own escape commands) and a plain ANSI terminal.
 
+#include "common/date_time.h"
 #include "common/host.h"
 #include "instruments/transport/serial_port.h"
 
@@ -37,6 +38,13 @@ public:
     void Push_Pause();
     void Push_PauseEND();
     void Show_Complete();
+    // The clock of the idle screens, once a second: the hole name (when set) and the time of day on the
+    // bottom rows. The push screen needs all four rows and is left alone.
+    void Time_Update(const DateTime& now);
+    // Between points the depth moves on while the signal stays: refreshes the RATE and DEPTH rows of the
+    // push screen from Rate and Depth, sending only the rows that changed. Nothing when the push screen is
+    // not showing.
+    void T2_Update();
     // After an RE (re true) or a background: the area (pVs), signal (%) and ratio.
     void Show_Acquired(bool re, float area, float signal, float ratio);
     // Text at a row as it stands.
@@ -82,6 +90,8 @@ public:
 
 private:
     void showLines(const std::vector<std::string>& lines);
+    // One row replaced, sent only when it differs from what the display shows.
+    void showRow(int row, const std::string& line);
     std::string cursor(int row, int column) const;
     void send(const std::string& bytes);
 
@@ -90,6 +100,7 @@ private:
     int contrast_ = 32;
     bool backlight_ = true;
     bool opening_ = false;
+    bool pushScreen_ = false;
     std::string reply_;
     std::array<std::string, kRows> screen_{};
 };

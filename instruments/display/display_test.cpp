@@ -89,6 +89,36 @@ TEST_F(DisplayTest, EveryScreenLineIsTwentyCharacters) {
     }
 }
 
+TEST_F(DisplayTest, ClockOnIdleScreensAndDepthBetweenPoints) {
+    openAnswering(true);
+    display.Show_Ready();
+    display.HoleName = "MW-7";
+    port.written.clear();
+    display.Time_Update(DateTime{2016, 4, 12, 9, 5, 7});
+    EXPECT_EQ(port.written, kEsc + "IB@HOLE MW-7           " + kEsc + "IC@TIME      09:05:07  ");
+    EXPECT_EQ(display.Screen()[0], "READY - Push DwnArrw"); // the key still starts a push
+    port.written.clear();
+    display.Time_Update(DateTime{2016, 4, 12, 9, 5, 8}); // only the changed row goes out
+    EXPECT_EQ(port.written, kEsc + "IC@TIME      09:05:08  ");
+    display.T2_Update(); // no push screen: nothing to refresh
+    display.Rate = 0.5f;
+    display.Depth = 1.0f;
+    display.Push_Update();
+    port.written.clear();
+    display.Time_Update(DateTime{2016, 4, 12, 9, 5, 9});
+    display.T2_Update(); // nothing moved
+    EXPECT_EQ(port.written, "");
+    display.Depth = 1.25f;
+    display.Signal_Current = 50.0f; // waits for the next point
+    display.T2_Update();
+    EXPECT_EQ(port.written, kEsc + "IA@DEPTH     1.25 ft   ");
+    EXPECT_EQ(display.Screen()[2], "SIGNAL  0.00 %      ");
+    display.Push_Pause();
+    port.written.clear();
+    display.T2_Update();
+    EXPECT_EQ(port.written, "");
+}
+
 TEST_F(DisplayTest, ContrastAndBacklightOnlyForTheNativeDisplay) {
     openAnswering(true);
     display.contrast(70);
