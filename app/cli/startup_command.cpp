@@ -2,9 +2,14 @@
 
 #include "common/clock.h"
 #include "common/console_host.h"
+#include "instruments/field/field_instruments.h"
+#include "instruments/platform/event_loop_host.h"
+#include "settings/data_root.h"
 #include "settings/startup/command_line.h"
+#include "settings/startup/platform_network.h"
 #include "settings/startup/startup_sequence.h"
 
+#include <QCoreApplication>
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
@@ -37,22 +42,7 @@ bool isExistingFile(const std::string& path) {
     return std::filesystem::is_regular_file(path, ec);
 }
 
-} // namespace
-
-int runStartupDryRun(const std::vector<std::string>& arguments, std::ostream& out) {
-    const StartupSettings s = parseArguments(arguments, isExistingFile);
-
-    std::ostringstream discarded;
-    StepsHost host(discarded);
-    SystemClock clock;
-    NoInstruments instruments;
-    SilentNetwork network;
-    StartupSequence sequence(s, {host, clock, instruments, network});
-    sequence.start();
-    // The ticks are given at once: the waits only order the steps.
-    for (int i = 0; i < 100 && sequence.state() == StartupSequence::State::Running; ++i)
-        sequence.tick();
-
+nlohmann::ordered_json settingsJson(const StartupSettings& s, const std::vector<std::string>& steps) {
     nlohmann::ordered_json j;
     j["mode"] = s.mode;
     j["model"] = s.model;
@@ -72,9 +62,66 @@ int runStartupDryRun(const std::vector<std::string>& arguments, std::ostream& ou
     j["unlock"] = s.unlock;
     j["single_instance"] = s.singleInstance;
     j["start_file"] = s.startFile;
-    j["steps"] = host.steps;
+    j["steps"] = steps;
+    return j;
+}
+
+void print(const nlohmann::ordered_json& j, std::ostream& out) {
     // A path from the command line need not be valid UTF-8.
     out << j.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+QCoreApplication& qtApp() {
+    static int argc = 1;
+    static char name[] = "zel-cli";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
+    return app;
+}
+
+} // namespace
+
+void runStartupAtOnce(StartupSequence& sequence) {
+    sequence.start();
+    // The ticks are given at once: the waits only order the steps.
+    for (int i = 0; i < 100 && sequence.state() == StartupSequence::State::Running; ++i)
+        sequence.tick();
+}
+
+int runStartupDryRun(const std::vector<std::string>& arguments, std::ostream& out) {
+    const StartupSettings s = parseArguments(arguments, isExistingFile);
+
+    std::ostringstream discarded;
+    StepsHost host(discarded);
+    SystemClock clock;
+    NoInstruments instruments;
+    SilentNetwork network;
+    StartupSequence sequence(s, {host, clock, instruments, network});
+    runStartupAtOnce(sequence);
+    print(settingsJson(s, host.steps), out);
+    return 0;
+}
+
+int runStartup(const std::vector<std::string>& arguments, std::ostream& out) {
+    qtApp();
+    StepsHost steps(std::cerr);
+    platform::EventLoopHost host(steps);
+    SystemClock clock;
+    FieldInstruments instruments(host, clock, optionsFilePath());
+    StartupSettings s = parseArguments(arguments, isExistingFile);
+    applyAddresses(instruments.Config, s);
+    SystemNetwork network;
+    StartupSequence sequence(s, {host, clock, instruments, network});
+    runStartupAtOnce(sequence);
+
+    nlohmann::ordered_json j = settingsJson(s, steps.steps);
+    j["opened"] = {{"scope", instruments.ScopeOpen()},
+                   {"hd", instruments.HdBoardOpen()},
+                   {"depth", instruments.DepthOpen()},
+                   {"display", instruments.DisplayOpen()},
+                   {"gps", instruments.GpsOpen()}};
+    instruments.Close();
+    print(j, out);
     return 0;
 }
 
@@ -88,10 +135,15 @@ void addStartupCommand(CLI::App& app, CommandRunner& run) {
     auto* cmd = app.add_subcommand(
         "startup",
         "Resolve the program's command line (switches, log to open) and print the start-up as JSON");
-    cmd->add_flag("--dry-run", args->dryRun, "open nothing; only resolve and list the steps")->required();
+    cmd->add_flag("--dry-run", args->dryRun, "open nothing; only resolve and list the steps");
     cmd->add_option("args", args->arguments,
                     "the program's arguments: switches such as /MODE2, a log to open");
-    cmd->callback([args, &run] { run = [args] { return runStartupDryRun(args->arguments, std::cout); }; });
+    cmd->callback([args, &run] {
+        run = [args] {
+            return args->dryRun ? runStartupDryRun(args->arguments, std::cout)
+                                : runStartup(args->arguments, std::cout);
+        };
+    });
 }
 
 } // namespace zel::cli

@@ -29,7 +29,8 @@ bool clsHD::Connect(const std::string& address, const hd_protocol::Ports& ports,
         p->link->setDataHandler([this, p] { onData(*p); });
         p->link->connect(address, number);
         const auto end = clock_.monotonicMs() + timeoutMs;
-        while (p->link->state() != TcpLink::State::Connected && clock_.monotonicMs() < end)
+        // A refused connection falls back to unconnected at once; only a silent one waits it out.
+        while (p->link->state() == TcpLink::State::Connecting && clock_.monotonicMs() < end)
             host_.sleepMs(10);
         if (p->link->state() != TcpLink::State::Connected) {
             host_.message("Timeout (3) - Connect to Port: " + std::to_string(number));

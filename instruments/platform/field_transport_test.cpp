@@ -64,7 +64,7 @@ TEST(FieldTransport, PortNumbersThroughTheCommSettings) {
     const auto dir = std::filesystem::temp_directory_path() / ("zel_portmap_" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
     const auto ini = (dir / "ZEL_Options.ini").string();
-    std::ofstream(ini) << "[Comm]\r\nPort3=/dev/pts/42\r\n";
+    std::ofstream(ini) << "[CommPorts]\r\nPort3=/dev/pts/42\r\n";
     EXPECT_EQ(serialDevicePath(3, ini), "/dev/pts/42");
     EXPECT_EQ(serialDevicePath(1, ini), "/dev/ttyS0");
     EXPECT_EQ(serialDevicePath(4, ""), "/dev/ttyS3");

@@ -8,7 +8,7 @@ std::string serialDevicePath(int port, const std::string& optionsPath) {
     if (!optionsPath.empty()) {
         cInifile ini;
         ini.Path = optionsPath;
-        ini.Section = "Comm";
+        ini.Section = "CommPorts";
         ini.Key = "Port" + std::to_string(port);
         const std::string path = ini.Value();
         if (!path.empty()) return path;

@@ -1,6 +1,7 @@
 #pragma once
 // How start-up opens the instruments. Each call opens one driver and says whether its device answered; the
 // drivers keep their own connected flag, so nothing else has to be told about a device that is absent.
+// The field program's openers, over the real drivers, are FieldInstruments (instruments/field).
 
 #include <string_view>
 

@@ -1,5 +1,6 @@
 // zel-cli startup --dry-run: the program's command line resolved as a script sees it.
 
+#include "tests/e2e/field_sim.h"
 #include "tests/e2e/run_program.h"
 
 #include <gtest/gtest.h>
@@ -57,6 +58,52 @@ TEST(CliStartup, ExistingLogIsOpenedInFileModeEvenUnderAFolderThatLooksLikeSwitc
     EXPECT_EQ(j["model"], "Larch-UV");
     EXPECT_EQ(j["page_font"], 10);
     EXPECT_EQ(j["steps"], nlohmann::json({"Loading software..."}));
+}
+
+// Without --dry-run the configured instruments are opened as the program opens them.
+TEST(CliStartup, OpensTheConfiguredInstruments) {
+    FieldRig rig;
+    ASSERT_TRUE(rig.startAll());
+    rig.writeOptions();
+    const RunResult r = runProgram(rig.env() + ZEL_CLI + " startup");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(
+        j["opened"],
+        (nlohmann::json{{"scope", true}, {"hd", false}, {"depth", true}, {"display", true}, {"gps", true}}));
+    EXPECT_EQ(j["scope_resource"], "TCPIP::127.0.0.1::INSTR");
+    EXPECT_EQ(j["steps"][3], "Initializing depth...");
+    const auto display = transcriptLines((rig.root.path / "display.txt").string(), 20);
+    EXPECT_NE(std::find(display.begin(), display.end(), "ansi 6n"), display.end()); // the status request
+    EXPECT_NE(std::find(display.begin(), display.end(), "text READY - Push DwnArrw"), display.end());
+    EXPECT_TRUE(r.err.empty()) << r.err;
+}
+
+TEST(CliStartup, HdBoardModeAndAbsentSerialDevicesAreReportedWithoutHanging) {
+    FieldRig rig;
+    SimChild& hd = rig.start({"hd"});
+    ASSERT_TRUE(hd.running());
+    rig.comm["txtHDAddress"] = "127.0.0.1";
+    rig.comm["txtHDPorts"] = std::to_string(hd.port("hd", "command")) + "," +
+                             std::to_string(hd.port("hd", "record")) + "," +
+                             std::to_string(hd.port("hd", "second"));
+    rig.comm["cmbDepthSource"] = "0"; // emulation: no line needed
+    rig.comm["txtDisplayPort"] =
+        "/nonexistent/display"; // in HD-board mode the lines stay the defaults anyway
+    rig.writeOptions();
+    const RunResult r = runProgram(rig.env() + ZEL_CLI + " startup /H");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["opened"]["hd"], true);
+    EXPECT_EQ(j["opened"]["scope"], false);
+    EXPECT_EQ(j["steps"][2], "Initializing HD board...");
+    EXPECT_NE(r.err.find("Field display: cannot open /dev/ttyS1"), std::string::npos) << r.err;
+
+    hd.kill();
+    const RunResult gone = runProgram(rig.env() + ZEL_CLI + " startup /H");
+    const auto k = nlohmann::json::parse(gone.out);
+    EXPECT_EQ(k["opened"]["hd"], false);
+    EXPECT_EQ(k["steps"][3], "HD Board not found at expected IP: 127.0.0.1");
 }
 
 } // namespace
