@@ -214,7 +214,8 @@ bool PushControl::AcquirePoint() {
         p.fluorescence = point_->Wave_FluorSum;
         for (int k = 0; k < 4; ++k)
             p.channelArea[k] = point_->Wave_AreaCH[k];
-        p.conductivity = depth_.Conductivity();
+        // With the data board in the push its analogue input is the conductivity.
+        p.conductivity = board_.InUse() ? p.aux[0] : depth_.Conductivity();
         p.wave = wave_.samples;
         p.deltaX = wave_.deltaX;
         p.delay = wave_.delay;

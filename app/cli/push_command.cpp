@@ -1,23 +1,23 @@
-// zel-cli push: a whole push headless. With --sim the instruments are zel-sim children on loopback ports
-// and pseudo-terminals; background, RE, the start gates, the loop to N points, the end with its files, and
-// a summary on stdout. Each point taken prints one progress line as soon as it is stored.
+// zel-cli push: a whole push headless. The instruments are opened by the program's own start-up openers:
+// the configured ones (options file under the data root, and the switches), or with --sim zel-sim children
+// on loopback ports and pseudo-terminals. Then RE, the start gates, the loop to N points, the end with its
+// files, and a summary on stdout. Each point taken prints one progress line as soon as it is stored.
 
 #include "acquisition/log_recorder.h"
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/cli/command.h"
 #include "app/cli/sim_children.h"
+#include "app/cli/startup_command.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
-#include "instruments/depth/depth.h"
-#include "instruments/gps/gps.h"
+#include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
-#include "instruments/platform/qt_byte_stream.h"
-#include "instruments/platform/qt_serial_port.h"
-#include "instruments/scope/scope.h"
-#include "instruments/visa/net_visa.h"
+#include "settings/data_root.h"
 #include "settings/memory_form.h"
+#include "settings/startup/command_line.h"
+#include "settings/startup/platform_network.h"
 
 #include <QCoreApplication>
 #include <nlohmann/json.hpp>
@@ -36,11 +36,15 @@ struct PushArgs {
     std::string out = ".";
     std::string name = "Push";
     bool metric = false;
-    int mode = 0;
+    int mode = -1; // the start-up mode (from the switches) when negative
+    bool noAreaCheck = false;
     bool yes = false;
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
     int sweepMs = -1;         // the scope simulator's own default when negative
+    bool hd = false;          // as "/H": the data board in the push
+    double idleSeconds = 60;  // a depth source silent this long ends the push
+    std::vector<std::string> switches;
 };
 
 QCoreApplication& qtApp() {
@@ -87,15 +91,36 @@ private:
     int lastStatus_ = 1;
 };
 
-class NoBoard : public acq::Board {
+// The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
+// unless the start-up is in HD-board mode and the board answered.
+class BoardAdapter : public acq::Board {
 public:
-    bool InUse() const override { return false; }
-    void EnterReferenceState() override {}
-    acq::FirmwareVersion Firmware() override { return {}; }
-    void StartPush() override {}
-    void StopPush() override {}
-    void WaitTrigger() override {}
-    std::array<float, 2> AuxValues() override { return {}; }
+    BoardAdapter(clsHD& hd, cZEL_Depth& depth, bool inUse) : hd_(hd), depth_(depth), inUse_(inUse) {}
+    bool InUse() const override { return inUse_ && hd_.Connected(); }
+    void EnterReferenceState() override { hd_.Stop(); }
+    acq::FirmwareVersion Firmware() override {
+        if (!hd_.LastStatus()) hd_.Stat(0);
+        const auto& s = hd_.LastStatus();
+        return s ? acq::FirmwareVersion{s->firmwareMajor, s->firmwareMinor, s->firmwarePatch}
+                 : acq::FirmwareVersion{};
+    }
+    void StartPush() override {
+        hd_.ClearRecords();
+        hd_.SetDS(hd_protocol::kMaxMask);
+    }
+    void StopPush() override { hd_.Stop(); }
+    void WaitTrigger() override { hd_.WaitRecord(2000); }
+    // The conductivity input (column 5, calibrated as the depth board's) and the 3-volt analogue input.
+    std::array<float, 2> AuxValues() override {
+        if (hd_.Records().empty()) return {};
+        const auto& r = hd_.Records().back();
+        return {depth_.EC_VtoMS(r[5]), r[hd_protocol::kThreeVoltColumn]};
+    }
+
+private:
+    clsHD& hd_;
+    cZEL_Depth& depth_;
+    bool inUse_;
 };
 
 class DepthAdapter : public acq::PushDepth {
@@ -107,6 +132,15 @@ public:
     // Depth lines arrive as serial events; letting the event loop run delivers them.
     // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
     void Read() override { host_.sleepMs(5); }
+    // Ends the push, once, with the reason, when the source has sent nothing for idleMs.
+    bool Silent(const Clock& clock, std::int64_t idleMs) {
+        if (d_.Readings != lastReadings_ || lastReadingMs_ < 0) {
+            lastReadings_ = d_.Readings;
+            lastReadingMs_ = clock.monotonicMs();
+            return false;
+        }
+        return clock.monotonicMs() - lastReadingMs_ > idleMs;
+    }
     float Current() override { return metric_ ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
     float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
@@ -123,6 +157,8 @@ private:
     Host& host_;
     bool metric_;
     std::function<bool()> ended_;
+    long long lastReadings_ = -1;
+    std::int64_t lastReadingMs_ = -1;
 };
 
 class GpsAdapter : public acq::Gps {
@@ -134,59 +170,166 @@ private:
     cZEL_GPS& g_;
 };
 
-class NoDisplay : public acq::FieldDisplay {
+// The field display at the rig. The loop refreshes it on every pass: the whole push screen goes out when a
+// point brought a new signal, otherwise only the depth and rate rows that moved (the line is 9600 baud).
+class DisplayAdapter : public acq::FieldDisplay {
 public:
-    void ShowText(std::string_view) override {}
-    void ShowPoint(float, float) override {}
-    void ShowPause(bool) override {}
+    DisplayAdapter(cZEL_Display_J10& d, DepthAdapter& depth, bool metric) : d_(d), depth_(depth) {
+        d_.Units_Metric = metric;
+    }
+    void ShowText(std::string_view text) override {
+        d_.Show_PushStart();
+        d_.SendText(1, cZEL_Display_J10::Fit(text));
+    }
+    void ShowPoint(float depth, float signal) override {
+        d_.Depth = depth;
+        d_.Rate = depth_.Rate();
+        if (signal != d_.Signal_Current || !started_) {
+            started_ = true;
+            d_.Signal_Current = signal;
+            if (signal > d_.Signal_MaxValue) {
+                d_.Signal_MaxValue = signal;
+                d_.Signal_MaxDepth = depth;
+            }
+            d_.Push_Update();
+        } else {
+            d_.T2_Update();
+        }
+    }
+    void ShowPause(bool paused) override {
+        if (paused)
+            d_.Push_Pause();
+        else
+            d_.Push_PauseEND();
+    }
+
+private:
+    cZEL_Display_J10& d_;
+    DepthAdapter& depth_;
+    bool started_ = false;
 };
 
-int runPush(const PushArgs& a) {
-    if (!a.sim) {
-        std::cerr << "zel-cli push: only --sim is available; a push with the configured instruments is not "
-                     "wired yet\n";
-        return 1;
+bool isExistingFile(const std::string& path) {
+    std::error_code ec;
+    return std::filesystem::is_regular_file(path, ec);
+}
+
+// The simulators of a --sim push as children, and the settings that point the openers at them. Empty when a
+// simulator did not start.
+std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
+                                           std::vector<std::unique_ptr<SimChild>>& sims) {
+    const std::string sim = simProgramPath();
+    const auto child = [&](std::vector<std::string> args) -> SimChild& {
+        sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
+        return *sims.back();
+    };
+    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
+    if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
+    SimChild& scopeSim = child(scopeArgs);
+    SimChild& depthSim = child({"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
+    SimChild& gpsSim = child({"gps"});
+    SimChild* hdSim = nullptr;
+    if (hd) {
+        std::cerr << "zel-cli push: --sim has no data board\n";
+        return std::nullopt;
     }
+    for (const auto& c : sims)
+        if (!c->running()) {
+            std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
+            return std::nullopt;
+        }
+    FieldConfig c;
+    c.scopeAddress = "127.0.0.1";
+    c.scopePortmap = static_cast<std::uint16_t>(scopeSim.port("scope", "portmap"));
+    c.depthPort = depthSim.text("depth", "pty");
+    c.gpsPort = gpsSim.text("gps", "pty");
+    c.displayPort = "/nonexistent/display";
+    // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
+    c.stringPotCal = 1.0f;
+    c.depthUpdateMs = 100;
+    if (hdSim) {
+        c.hdAddress = "127.0.0.1";
+        const auto port = [&](const char* name) {
+            return static_cast<std::uint16_t>(hdSim->port("hd", name));
+        };
+        c.hdPorts = {port("command"), port("record"), port("second")};
+    }
+    return c;
+}
+
+// The instruments the push needs answered; the display and the GPS may be missing (the push goes on without
+// the rig's screen and without a position). False with the reason on stderr.
+bool requiredInstruments(FieldInstruments& in, const StartupSettings& s, bool hd) {
+    if (!in.ScopeOpen()) {
+        std::cerr << "zel-cli push: no oscilloscope answered at " << s.scopeResource << "\n";
+        return false;
+    }
+    if (hd && !in.HdBoardOpen()) {
+        std::cerr << "zel-cli push: the data board did not answer at " << s.hdBoardAddress << "\n";
+        return false;
+    }
+    if (!in.DepthOpen()) {
+        std::cerr << "zel-cli push: the depth source could not be opened\n";
+        return false;
+    }
+    if (!in.DisplayOpen()) std::cerr << "zel-cli push: going on without the field display\n";
+    if (!in.GpsOpen()) std::cerr << "zel-cli push: going on without the GPS\n";
+    return true;
+}
+
+int runPush(const PushArgs& a) {
     qtApp();
     const ConsoleHost::Policy policy =
         a.yes ? ConsoleHost::Policy::Yes : (a.no ? ConsoleHost::Policy::No : ConsoleHost::Policy::Default);
-    ConsoleHost console(std::cerr, policy);
+    ConsoleHost console(std::cerr, policy, true);
     platform::EventLoopHost host(console);
     SystemClock clock;
 
-    const std::string sim = simProgramPath();
-    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
-    if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
-    SimChild scopeSim(sim, scopeArgs);
-    SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
-    SimChild gpsSim(sim, {"gps"});
-    if (!scopeSim.running() || !depthSim.running() || !gpsSim.running()) {
-        std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
+    std::vector<std::string> switches = a.switches;
+    if (a.hd) switches.push_back("/H");
+    StartupSettings s = parseArguments(switches, isExistingFile);
+    if (s.fileMode || s.colour) {
+        std::cerr << "zel-cli push: "
+                  << (s.colour ? "colour mode has no push here" : "file mode opens no instrument") << "\n";
         return 1;
     }
+    const bool hd = s.hd;
 
-    visa::NetVisa visa(platform::qtByteStreamFactory(),
-                       {static_cast<std::uint16_t>(scopeSim.port("scope", "portmap")), 2000});
-    cZEL_Scope scope(&visa, host, clock);
-    scope.Init("127.0.0.1");
-    if (!scope.Connected) {
-        std::cerr << "zel-cli push: no scope\n";
+    std::vector<std::unique_ptr<SimChild>> sims;
+    std::unique_ptr<FieldInstruments> instruments;
+    if (a.sim) {
+        const auto config = startSimulators(a, hd, sims);
+        if (!config) return 1;
+        instruments = std::make_unique<FieldInstruments>(host, clock, *config);
+        // The simulated board is opened after the scope (below), so start-up does not take the simulators
+        // for a PC off the instrument network.
+        s.hd = false;
+    } else {
+        instruments = std::make_unique<FieldInstruments>(host, clock, optionsFilePath());
+    }
+    applyAddresses(instruments->Config, s);
+    SystemNetwork network;
+    StartupSequence sequence(s, {host, clock, *instruments, network});
+    runStartupAtOnce(sequence);
+    // In HD-board mode start-up leaves the scope to the board; the push still takes its waveforms from it.
+    if (hd && !instruments->ScopeOpen()) {
+        host.progress("Initializing scope...");
+        instruments->openScope(s.scopeAddress, s.scopeResource);
+    }
+    if (hd && !instruments->HdBoardOpen()) {
+        host.progress("Initializing HD board...");
+        if (!instruments->openHdBoard(s.hdBoardAddress))
+            host.progress("HD Board not found at expected IP: " + s.hdBoardAddress);
+    }
+    if (!requiredInstruments(*instruments, s, hd)) return 1;
+    cZEL_Depth& depth = instruments->Depth();
+    // A line that opens is not yet a depth source that talks.
+    for (int waited = 0; depth.Readings == 0 && waited < 3000; waited += 20)
+        host.sleepMs(20);
+    if (depth.Readings == 0) {
+        std::cerr << "zel-cli push: the depth source sent nothing within 3 s\n";
         return 1;
     }
-
-    const std::string depthPty = depthSim.text("depth", "pty");
-    platform::QtSerialPort depthPort;
-    platform::QtTimer depthTimer;
-    cZEL_Depth depth(host, clock, depthPort, depthTimer, [depthPty](int) { return depthPty; });
-    // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
-    depth.Int_CalVal = 1.0f;
-    depth.Int_UpdateTimeMS = 100;
-    if (!depth.Init(static_cast<int>(DepthSource::Interface), 1, 0, false)) return 1;
-    depth.Int_StreamStart();
-
-    platform::QtSerialPort gpsPort;
-    cZEL_GPS gps(clock);
-    gps.Open(gpsPort, gpsSim.text("gps", "pty"));
 
     std::filesystem::create_directories(a.out);
     MemoryFormSet forms;
@@ -195,15 +338,30 @@ int runPush(const PushArgs& a) {
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
-    ScopeAdapter scopeAdapter(scope);
-    NoBoard board;
+    // Conductivity is logged when a source digitises it: the depth board's analogue input 1, or the data
+    // board's input in HD-board mode.
+    recorder.Context.conductivity = hd || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
+    ScopeAdapter scopeAdapter(instruments->Scope());
+    BoardAdapter board(instruments->HdBoard(), depth, hd);
     int taken = 0;
-    DepthAdapter depthAdapter(depth, host, a.metric, [&] { return taken >= a.points; });
-    GpsAdapter gpsAdapter(gps);
-    NoDisplay display;
+    bool silent = false;
+    const auto idleMs = static_cast<std::int64_t>(a.idleSeconds * 1000.0);
+    DepthAdapter* depthRef = nullptr;
+    DepthAdapter depthAdapter(depth, host, a.metric, [&] {
+        if (taken >= a.points) return true;
+        if (!silent && depthRef->Silent(clock, idleMs)) {
+            silent = true;
+            std::cerr << "zel-cli push: the depth source sent nothing for " << a.idleSeconds
+                      << " s; the push ends\n";
+        }
+        return silent;
+    });
+    depthRef = &depthAdapter;
+    GpsAdapter gpsAdapter(instruments->Gps());
+    DisplayAdapter display(instruments->Display(), depthAdapter, a.metric);
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
-    reference.Mode = a.mode;
+    reference.Mode = a.mode >= 0 ? a.mode : s.mode;
     acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
                           recorder);
     push.Settings.metric = a.metric;
@@ -216,14 +374,23 @@ int runPush(const PushArgs& a) {
 
     // The simulated scope has neither a reference emitter nor a dark input: its CH2 is always the ground's
     // fluorescence. A background taken from it would cancel the RE, and its RE cannot meet the area limits;
-    // so the simulated push runs without a background and with the RE area exemption of the set-up.
-    std::cerr << "zel-cli push: simulated scope: no background, RE area limits exempted\n";
-    reference.Gates.noAreaCheck = true;
+    // so the simulated push runs without a background and with the RE area exemption of the set-up. Nor does
+    // a push with the configured instruments take a background: there is no operator to cover the probe.
+    if (a.sim) std::cerr << "zel-cli push: simulated scope: no background, RE area limits exempted\n";
+    reference.Gates.noAreaCheck = a.sim || a.noAreaCheck;
     if (!reference.AcquireReference(acq::kRE)) return 1;
     if (!push.StartPush()) {
         std::cerr << "zel-cli push: the push was not started\n";
         return 1;
     }
+
+    const nlohmann::ordered_json used = {{"scope", true},
+                                         {"depth", true},
+                                         {"hd", board.InUse()},
+                                         {"gps", instruments->GpsOpen()},
+                                         {"display", instruments->DisplayOpen()}};
+    instruments->Display().Show_Complete();
+    instruments->Close();
 
     const acq::RecordedFiles& files = recorder.Files();
     nlohmann::ordered_json j;
@@ -234,6 +401,7 @@ int runPush(const PushArgs& a) {
     j["companion"] = files.companion;
     j["data_export"] = files.dataExport;
     j["run_log"] = files.runLog;
+    j["instruments"] = used;
     std::cout << j.dump() << std::endl;
     return files.rawLog.empty() ? 1 : 0;
 }
@@ -243,7 +411,9 @@ int runPush(const PushArgs& a) {
 void addPushCommand(CLI::App& app, CommandRunner& run) {
     auto args = std::make_shared<PushArgs>();
     CLI::App* sc = app.add_subcommand("push", "A whole push: background, RE, gates, points, files");
-    sc->add_flag("--sim", args->sim, "Run against zel-sim children instead of the configured instruments");
+    sc->add_flag("--sim", args->sim,
+                 "Run against zel-sim children instead of the configured instruments (the options file's "
+                 "communications settings under the data root)");
     sc->add_option("--points", args->points, "Points to take")
         ->capture_default_str()
         ->check(CLI::Range(1, 10001));
@@ -251,7 +421,19 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->capture_default_str();
     sc->add_option("--name", args->name, "Log name without extension")->capture_default_str();
     sc->add_flag("--metric", args->metric, "Depths in metres");
-    sc->add_option("--mode", args->mode, "Operating mode")->capture_default_str();
+    sc->add_option("--mode", args->mode, "Operating mode (default: the switches' mode)")
+        ->check(CLI::Range(0, 99));
+    sc->add_flag("--no-area-check", args->noAreaCheck,
+                 "The set-up's RE area exemption: the RE's area limits are not checked (always with --sim)");
+    sc->add_flag("--hd", args->hd,
+                 "HD-board mode, as the /H switch: the data board triggers the points and digitises the "
+                 "auxiliary inputs (with --sim its simulator is started too)");
+    sc->add_option("--idle-s", args->idleSeconds,
+                   "End the push when the depth source has sent nothing for this many seconds")
+        ->capture_default_str()
+        ->check(CLI::Range(1.0, 86400.0));
+    sc->add_option("switches", args->switches,
+                   "The program's switches (/H, /IPSCP052, /MODE2 ...), as they would be given to zel");
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");
     sc->add_flag("--no", args->no, "Answer Cancel to every prompt")->excludes(yes);
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();

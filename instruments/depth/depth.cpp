@@ -138,6 +138,7 @@ void cZEL_Depth::Emulate_Pause() {
 }
 
 void cZEL_Depth::Emulate_Increment() {
+    ++Readings;
     setRawDepth(rawFt_ + emulateStepFt_);
 }
 

@@ -95,6 +95,9 @@ public:
     int Int_Channel_Value(char channel) const;
     // Seconds since midnight of the last counter change.
     double Int_Counter_Time = 0;
+    // Readings taken from the source since it was opened (board lines, AD4 frames, emulation steps), moving
+    // or not: a source that is open but silent keeps this still.
+    long long Readings = 0;
     // Hammer blows counted by the board (the "N" channel, unwrapped) less Blow_Offset.
     float Blows_Count() const { return static_cast<float>(blowTotal_) - Blow_Offset; }
     // The depth of the pressure/flow channel: the current depth plus PF_Offset.

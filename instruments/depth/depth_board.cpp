@@ -154,6 +154,7 @@ void cZEL_Depth::intLine(std::string_view line) {
     if (line.size() == 9) {
         const auto v = hexValue(line.substr(1));
         if (!v) return;
+        ++Readings;
         const auto counter = static_cast<std::int32_t>(*v);
         // Modulo 2^32, so a counter that wraps gives its true small step rather than an overflow.
         Int_Counter_Change = haveCounter_
@@ -232,6 +233,7 @@ void cZEL_Depth::ad4Frames() {
         }
         const std::int32_t count = byte(2) * 256 + byte(3);
         carry_.erase(0, kAd4FrameBytes);
+        ++Readings;
         Int_Counter_Change = count - Int_Counter_Value;
         Int_Counter_Value = count;
         if (AD4_CountsPerFt != 0)

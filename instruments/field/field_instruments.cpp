@@ -11,6 +11,15 @@ namespace zel {
 FieldInstruments::FieldInstruments(Host& host, const Clock& clock, std::string optionsPath)
     : Config(loadFieldConfig(optionsPath)), host_(host), clock_(clock), optionsPath_(std::move(optionsPath)),
       gps_(clock) {
+    create();
+}
+
+FieldInstruments::FieldInstruments(Host& host, const Clock& clock, FieldConfig config)
+    : Config(std::move(config)), host_(host), clock_(clock), ports_(Config), gps_(clock) {
+    create();
+}
+
+void FieldInstruments::create() {
     visa_ = std::make_unique<visa::NetVisa>(platform::qtByteStreamFactory(),
                                             visa::NetVisaOptions{Config.scopePortmap, 2000});
     scope_ = std::make_unique<cZEL_Scope>(visa_.get(), host_, clock_);

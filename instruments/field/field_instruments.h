@@ -24,6 +24,8 @@ class FieldInstruments final : public InstrumentOpeners {
 public:
     // The settings come from the options file at optionsPath (its "Comm" section).
     FieldInstruments(Host& host, const Clock& clock, std::string optionsPath);
+    // Settings given rather than read, serial lines included (simulators on pseudo-terminals).
+    FieldInstruments(Host& host, const Clock& clock, FieldConfig config);
     ~FieldInstruments() override;
 
     // Read at construction; the serial lines themselves only once loadSerialPorts() has run (start-up
@@ -57,6 +59,7 @@ public:
     bool GpsOpen() const { return gps_.PortOpen(); }
 
 private:
+    void create();
     std::string device(const std::string& port) const;
 
     Host& host_;

@@ -45,6 +45,7 @@ struct FieldRig {
     TempDir root;
     std::vector<std::unique_ptr<SimChild>> sims;
     std::map<std::string, std::string> comm; // control name -> value
+    std::map<int, std::string> portMap;      // serial port number -> device
 
     SimChild& start(std::vector<std::string> args) {
         sims.push_back(std::make_unique<SimChild>(ZEL_SIM, std::move(args)));
@@ -72,6 +73,9 @@ struct FieldRig {
         int ordinal = 0;
         for (const auto& [name, value] : comm)
             out << ordinal++ << ',' << name << '=' << value << "\r\n";
+        out << "[CommPorts]\r\n";
+        for (const auto& [number, device] : portMap)
+            out << "Port" << number << '=' << device << "\r\n";
     }
     // A command line prefix that runs a program against this data root.
     std::string env() const { return "ZEL_DATA_ROOT=" + quote(root.path.string()) + " "; }

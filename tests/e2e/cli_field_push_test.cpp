@@ -1,0 +1,124 @@
+// zel-cli push with the configured instruments (the options file under the data root names simulators
+// started here).
+
+#include "tests/e2e/field_sim.h"
+#include "tests/e2e/run_program.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <sstream>
+
+namespace zel::e2e {
+namespace {
+
+const std::string kCli = ZEL_CLI;
+
+nlohmann::json summary(const RunResult& r) {
+    std::istringstream in(r.out);
+    std::string line, last;
+    while (std::getline(in, line))
+        if (!line.empty()) last = line;
+    return nlohmann::json::parse(last, nullptr, false);
+}
+
+nlohmann::json lists(const std::string& rawLog) {
+    const RunResult r = runProgram(kCli + " info --lists " + quote(rawLog));
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    return nlohmann::json::parse(r.out, nullptr, false)["lists"];
+}
+
+bool contains(const std::vector<std::string>& lines, const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+std::string hdPorts(const SimChild& hd) {
+    return std::to_string(hd.port("hd", "command")) + "," + std::to_string(hd.port("hd", "record")) + "," +
+           std::to_string(hd.port("hd", "second"));
+}
+
+std::string push(const FieldRig& rig, const std::string& args) {
+    return rig.env() + kCli + " push --yes --no-area-check --points 3 --out " +
+           quote((rig.root.path / "out").string()) + " " + args;
+}
+
+TEST(CliFieldPush, WithTheConfiguredInstruments) {
+    FieldRig rig;
+    ASSERT_TRUE(rig.startAll({"--rate", "2"}));
+    rig.writeOptions();
+    const RunResult r = runProgram(push(rig, ""));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = summary(r);
+    EXPECT_EQ(j["points"], 3);
+    EXPECT_EQ(
+        j["instruments"],
+        (nlohmann::json{{"scope", true}, {"depth", true}, {"hd", false}, {"gps", true}, {"display", true}}));
+    EXPECT_EQ(lists(j["raw_log"])["DEPTH"].size(), 3u);
+    // The rig's display went through the push.
+    const auto display = transcriptLines((rig.root.path / "display.txt").string(), 1000, 500);
+    EXPECT_TRUE(contains(display, "text      START PUSH     "));
+    EXPECT_TRUE(std::any_of(display.begin(), display.end(),
+                            [](const std::string& l) { return l.starts_with("text DEPTH     "); }));
+    EXPECT_TRUE(contains(display, "text    PUSH COMPLETE    "));
+}
+
+// "/H" as the program takes it: the data board triggers the points and its conductivity input is logged.
+// In HD-board mode start-up keeps the serial lines at their port numbers, which the port map resolves.
+TEST(CliFieldPush, HdBoardModeFromTheSwitch) {
+    FieldRig rig;
+    ASSERT_TRUE(rig.startAll({"--rate", "2"}));
+    const std::string transcript = (rig.root.path / "hd.txt").string();
+    SimChild& hd = rig.start({"hd", "--conductivity-v", "2.5", "--transcript", transcript});
+    ASSERT_TRUE(hd.running());
+    rig.portMap = {
+        {1, rig.comm["txtDepthPort"]}, {2, rig.comm["txtDisplayPort"]}, {3, rig.comm["txtGPSPort"]}};
+    rig.comm["txtDepthPort"] = "/nonexistent/not-read-in-hd-mode";
+    rig.comm["txtHDAddress"] = "127.0.0.1";
+    rig.comm["txtHDPorts"] = hdPorts(hd);
+    rig.comm["txtCondConstant"] = "10";
+    rig.comm["txtCondOffset"] = "1";
+    rig.writeOptions();
+    const RunResult r = runProgram(push(rig, "/H"));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = summary(r);
+    EXPECT_EQ(j["instruments"]["hd"], true);
+    EXPECT_EQ(lists(j["raw_log"])["COND"], nlohmann::json({26.0, 26.0, 26.0})); // 2.5 V x 10 + 1
+    const auto commands = transcriptLines(transcript, 100, 500);
+    EXPECT_TRUE(contains(commands, "Stat 0"));
+    EXPECT_TRUE(contains(commands, "SetDS 4095"));
+    EXPECT_EQ(commands.back(), "Stop");
+}
+
+TEST(CliFieldPush, AbsentInstrumentsAreReportedWithoutHanging) {
+    struct Case {
+        const char* name;
+        std::function<void(FieldRig&)> spoil;
+        std::string switches;
+        std::string said;
+    };
+    const Case cases[] = {
+        {"scope", [](FieldRig& r) { r.sims[0]->kill(); }, "",
+         "no oscilloscope answered at TCPIP::127.0.0.1::INSTR"},
+        {"depth line", [](FieldRig& r) { r.comm["txtDepthPort"] = "/nonexistent/tty"; }, "",
+         "the depth source could not be opened"},
+        {"silent depth board", [](FieldRig& r) { r.sims[1]->stop(); }, "", "the depth source sent nothing"},
+        {"data board", [](FieldRig& r) { r.comm["txtHDPorts"] = "1,2,3"; }, "/H",
+         "the data board did not answer at 127.0.0.1"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FieldRig rig;
+        ASSERT_TRUE(rig.startAll());
+        rig.comm["txtHDAddress"] = "127.0.0.1";
+        rig.portMap = {{1, rig.comm["txtDepthPort"]}};
+        c.spoil(rig);
+        rig.writeOptions();
+        const RunResult r = runProgram(push(rig, c.switches));
+        EXPECT_EQ(r.exitCode, 1);
+        EXPECT_NE(r.err.find(c.said), std::string::npos) << r.err;
+    }
+}
+
+} // namespace
+} // namespace zel::e2e
