@@ -228,11 +228,8 @@ std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
     SimChild& scopeSim = child(scopeArgs);
     SimChild& depthSim = child({"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
     SimChild& gpsSim = child({"gps"});
-    SimChild* hdSim = nullptr;
-    if (hd) {
-        std::cerr << "zel-cli push: --sim has no data board\n";
-        return std::nullopt;
-    }
+    SimChild& displaySim = child({"display"});
+    SimChild* hdSim = hd ? &child({"hd", "--rate", formatNumber(a.rateFtPerS, "#0.000")}) : nullptr;
     for (const auto& c : sims)
         if (!c->running()) {
             std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
@@ -243,7 +240,7 @@ std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
     c.scopePortmap = static_cast<std::uint16_t>(scopeSim.port("scope", "portmap"));
     c.depthPort = depthSim.text("depth", "pty");
     c.gpsPort = gpsSim.text("gps", "pty");
-    c.displayPort = "/nonexistent/display";
+    c.displayPort = displaySim.text("display", "pty");
     // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
     c.stringPotCal = 1.0f;
     c.depthUpdateMs = 100;

@@ -1,5 +1,5 @@
 // zel-cli push with the configured instruments (the options file under the data root names simulators
-// started here).
+// started here), and zel-cli push --sim with all five instruments.
 
 #include "tests/e2e/field_sim.h"
 #include "tests/e2e/run_program.h"
@@ -118,6 +118,20 @@ TEST(CliFieldPush, AbsentInstrumentsAreReportedWithoutHanging) {
         EXPECT_EQ(r.exitCode, 1);
         EXPECT_NE(r.err.find(c.said), std::string::npos) << r.err;
     }
+}
+
+TEST(CliFieldPush, SimulatedPushWithAllFiveInstruments) {
+    TempDir dir;
+    const RunResult r = runProgram(kCli + " push --sim --hd --yes --points 3 --sweep-ms 0 --rate 1 --out " +
+                                   quote(dir.path.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = summary(r);
+    EXPECT_EQ(
+        j["instruments"],
+        (nlohmann::json{{"scope", true}, {"depth", true}, {"hd", true}, {"gps", true}, {"display", true}}));
+    const auto cond = lists(j["raw_log"])["COND"];
+    ASSERT_EQ(cond.size(), 3u);
+    EXPECT_GT(cond[0].get<double>(), 0.0);
 }
 
 } // namespace
