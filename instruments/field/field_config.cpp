@@ -38,6 +38,7 @@ FieldConfig loadFieldConfig(const std::string& optionsPath) {
     MemoryForm form("frmComm");
     form.add(ControlType::ComboBox, c::kDepthSource).withList(5, cfg.depthSource);
     form.add(ControlType::CheckBox, c::kDisplayAnsi).withCheck(0);
+    form.add(ControlType::CheckBox, c::kHdReference).withCheck(0);
     for (const char* name : {c::kDepthPort, c::kAuxPort, c::kDisplayPort, c::kGpsPort, c::kGpsSettings,
                              c::kStringPotCal, c::kDepthUpdateMs, c::kAd4CountsPerFt, c::kCondConstant,
                              c::kCondOffset, c::kScopeAddress, c::kScopePortmap, c::kHdAddress, c::kHdPorts})
@@ -47,6 +48,7 @@ FieldConfig loadFieldConfig(const std::string& optionsPath) {
     const auto text = [&](const char* name) { return form.at(name).text(); };
     if (const int i = form.at(c::kDepthSource).listIndex(); i >= 0) cfg.depthSource = i;
     cfg.displayAnsi = form.at(c::kDisplayAnsi).checkValue() == 1;
+    cfg.hdReference = form.at(c::kHdReference).checkValue() == 1;
     cfg.depthPort = setting(text(c::kDepthPort), cfg.depthPort);
     cfg.auxPort = setting(text(c::kAuxPort), cfg.auxPort);
     cfg.displayPort = setting(text(c::kDisplayPort), cfg.displayPort);

@@ -28,6 +28,8 @@ inline constexpr const char* kDepthUpdateMs = "txtDepthUpdateMS";
 inline constexpr const char* kAd4CountsPerFt = "txtAD4CountsPerFt";
 inline constexpr const char* kCondConstant = "txtCondConstant";
 inline constexpr const char* kCondOffset = "txtCondOffset";
+inline constexpr const char* kHdReference =
+    "chkHDReference"; // the data board feeds the depth board's reference
 inline constexpr const char* kScopeAddress = "txtScopeAddress";
 inline constexpr const char* kScopePortmap = "txtScopePortmap";
 inline constexpr const char* kHdAddress = "txtHDAddress";
@@ -47,6 +49,7 @@ struct FieldConfig {
     float ad4CountsPerFt = 1000.0f;
     float condConstant = 1.0f;
     float condOffset = 0.0f;
+    bool hdReference = false; // the depth board's analogue reference comes from the data board (3.18 V)
     std::string scopeAddress; // empty: the instrument network's
     std::uint16_t scopePortmap = 111;
     std::string hdAddress;                                  // empty: the instrument network's

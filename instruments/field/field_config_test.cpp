@@ -22,6 +22,7 @@ TEST_F(FieldConfigTest, CommSettingsByControlNameWithBadValuesKeptAtTheirDefault
           "2,txtDisplayPort=4\n"
           "3,txtGPSPort= \n" // saved empty: the default stays
           "4,chkDisplayANSI=1\n"
+          "4,chkHDReference=1\n"
           "5,txtStringPotCal=2.5\n"
           "6,txtDepthUpdateMS=70000\n"
           "7,txtAD4CountsPerFt=0\n"
@@ -39,6 +40,7 @@ TEST_F(FieldConfigTest, CommSettingsByControlNameWithBadValuesKeptAtTheirDefault
     EXPECT_EQ(c.displayPort, "4");
     EXPECT_EQ(c.gpsPort, "3");
     EXPECT_TRUE(c.displayAnsi);
+    EXPECT_TRUE(c.hdReference);
     EXPECT_FLOAT_EQ(c.stringPotCal, 2.5f);
     EXPECT_EQ(c.depthUpdateMs, 333);
     EXPECT_EQ(c.ad4CountsPerFt, 1000.0f);

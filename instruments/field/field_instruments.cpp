@@ -79,7 +79,7 @@ bool FieldInstruments::openDepth() {
     d.AD4_CountsPerFt = Config.ad4CountsPerFt;
     d.Cond_Constant = Config.condConstant;
     d.Cond_Offset = Config.condOffset;
-    d.UseHdReference = hd_->Connected();
+    d.UseHdReference = Config.hdReference;
     const auto number = [](const std::string& text, int fallback) {
         int v = fallback;
         const auto r = std::from_chars(text.data(), text.data() + text.size(), v);
