@@ -175,6 +175,14 @@ private:
         clsHD board(host_, clock_, platform::qtTcpLinkFactory());
         const auto p = [&](std::size_t i) { return static_cast<std::uint16_t>(a_.hdPorts[i]); };
         if (!board.Connect(a_.address, {p(0), p(1), p(2)})) return 1;
+        // The board's own account first; a board that does not answer may still stream.
+        if (board.Stat(0)) {
+            const auto& s = *board.LastStatus();
+            print(a_, {{"firmware", std::to_string(s.firmwareMajor) + "." + std::to_string(s.firmwareMinor) +
+                                        "." + std::to_string(s.firmwarePatch)},
+                       {"integration_time", s.intTime},
+                       {"counter", s.counter}});
+        }
         board.NewRecord = [&](const clsHD::Record& r) {
             nlohmann::ordered_json j;
             for (int c = 0; c < hd_protocol::kColumns; ++c)
