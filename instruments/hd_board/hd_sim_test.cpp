@@ -54,17 +54,6 @@ TEST_F(HdSim, CommandsAndRecords) {
     EXPECT_TRUE(recorded.messages().empty());
 }
 
-TEST_F(HdSim, StatusThatNeverComesTimesOut) {
-    e2e::SimChild sim(ZEL_SIM, {"hd", "--silent"});
-    ASSERT_TRUE(sim.running());
-    const auto port = [&](const char* name) { return static_cast<std::uint16_t>(sim.port("hd", name)); };
-    ASSERT_TRUE(hd.Connect("127.0.0.1", {port("command"), port("record"), port("second")}, 3000));
-    hd.ReplyTimeoutMs = 200;
-    EXPECT_FALSE(hd.Stat(0));
-    EXPECT_FALSE(hd.WaitRecord(100)); // no data selected: nothing streams
-    EXPECT_EQ(recorded.messages(), (std::vector<std::string>{"Timeout Stat", "Timeout WaitRecord"}));
-}
-
 TEST_F(HdSim, PortWithNobodyListeningIsReported) {
     e2e::SimChild sim(ZEL_SIM, {"hd"});
     ASSERT_TRUE(sim.running());
