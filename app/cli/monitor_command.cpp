@@ -85,12 +85,19 @@ private:
         return a_.port.empty() ? platform::serialDevicePath(a_.portNumber, optionsFilePath()) : a_.port;
     }
 
-    void waitOut() {
+    // Runs the event loop until the time is up; everySecond, if given, runs once a second meanwhile.
+    void waitOut(const std::function<void()>& everySecond = {}) {
         QElapsedTimer t;
         t.start();
         const auto total = static_cast<qint64>(a_.seconds * 1000.0);
-        while (t.elapsed() < total)
+        qint64 nextSecond = 0;
+        while (t.elapsed() < total) {
+            if (everySecond && t.elapsed() >= nextSecond) {
+                everySecond();
+                nextSecond += 1000;
+            }
             host_.sleepMs(static_cast<int>(std::min<qint64>(50, total - t.elapsed())));
+        }
     }
 
     int depth() {
@@ -163,7 +170,8 @@ private:
             print(a_, {{"key", key}, {"starts_push", startsPush}});
         };
         d.Show_Ready();
-        waitOut();
+        // The idle screen's clock, as the program keeps it.
+        waitOut([&] { d.Time_Update(clock_.now()); });
         return 0;
     }
 
