@@ -64,7 +64,7 @@ run_tests() { # dir, extra ctest args...
 # serial input, the processing and the acquisition. The simulator and end-to-end programs run the same code
 # through child processes; they stay in the plain pass to keep CI well inside its time.
 SANITIZED_TESTS=(common_tests waveform_tests log_tests settings_tests startup_tests analysis_tests visa_tests
-    scope_tests depth_tests display_tests hd_board_tests gps_tests acquisition_tests)
+    scope_tests depth_tests display_tests hd_board_tests gps_tests acquisition_tests field_instruments_tests)
 
 test_all() {
     build
