@@ -125,27 +125,31 @@ private:
 
 class DepthAdapter : public acq::PushDepth {
 public:
-    DepthAdapter(cZEL_Depth& d, Host& host, bool metric, std::function<bool()> ended)
-        : d_(d), host_(host), metric_(metric), ended_(std::move(ended)) {}
+    // The push ends when ended() says so, or when the source has sent nothing for idleMs.
+    DepthAdapter(cZEL_Depth& d, Host& host, const Clock& clock, bool metric, std::int64_t idleMs,
+                 std::function<bool()> ended)
+        : d_(d), host_(host), clock_(clock), metric_(metric), idleMs_(idleMs), ended_(std::move(ended)) {}
     bool StatusGood() override { return d_.StatusOK; }
     void Reset(float) override { d_.Push_Begin(); }
-    // Depth lines arrive as serial events; letting the event loop run delivers them.
     // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
     void Read() override { host_.sleepMs(5); }
-    // Ends the push, once, with the reason, when the source has sent nothing for idleMs.
-    bool Silent(const Clock& clock, std::int64_t idleMs) {
-        if (d_.Readings != lastReadings_ || lastReadingMs_ < 0) {
-            lastReadings_ = d_.Readings;
-            lastReadingMs_ = clock.monotonicMs();
-            return false;
-        }
-        return clock.monotonicMs() - lastReadingMs_ > idleMs;
-    }
     float Current() override { return metric_ ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
     float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
-    bool EndOfPush() override { return ended_(); }
+    bool EndOfPush() override {
+        if (silent_ || ended_()) return true;
+        const auto now = clock_.monotonicMs();
+        if (d_.Readings != lastReadings_) {
+            lastReadings_ = d_.Readings;
+            lastReadingMs_ = now;
+        } else if (now - lastReadingMs_ > idleMs_) {
+            silent_ = true;
+            host_.message("The depth source has sent nothing for " + std::to_string(idleMs_ / 1000) +
+                          " s; the push ends.");
+        }
+        return silent_;
+    }
     void Pause() override { d_.DepthPause = true; }
     void Resume() override { d_.DepthPause = false; }
     float StopDepth() override { return 1e9f; }
@@ -155,10 +159,13 @@ public:
 private:
     cZEL_Depth& d_;
     Host& host_;
+    const Clock& clock_;
     bool metric_;
+    std::int64_t idleMs_;
     std::function<bool()> ended_;
+    bool silent_ = false;
     long long lastReadings_ = -1;
-    std::int64_t lastReadingMs_ = -1;
+    std::int64_t lastReadingMs_ = 0;
 };
 
 class GpsAdapter : public acq::Gps {
@@ -216,7 +223,7 @@ bool isExistingFile(const std::string& path) {
 
 // The simulators of a --sim push as children, and the settings that point the openers at them. Empty when a
 // simulator did not start.
-std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
+std::optional<FieldConfig> startSimulators(Host& host, const PushArgs& a, bool hd,
                                            std::vector<std::unique_ptr<SimChild>>& sims) {
     const std::string sim = simProgramPath();
     const auto child = [&](std::vector<std::string> args) -> SimChild& {
@@ -232,7 +239,7 @@ std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
     SimChild* hdSim = hd ? &child({"hd", "--rate", formatNumber(a.rateFtPerS, "#0.000")}) : nullptr;
     for (const auto& c : sims)
         if (!c->running()) {
-            std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
+            host.message("The simulators did not start (" + sim + ").");
             return std::nullopt;
         }
     FieldConfig c;
@@ -255,22 +262,17 @@ std::optional<FieldConfig> startSimulators(const PushArgs& a, bool hd,
 }
 
 // The instruments the push needs answered; the display and the GPS may be missing (the push goes on without
-// the rig's screen and without a position). False with the reason on stderr.
-bool requiredInstruments(FieldInstruments& in, const StartupSettings& s, bool hd) {
-    if (!in.ScopeOpen()) {
-        std::cerr << "zel-cli push: no oscilloscope answered at " << s.scopeResource << "\n";
+// the rig's screen and without a position). False with the reason shown.
+bool requiredInstruments(Host& host, FieldInstruments& in, const StartupSettings& s, bool hd) {
+    const auto refuse = [&](const std::string& text) {
+        host.message(text + " The push is not started.", MsgButtons::Ok, MsgIcon::Critical);
         return false;
-    }
-    if (hd && !in.HdBoardOpen()) {
-        std::cerr << "zel-cli push: the data board did not answer at " << s.hdBoardAddress << "\n";
-        return false;
-    }
-    if (!in.DepthOpen()) {
-        std::cerr << "zel-cli push: the depth source could not be opened\n";
-        return false;
-    }
-    if (!in.DisplayOpen()) std::cerr << "zel-cli push: going on without the field display\n";
-    if (!in.GpsOpen()) std::cerr << "zel-cli push: going on without the GPS\n";
+    };
+    if (!in.ScopeOpen()) return refuse("No oscilloscope answered at " + s.scopeResource + ".");
+    if (hd && !in.HdBoardOpen()) return refuse("The data board did not answer at " + s.hdBoardAddress + ".");
+    if (!in.DepthOpen()) return refuse("The depth source could not be opened.");
+    if (!in.DisplayOpen()) host.message("The push goes on without the field display.");
+    if (!in.GpsOpen()) host.message("The push goes on without the GPS.");
     return true;
 }
 
@@ -286,8 +288,7 @@ int runPush(const PushArgs& a) {
     if (a.hd) switches.push_back("/H");
     StartupSettings s = parseArguments(switches, isExistingFile);
     if (s.fileMode || s.colour) {
-        std::cerr << "zel-cli push: "
-                  << (s.colour ? "colour mode has no push here" : "file mode opens no instrument") << "\n";
+        host.message(s.colour ? "Colour mode has no push in zel-cli." : "File mode opens no instrument.");
         return 1;
     }
     const bool hd = s.hd;
@@ -295,7 +296,7 @@ int runPush(const PushArgs& a) {
     std::vector<std::unique_ptr<SimChild>> sims;
     std::unique_ptr<FieldInstruments> instruments;
     if (a.sim) {
-        const auto config = startSimulators(a, hd, sims);
+        const auto config = startSimulators(host, a, hd, sims);
         if (!config) return 1;
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
         // The simulated board is opened after the scope (below), so start-up does not take the simulators
@@ -318,13 +319,14 @@ int runPush(const PushArgs& a) {
         if (!instruments->openHdBoard(s.hdBoardAddress))
             host.progress("HD Board not found at expected IP: " + s.hdBoardAddress);
     }
-    if (!requiredInstruments(*instruments, s, hd)) return 1;
+    if (!requiredInstruments(host, *instruments, s, hd)) return 1;
     cZEL_Depth& depth = instruments->Depth();
     // A line that opens is not yet a depth source that talks.
     for (int waited = 0; depth.Readings == 0 && waited < 3000; waited += 20)
         host.sleepMs(20);
     if (depth.Readings == 0) {
-        std::cerr << "zel-cli push: the depth source sent nothing within 3 s\n";
+        host.message("The depth source sent nothing within 3 s. The push is not started.", MsgButtons::Ok,
+                     MsgIcon::Critical);
         return 1;
     }
 
@@ -341,19 +343,8 @@ int runPush(const PushArgs& a) {
     ScopeAdapter scopeAdapter(instruments->Scope());
     BoardAdapter board(instruments->HdBoard(), depth, hd);
     int taken = 0;
-    bool silent = false;
-    const auto idleMs = static_cast<std::int64_t>(a.idleSeconds * 1000.0);
-    DepthAdapter* depthRef = nullptr;
-    DepthAdapter depthAdapter(depth, host, a.metric, [&] {
-        if (taken >= a.points) return true;
-        if (!silent && depthRef->Silent(clock, idleMs)) {
-            silent = true;
-            std::cerr << "zel-cli push: the depth source sent nothing for " << a.idleSeconds
-                      << " s; the push ends\n";
-        }
-        return silent;
-    });
-    depthRef = &depthAdapter;
+    DepthAdapter depthAdapter(depth, host, clock, a.metric, static_cast<std::int64_t>(a.idleSeconds * 1000.0),
+                              [&] { return taken >= a.points; });
     GpsAdapter gpsAdapter(instruments->Gps());
     DisplayAdapter display(instruments->Display(), depthAdapter, a.metric);
 

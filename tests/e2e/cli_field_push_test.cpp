@@ -99,12 +99,12 @@ TEST(CliFieldPush, AbsentInstrumentsAreReportedWithoutHanging) {
     };
     const Case cases[] = {
         {"scope", [](FieldRig& r) { r.sims[0]->kill(); }, "",
-         "no oscilloscope answered at TCPIP::127.0.0.1::INSTR"},
+         "No oscilloscope answered at TCPIP::127.0.0.1::INSTR."},
         {"depth line", [](FieldRig& r) { r.comm["txtDepthPort"] = "/nonexistent/tty"; }, "",
-         "the depth source could not be opened"},
-        {"silent depth board", [](FieldRig& r) { r.sims[1]->stop(); }, "", "the depth source sent nothing"},
+         "The depth source could not be opened."},
+        {"silent depth board", [](FieldRig& r) { r.sims[1]->stop(); }, "", "The depth source sent nothing"},
         {"data board", [](FieldRig& r) { r.comm["txtHDPorts"] = "1,2,3"; }, "/H",
-         "the data board did not answer at 127.0.0.1"},
+         "The data board did not answer at 127.0.0.1."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
