@@ -60,21 +60,15 @@ TEST_F(FieldConfigTest, CommSettingsByControlNameWithBadValuesKeptAtTheirDefault
 
 TEST_F(FieldConfigTest, AddressesMoveUnlessTheCommandLineMovedTheScope) {
     FieldConfig c;
-    StartupSettings s;
-    applyAddresses(c, s);
-    EXPECT_EQ(s.scopeResource, "TCPIP::192.168.250.252::INSTR");
-    EXPECT_EQ(s.hdBoardAddress, "192.168.250.253");
     c.scopeAddress = "127.0.0.1";
     c.hdAddress = "127.0.0.2";
+    StartupSettings s, ipscp;
+    ipscp.switches = "/IPSCP052";
     applyAddresses(c, s);
-    EXPECT_EQ(s.scopeAddress, "127.0.0.1");
+    applyAddresses(c, ipscp);
     EXPECT_EQ(s.scopeResource, "TCPIP::127.0.0.1::INSTR");
     EXPECT_EQ(s.hdBoardAddress, "127.0.0.2");
-    StartupSettings ipscp;
-    ipscp.switches = "/IPSCP052";
-    ipscp.scopeAddress = "192.168.250.052";
-    applyAddresses(c, ipscp);
-    EXPECT_EQ(ipscp.scopeAddress, "192.168.250.052");
+    EXPECT_EQ(ipscp.scopeResource, "TCPIP::192.168.250.252::INSTR");
 }
 
 TEST_F(FieldConfigTest, SerialPortsAsNumbersOrPaths) {
