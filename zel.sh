@@ -109,10 +109,10 @@ demo() {
     setup
     configure build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_WERROR=ON
     cmake --build "$ROOT/build" -j "$JOBS" --target zel-cli zel-sim
-    say "a simulated push of 20 points into demo-out/ (scope, depth board and GPS simulated)"
+    say "a simulated push of 20 points into demo-out/ (scope, depth board, data board, GPS and display simulated)"
     mkdir -p "$ROOT/demo-out"
     local summary
-    summary=$("$ROOT/build/bin/zel-cli" push --sim --points 20 --out "$ROOT/demo-out" --name Demo --yes | tee /dev/stderr | tail -n 1)
+    summary=$("$ROOT/build/bin/zel-cli" push --sim --hd --points 20 --out "$ROOT/demo-out" --name Demo --yes | tee /dev/stderr | tail -n 1)
     say "files written"
     local key
     for key in raw_log companion data_export run_log; do
