@@ -25,6 +25,7 @@ public:
 
     void stop();
     void resume();
+    int pid() const { return pid_; }
     // Ends the child (also a stopped one) and waits for it.
     void kill();
 

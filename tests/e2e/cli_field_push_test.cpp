@@ -38,8 +38,8 @@ std::string hdPorts(const SimChild& hd) {
            std::to_string(hd.port("hd", "second"));
 }
 
-std::string push(const FieldRig& rig, const std::string& args) {
-    return rig.env() + kCli + " push --yes --no-area-check --points 3 --out " +
+std::string push(const FieldRig& rig, const std::string& args, int points = 3) {
+    return rig.env() + kCli + " push --yes --no-area-check --points " + std::to_string(points) + " --out " +
            quote((rig.root.path / "out").string()) + " " + args;
 }
 
@@ -118,6 +118,18 @@ TEST(CliFieldPush, AbsentInstrumentsAreReportedWithoutHanging) {
         EXPECT_EQ(r.exitCode, 1);
         EXPECT_NE(r.err.find(c.said), std::string::npos) << r.err;
     }
+}
+
+// A depth source that falls silent in the middle ends the push with what it took, rather than waiting on.
+TEST(CliFieldPush, DepthSourceFallingSilentEndsThePush) {
+    FieldRig rig;
+    ASSERT_TRUE(rig.startAll({"--rate", "0.5"}));
+    rig.writeOptions();
+    const std::string freeze = "(sleep 4; kill -STOP " + std::to_string(rig.sims[1]->pid()) + ") & ";
+    const RunResult r = runProgram(freeze + push(rig, "--idle-s 1", 10000));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.err.find("The depth source has sent nothing for 1 s; the push ends."), std::string::npos);
+    EXPECT_GT(summary(r)["points"].get<int>(), 0);
 }
 
 TEST(CliFieldPush, SimulatedPushWithAllFiveInstruments) {
