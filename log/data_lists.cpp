@@ -170,6 +170,16 @@ std::string formatListElement(float value, int decimals) {
     return e;
 }
 
+float listValue(float value, int decimals) {
+    float kept = 0.0f;
+    return parseElement(formatListElement(value, decimals), kept) ? kept : value;
+}
+
+void keepAsListValues(std::span<float> values, int decimals) {
+    for (float& v : values)
+        v = listValue(v, decimals);
+}
+
 std::string formatDataList(std::span<const float> values, int decimals) {
     std::string pattern = "#0";
     if (decimals > 0) pattern += "." + std::string(static_cast<std::size_t>(decimals), '0');
