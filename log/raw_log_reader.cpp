@@ -1,5 +1,6 @@
 #include "log/raw_log_reader.h"
 
+#include "analysis/k_estimate.h"
 #include "common/number_text.h"
 #include "log/binary_block.h"
 #include "log/data_lists.h"
@@ -16,8 +17,9 @@ namespace {
 
 using namespace raw_log;
 
-// Per-point columns a loaded log always has room for: the lists name columns up to 7 (Birch conductivity).
-constexpr int kMinDataColumns = 8;
+// Per-point columns a loaded log always has room for: the lists name columns up to 7 (Birch conductivity)
+// and the recomputed point values go where the push keeps them.
+constexpr int kMinDataColumns = point_column::PushCount;
 // HD-board logs: per-point columns 0..3 as in every log (depth, O2, -, rate), then the board's 12 data
 // columns in the board's own column order, 4 + c for column c.
 constexpr int kHdFirstBoardColumn = 4;
@@ -436,10 +438,15 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     log.File_FullPath(path);
     log.File_Title(std::filesystem::path(path).filename().string());
 
+    const auto pause = [&] {
+        if (options.stepPauseMs > 0) host.sleepMs(options.stepPauseMs);
+    };
     ReadInfo(text, log, ctx);
-    ReadStats(text, log, ctx);
+    pause();
     ReadGps(text, log);
+    pause();
     ReadDataInfo(text, log, ctx);
+    pause();
 
     const auto dataPoints = size(text, "Data_Points");
     const auto wavePoints = size(text, "Wave_Points");
@@ -460,6 +467,10 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     log.DataPoints(static_cast<int>(*dataPoints));
     log.WavePoints(static_cast<int>(*wavePoints));
     log.DataSets(static_cast<int>(*dataCols));
+
+    LogPointProcessing processing(host, options.processing);
+    processing.prepare(log, ctx);
+    pause();
 
     ListReader lists{text, host};
     const bool withPresFlow = log.PresFlow() || hasPresFlowLists(text);
@@ -521,6 +532,18 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         arrays.baseline = std::move(baseline);
         return result;
     }
+    // The lists and the block are in: what the push computed from them and the file does not keep. An HD
+    // board's four values a point and a colour spectrum are not fluorescence waveforms.
+    if (!result.hdBoard && ctx.family != LogFamily::Colour && !result.reMissing)
+        result.pointValues = processing.run(arrays);
+    if (arrays.presFlow.width() > 0) {
+        // The pressure/flow rows carry no depth of their own in the file: it is the point's depth.
+        for (int p = 0; p < arrays.presFlow.points(); ++p)
+            arrays.presFlow(presflow_column::Depth, p) = arrays.columns(point_column::Depth, p);
+        estimateK(log, arrays.presFlow);
+    }
+    pause();
+    ReadStats(text, log, ctx);
     result.ok = true;
     result.text = std::move(loc->text);
     return result;

@@ -43,6 +43,14 @@ const std::string kText = "[INFO]\r\n"
                           "DATA=Binary Appended\r\n";
 const std::string kBlock = kOne + kTwo + kThree + kMinusOne;
 
+RawLogLoadOptions options(bool quiet, std::optional<LogFamily> family, bool baselineFeature) {
+    RawLogLoadOptions o;
+    o.quiet = quiet;
+    o.family = family;
+    o.baselineFeature = baselineFeature;
+    return o;
+}
+
 std::string withTrailer(const std::string& text, const std::string& block) {
     return text + block + le32(static_cast<std::uint32_t>(text.size()));
 }
@@ -85,9 +93,7 @@ TEST_F(RawLogReaderTest, SectionsAreReadByKeyName) {
     EXPECT_EQ(std::vector<float>(arrays.waves.values().begin(), arrays.waves.values().end()),
               (std::vector<float>{1.0f, 2.0f, 3.0f, -1.0f}));
 
-    ASSERT_TRUE(
-        load(withTrailer(kText, kBlock), {.quiet = false, .family = LogFamily::O2, .baselineFeature = false})
-            .ok);
+    ASSERT_TRUE(load(withTrailer(kText, kBlock), options(false, LogFamily::O2, false)).ok);
     EXPECT_EQ(arrays.columns(point_column::O2, 0), 9.0f);
 }
 
@@ -131,7 +137,7 @@ TEST_F(RawLogReaderTest, EditedTextPartIsRepairedOnceThenLoadsQuietly) {
     EXPECT_TRUE(host.messages().empty());
 
     // A quiet load mends the trailer without a word.
-    r = load(bytes, {.quiet = true, .family = {}, .baselineFeature = false});
+    r = load(bytes, options(true, std::nullopt, false));
     EXPECT_TRUE(r.ok && r.repaired);
     EXPECT_TRUE(host.messages().empty());
 }
@@ -158,7 +164,7 @@ TEST_F(RawLogReaderTest, MissingReIsZerosAndOneMessage) {
     EXPECT_TRUE(r.reMissing);
     EXPECT_EQ(arrays.re.samples, (std::vector<float>{0.0f, 0.0f}));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
-    load(withTrailer(text, kBlock), {.quiet = true, .family = {}, .baselineFeature = false});
+    load(withTrailer(text, kBlock), options(true, std::nullopt, false));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
 }
 
@@ -168,11 +174,11 @@ TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
     const std::string bytes = withTrailer(text, kBlock);
     arrays.baseline = {9.0f};
     host.answerMessage(MsgResult::No);
-    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    ASSERT_TRUE(load(bytes, options(false, std::nullopt, true)).ok);
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kBaselineQuestion)});
     EXPECT_EQ(arrays.baseline, std::vector<float>{9.0f});
     host.answerMessage(MsgResult::Yes);
-    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    ASSERT_TRUE(load(bytes, options(false, std::nullopt, true)).ok);
     EXPECT_EQ(arrays.baseline, (std::vector<float>{0.5f, 0.25f}));
     arrays.baseline = {9.0f};
     ASSERT_TRUE(load(bytes).ok);
@@ -267,8 +273,7 @@ TEST_F(RawLogReaderTest, SavedLogReadsBackToTheSameFile) {
         // A log of n points is its text, n waveforms of three samples and the trailer.
         EXPECT_EQ(std::filesystem::file_size(first.path), first.textLength + 4u * 3u * points + 4u);
 
-        const auto r = LoadRawLog(first.path, log, arrays, ctx, host,
-                                  {.quiet = true, .family = {}, .baselineFeature = true});
+        const auto r = LoadRawLog(first.path, log, arrays, ctx, host, options(true, std::nullopt, true));
         ASSERT_TRUE(r.ok);
         if (family != LogFamily::Colour) {
             EXPECT_EQ(ctx.reAreaCh, c.reAreaCh);

@@ -36,7 +36,7 @@ std::optional<std::string> exportOne(const std::string& file, const std::string&
     const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
     if (r.outcome != LoadOutcome::Loaded) return std::nullopt;
     if (!to.empty()) return r.exportPath;
-    return ExportDataText(log, arrays, ctx, "", host, false); // beside the raw log
+    return ExportDataText(log, arrays, ctx, "", host, r.pointValues); // beside the raw log
 }
 
 int runExport(const ExportArgs& args) {
