@@ -36,6 +36,7 @@ void LogPointProcessing::prepare(const cZEL_Data& log, const RawLogContext& ctx)
     point_->Exclude = setup_.exclude;
     point_->ExcludeCH1 = setup_.excludeCH1;
     point_->DeltaX = log.Wave_DeltaX();
+    point_->ComputeStdDev = false;
 }
 
 bool LogPointProcessing::run(LogArrays& arrays) {
@@ -67,13 +68,20 @@ bool LogPointProcessing::run(LogArrays& arrays) {
     point_->CopyCutoffs(*re_);
     point_->ChannelCount = static_cast<std::int16_t>(setup_.channelCount == 6 ? 6 : 3);
     point_->CopyReference(*re_);
-    // The stored waveforms are already the processed ones; a scratch copy keeps the loaded data as read.
-    std::vector<float> wave(static_cast<std::size_t>(arrays.waves.width()));
+    // The stored waveforms are already the processed ones. Processing clears the last two samples of a
+    // record, which a push has done already: such a record is processed where it lies, any other through a
+    // scratch copy, so the loaded data stays as read.
+    std::vector<float> scratch(static_cast<std::size_t>(arrays.waves.width()));
     bool lowSignal = false;
     for (int p = 0; p < arrays.points(); ++p) {
-        const auto row = arrays.waves.row(p);
-        std::copy(row.begin(), row.end(), wave.begin());
-        if (!point_->ProcessWaveform(wave, false, lowSignal)) return false;
+        std::span<float> row = arrays.waves.row(p);
+        const std::size_t n = row.size();
+        const bool cleared = n < 2 || (row[n - 1] == 0.0f && row[n - 2] == 0.0f);
+        if (!cleared) {
+            std::copy(row.begin(), row.end(), scratch.begin());
+            row = scratch;
+        }
+        if (!point_->ProcessWaveform(row, false, lowSignal)) return false;
         columns(point_column::Signal, p) = point_->Wave_Signal;
         columns(point_column::Scatter, p) = point_->Wave_ScatSum;
         columns(point_column::Fluorescence, p) = point_->Wave_FluorSum;
