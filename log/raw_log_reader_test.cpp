@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace zel {
 namespace {
 
@@ -166,6 +168,24 @@ TEST_F(RawLogReaderTest, MissingReIsZerosAndOneMessage) {
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
     load(withTrailer(text, kBlock), options(true, std::nullopt, false));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
+}
+
+// The DATA reader itself runs the estimate, so every reader of a raw log has it, with each row at its
+// point's depth (the file keeps no depth of its own for the pressure/flow rows).
+TEST_F(RawLogReaderTest, TheDataReaderEstimatesKAtEachPointsDepth) {
+    std::string text = kText;
+    text.replace(text.find("units=M"), 7, "units=Ft");
+    text.replace(text.find("DEPTH=0.5,1.5"), 13, "DEPTH=0,20");
+    text.insert(text.find("[GPS]"), "HPT1ft=10\r\nDisWT0=10\r\nDisInclude0=True\r\n");
+    text.insert(text.find("DATA=Binary"), "TIME=0,1\r\nPRES_UP=0,0\r\nPRES_DOWN=12,12\r\nFLOW_UP=3,30\r\n");
+    ASSERT_TRUE(load(withTrailer(text, kBlock)).ok);
+    ASSERT_EQ(arrays.presFlow.points(), 2);
+    EXPECT_EQ(arrays.presFlow(presflow_column::Depth, 1), 20.0f);
+    const float k0 = static_cast<float>(20.0 * std::log(3.0 / (12.0f - (10.0f - 0.433f))) + 7.0);
+    EXPECT_NEAR(arrays.presFlow(presflow_column::KEstimate, 0), k0, 1e-4);
+    // 10 ft below the water table the head (4.33 PSI) exceeds the pressure left: no estimate, the previous
+    // point's stands.
+    EXPECT_EQ(arrays.presFlow(presflow_column::KEstimate, 1), arrays.presFlow(presflow_column::KEstimate, 0));
 }
 
 TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
