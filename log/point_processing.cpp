@@ -75,8 +75,8 @@ bool LogPointProcessing::run(LogArrays& arrays) {
     bool lowSignal = false;
     for (int p = 0; p < arrays.points(); ++p) {
         std::span<float> row = arrays.waves.row(p);
-        const std::size_t n = row.size();
-        const bool cleared = n < 2 || (row[n - 1] == 0.0f && row[n - 2] == 0.0f);
+        const auto tail = static_cast<std::ptrdiff_t>(std::min<std::size_t>(row.size(), 2));
+        const bool cleared = std::all_of(row.end() - tail, row.end(), [](float v) { return v == 0.0f; });
         if (!cleared) {
             std::copy(row.begin(), row.end(), scratch.begin());
             row = scratch;

@@ -65,6 +65,23 @@ TEST(CliExport, BesideTheRawLogWithoutTarget) {
     EXPECT_TRUE(fs::exists(dir.path / "MW-7.lif.dat.txt"));
 }
 
+// The export written at the end of a push and the export of its raw log loaded later are the same file.
+TEST(CliExport, ARawLogExportsWhatItsPushExported) {
+    TempDir dir;
+    const RunResult push =
+        runProgram(kCli + " push --sim --points 12 --rate 2 --sweep-ms 0 --yes --name RT --out " +
+                   quote(dir.path.string()));
+    ASSERT_EQ(push.exitCode, 0) << push.err;
+    const fs::path out = dir.path / "out";
+    fs::create_directories(out);
+    const RunResult r = runProgram(kCli + " export " + quote((dir.path / "RT.lif.raw.bin").string()) +
+                                   " --to " + quote(out.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::string atPush = testdata::readAll(dir.path / "RT.lif.dat.txt");
+    EXPECT_EQ(std::count(atPush.begin(), atPush.end(), '\n'), 13);
+    EXPECT_EQ(testdata::readAll(out / "RT.lif.dat.txt"), atPush);
+}
+
 TEST(CliRecover, TemporaryPointFileToRecoveredLog) {
     TempDir dir;
     const std::string header = writeSmallLog(dir.path / "previous");
