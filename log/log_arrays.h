@@ -70,8 +70,10 @@ struct LogArrays {
 
     // Empties every point array and reserves room for a full push. On any refusal nothing is left reserved.
     ArrayStatus beginPush(int samplesPerWave, int dataColumns, bool withPresFlow);
-    // Sizes every point array for a loaded log of points points, all values 0.
-    ArrayStatus resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow);
+    // Sizes every point array for a loaded log of points points, all values 0 (the waveforms unset with
+    // zeroWaves false, for a reader that fills them all from the file).
+    ArrayStatus resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow,
+                       bool zeroWaves = true);
     // Appends one point to every array, all or nothing.
     ArrayStatus appendPoint(const PointValues& point);
     // Cuts every point array to points points, keeping their contents.

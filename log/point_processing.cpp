@@ -39,10 +39,10 @@ void LogPointProcessing::prepare(const cZEL_Data& log, const RawLogContext& ctx)
     point_->ComputeStdDev = false;
 }
 
-bool LogPointProcessing::run(LogArrays& arrays) {
+bool LogPointProcessing::reference(const LogArrays& arrays) {
+    ready_ = false;
     if (!re_ || !point_ || arrays.re.samples.empty()) return false;
-    PointMatrix& columns = arrays.columns;
-    if (columns.width() < point_column::PushCount) return false;
+    if (arrays.columns.width() < point_column::PushCount) return false;
 
     // The RE as acquisition processed it: background subtracted and the record cleared at its end (both
     // done by Process_Wave), the boundaries, then the RE processing that makes it the reference.
@@ -68,18 +68,26 @@ bool LogPointProcessing::run(LogArrays& arrays) {
     point_->CopyCutoffs(*re_);
     point_->ChannelCount = static_cast<std::int16_t>(setup_.channelCount == 6 ? 6 : 3);
     point_->CopyReference(*re_);
+    scratch_.assign(static_cast<std::size_t>(arrays.waves.width()), 0.0f);
+    ready_ = true;
+    return true;
+}
+
+bool LogPointProcessing::points(LogArrays& arrays, int first, int end) {
+    if (!ready_) return false;
+    PointMatrix& columns = arrays.columns;
+    end = std::min(end, arrays.points());
     // The stored waveforms are already the processed ones. Processing clears the last two samples of a
     // record, which a push has done already: such a record is processed where it lies, any other through a
     // scratch copy, so the loaded data stays as read.
-    std::vector<float> scratch(static_cast<std::size_t>(arrays.waves.width()));
     bool lowSignal = false;
-    for (int p = 0; p < arrays.points(); ++p) {
+    for (int p = std::max(first, 0); p < end; ++p) {
         std::span<float> row = arrays.waves.row(p);
         const auto tail = static_cast<std::ptrdiff_t>(std::min<std::size_t>(row.size(), 2));
         const bool cleared = std::all_of(row.end() - tail, row.end(), [](float v) { return v == 0.0f; });
         if (!cleared) {
-            std::copy(row.begin(), row.end(), scratch.begin());
-            row = scratch;
+            std::copy(row.begin(), row.end(), scratch_.begin());
+            row = scratch_;
         }
         if (!point_->ProcessWaveform(row, false, lowSignal)) return false;
         columns(point_column::Signal, p) = point_->Wave_Signal;
@@ -89,6 +97,10 @@ bool LogPointProcessing::run(LogArrays& arrays) {
             columns(point_column::Ch1 + k, p) = point_->Wave_AreaCH[static_cast<std::size_t>(k)];
     }
     return true;
+}
+
+bool LogPointProcessing::run(LogArrays& arrays) {
+    return reference(arrays) && points(arrays, 0, arrays.points());
 }
 
 } // namespace zel

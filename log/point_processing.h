@@ -17,6 +17,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace zel {
 
@@ -41,10 +42,13 @@ public:
     // The preparation step between DATA_INFO and DATA: the RE and point instances take the log's
     // boundaries, channel count, time step and mode.
     void prepare(const cZEL_Data& log, const RawLogContext& ctx);
-    // After the DATA lists and the block: the RE (less the background) as the reference, then every point
-    // into the per-point columns point_column::Signal, Scatter, Fluorescence and Ch1..Ch4 (the table must
-    // be at least point_column::PushCount wide). False, with nothing written, when the log's RE cannot be
-    // processed (an error was shown).
+    // After the RE and background lists: the RE (less the background) as the reference. False when the
+    // log has no RE, the per-point table is narrower than point_column::PushCount, or processing failed.
+    bool reference(const LogArrays& arrays);
+    // Points first..end-1 into the per-point columns point_column::Signal, Scatter, Fluorescence and
+    // Ch1..Ch4, as soon as their waveforms are read (while they are still in the cache). Needs reference().
+    bool points(LogArrays& arrays, int first, int end);
+    // Both, for every point.
     bool run(LogArrays& arrays);
 
 private:
@@ -53,6 +57,8 @@ private:
     std::unique_ptr<cZEL_Waveform> re_;
     std::unique_ptr<cZEL_Waveform> point_;
     bool searchRest_ = false; // the first rise and boundaries 4..6 are not stored: found on the RE again
+    bool ready_ = false;
+    std::vector<float> scratch_;
 };
 
 } // namespace zel

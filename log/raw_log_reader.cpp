@@ -229,11 +229,26 @@ bool hasPresFlowLists(const RawLogText& t) {
     return false;
 }
 
-// Normal mode: the waveform matrix of exactly Data_Points + 1 points from offset L.
-bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arrays, Host& host) {
+// Normal mode: the waveform matrix of exactly Data_Points + 1 points from offset L. With processing, each
+// run of points is processed as soon as it is read, while its samples are still in the cache: a whole log
+// is 20 MB, and going through it a second time would cost as much as reading it.
+bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arrays, Host& host,
+                   LogPointProcessing* processing, bool& processed) {
+    constexpr std::size_t kFloatsPerRun = std::size_t{1} << 16; // 256 KB
     BinaryFile f(path, "rb");
-    if (!f.isOpen() || !f.seek(offset) || !readFloatsLe(f, arrays.waves.values()))
-        return report(host, "the data block of " + path + " is cut short.");
+    if (!f.isOpen() || !f.seek(offset)) return report(host, "the data block of " + path + " is cut short.");
+    const int points = arrays.waves.points();
+    const auto width = static_cast<std::size_t>(arrays.waves.width());
+    const int run =
+        static_cast<int>(std::max<std::size_t>(1, kFloatsPerRun / std::max<std::size_t>(width, 1)));
+    processed = processing != nullptr;
+    for (int p = 0; p < points; p += run) {
+        const int n = std::min(run, points - p);
+        const auto values = arrays.waves.values().subspan(static_cast<std::size_t>(p) * width,
+                                                          static_cast<std::size_t>(n) * width);
+        if (!readFloatsLe(f, values)) return report(host, "the data block of " + path + " is cut short.");
+        if (processed) processed = processing->points(arrays, p, p + n);
+    }
     return true;
 }
 
@@ -514,16 +529,24 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
             result.repaired = true;
         }
         const int columns = std::clamp(static_cast<int>(*dataCols), kMinDataColumns, kMaxDataColumns);
-        if (const ArrayStatus s =
-                arrays.resize(static_cast<int>(samples), columns, static_cast<int>(points), withPresFlow);
+        // Every sample comes from the block, whose size was checked against the file above; a read that
+        // fails anyway clears the arrays below, so no unset sample is ever seen.
+        if (const ArrayStatus s = arrays.resize(static_cast<int>(samples), columns, static_cast<int>(points),
+                                                withPresFlow, false);
             s != ArrayStatus::Ok) {
             report(host, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
         } else {
-            ok = readWaveBlock(path, loc->state.textLength, arrays, host) &&
-                 readBaseline(lists, arrays, ctx, options) &&
+            // The lists first: the RE and background are the reference the points are processed against
+            // while the block is read. An HD board's four values a point and a colour spectrum are not
+            // fluorescence waveforms, and without an RE there is nothing to process against.
+            ok = readBaseline(lists, arrays, ctx, options) &&
                  (ctx.family == LogFamily::Colour ? readSpectra(lists, ctx)
                                                   : readWaveLists(lists, log, arrays, result)) &&
                  readPointLists(lists, log, arrays, ctx, static_cast<int>(points));
+            const bool process =
+                ok && ctx.family != LogFamily::Colour && !result.reMissing && processing.reference(arrays);
+            ok = ok && readWaveBlock(path, loc->state.textLength, arrays, host,
+                                     process ? &processing : nullptr, result.pointValues);
         }
     }
     if (!ok) {
@@ -532,10 +555,6 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         arrays.baseline = std::move(baseline);
         return result;
     }
-    // The lists and the block are in: what the push computed from them and the file does not keep. An HD
-    // board's four values a point and a colour spectrum are not fluorescence waveforms.
-    if (!result.hdBoard && ctx.family != LogFamily::Colour && !result.reMissing)
-        result.pointValues = processing.run(arrays);
     if (arrays.presFlow.width() > 0) {
         // The pressure/flow rows carry no depth of their own in the file: it is the point's depth.
         for (int p = 0; p < arrays.presFlow.points(); ++p)
