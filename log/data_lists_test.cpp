@@ -6,10 +6,30 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace zel {
 namespace {
+
+constexpr std::uint64_t kPow10Test[] = {1,
+                                        10,
+                                        100,
+                                        1000,
+                                        10000,
+                                        100000,
+                                        1000000,
+                                        10000000,
+                                        100000000,
+                                        1000000000,
+                                        10000000000,
+                                        100000000000,
+                                        1000000000000,
+                                        10000000000000,
+                                        100000000000000,
+                                        1000000000000000};
 
 std::string pattern(int decimals) {
     return decimals ? "#0." + std::string(static_cast<std::size_t>(decimals), '0') : "#0";
@@ -46,6 +66,23 @@ TEST(DataLists, FastElementTextAgreesWithTheGeneralPattern) {
             for (float v : {base, std::nextafter(base, 1e30f), std::nextafter(base, -1e30f)})
                 for (int d = 0; d <= 3; ++d)
                     ASSERT_EQ(formatListElement(v, d), formatNumber(v, pattern(d))) << v << " " << d;
+}
+
+// Fixed-point elements are converted without the general conversion; the value must be the one it gives.
+TEST(DataLists, FastElementReadingAgreesWithTheGeneralConversion) {
+    std::mt19937 rng(777);
+    std::uniform_int_distribution<std::uint64_t> mantissa(0, 999999999999999ULL);
+    std::uniform_int_distribution<int> digits(1, 15), sign(0, 2);
+    std::vector<float> out;
+    for (int i = 0; i < 200000; ++i) {
+        std::string text = std::to_string(mantissa(rng) % kPow10Test[digits(rng)]);
+        const std::size_t point = std::uniform_int_distribution<std::size_t>(0, text.size())(rng);
+        text.insert(point, ".");
+        text.insert(0, sign(rng) == 0 ? "-" : sign(rng) == 1 ? "+" : "");
+        ASSERT_TRUE(parseDataList(text, 1, out).ok) << text;
+        const std::string plain = text.front() == '+' ? text.substr(1) : text;
+        ASSERT_EQ(out[0], static_cast<float>(std::strtod(plain.c_str(), nullptr))) << text;
+    }
 }
 
 TEST(DataLists, ListTextAndItsReading) {
