@@ -41,6 +41,10 @@ struct PushArgs {
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
     int sweepMs = -1;         // the scope simulator's own default when negative
+    double reScale = 1.0;     // brightness of the simulated reference emitter
+    std::string scopeDump;    // the scope simulator's record of every curve it sent
+    int depthNoiseEvery = 0;  // line noise on the simulated depth line
+    int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
 };
 
 QCoreApplication& qtApp() {
@@ -156,9 +160,16 @@ int runPush(const PushArgs& a) {
 
     const std::string sim = simProgramPath();
     std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
+    // The simulated probe wears its RE cap for the first acquisition, the RE's.
+    scopeArgs.insert(scopeArgs.end(),
+                     {"--re-acquisitions", "1", "--re-scale", formatNumber(a.reScale, "0.0##")});
     if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
+    if (!a.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", a.scopeDump});
     SimChild scopeSim(sim, scopeArgs);
-    SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
+    std::vector<std::string> depthArgs{"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")};
+    if (a.depthNoiseEvery > 0)
+        depthArgs.insert(depthArgs.end(), {"--noise-every", std::to_string(a.depthNoiseEvery)});
+    SimChild depthSim(sim, depthArgs);
     SimChild gpsSim(sim, {"gps"});
     if (!scopeSim.running() || !depthSim.running() || !gpsSim.running()) {
         std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
@@ -214,12 +225,15 @@ int runPush(const PushArgs& a) {
                   << formatNumber(p.signal, "#0.00") << std::endl;
     };
 
-    // The simulated scope has neither a reference emitter nor a dark input: its CH2 is always the ground's
-    // fluorescence. A background taken from it would cancel the RE, and its RE cannot meet the area limits;
-    // so the simulated push runs without a background and with the RE area exemption of the set-up.
-    std::cerr << "zel-cli push: simulated scope: no background, RE area limits exempted\n";
-    reference.Gates.noAreaCheck = true;
-    if (!reference.AcquireReference(acq::kRE)) return 1;
+    // The simulated scope has no dark input: a background taken from it would be the ground's
+    // fluorescence, so the simulated push runs without one.
+    std::cerr << "zel-cli push: simulated scope: no background\n";
+    if (!reference.AcquireReference(acq::kRE)) {
+        std::cerr << "zel-cli push: the RE was not accepted\n";
+        return 1;
+    }
+    if (a.reAgeMinutes > 0 && reference.RETime)
+        reference.RETime = reference.RETime->addSeconds(-60LL * a.reAgeMinutes);
     if (!push.StartPush()) {
         std::cerr << "zel-cli push: the push was not started\n";
         return 1;
@@ -257,6 +271,18 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
     sc->add_option("--sweep-ms", args->sweepMs,
                    "Simulated scope: time of one averaged sweep (0: no averaging delay)");
+    sc->add_option("--re-scale", args->reScale,
+                   "Simulated scope: brightness of the probe's reference emitter (1 normal, below 1 dim)")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--scope-dump", args->scopeDump,
+                   "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--depth-noise", args->depthNoiseEvery,
+                   "Simulated depth board: a malformed line before every Nth reading (0: none)")
+        ->check(CLI::Range(0, 1000000));
+    sc->add_option("--re-age-min", args->reAgeMinutes,
+                   "Test aid: date the RE this many minutes before it was taken, for the RE age question")
+        ->check(CLI::Range(0, 100000));
     sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
 }
 

@@ -1,0 +1,161 @@
+// zel-cli push --sim with the simulators set up to misbehave or to report what they sent: the waveforms
+// in the log against the scope's own record of its curves, a dim reference emitter, an old RE, and line
+// noise on the depth line.
+
+#include "tests/e2e/run_program.h"
+
+#include "common/clock.h"
+#include "common/testing/recording_host.h"
+#include "instruments/scope/fake_visa.h"
+#include "instruments/scope/scope.h"
+#include "log/raw_log_reader.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <fstream>
+
+namespace zel::e2e {
+namespace {
+
+const std::string kCli = ZEL_CLI;
+namespace fs = std::filesystem;
+
+RunResult push(const TempDir& dir, const std::string& name, int points, const std::string& extra) {
+    return runProgram(kCli + " push --sim --rate 2 --sweep-ms 0 --points " + std::to_string(points) +
+                      " --name " + name + " --out " + quote(dir.path.string()) + " " + extra);
+}
+
+struct LoadedLog {
+    FakeClock clock;
+    testing::RecordingHost host{&clock};
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    bool ok = false;
+    explicit LoadedLog(const fs::path& raw) { ok = LoadRawLog(raw.string(), log, arrays, ctx, host).ok; }
+};
+
+// One curve of the scope's dump turned into millivolts by the driver itself, as it was in the push.
+std::vector<float> driverWaveform(const nlohmann::json& curve) {
+    std::string bytes;
+    for (const auto& v : curve["values"]) {
+        const auto u = static_cast<std::uint16_t>(v.get<int>());
+        bytes += static_cast<char>(u >> 8);
+        bytes += static_cast<char>(u & 0xFF);
+    }
+    const std::string count = std::to_string(bytes.size());
+    zel::testing::FakeVisa visa;
+    visa.replies["Curve?"] = "#" + std::to_string(count.size()) + count + bytes + "\n";
+    visa.replies["WFMPRE:YZERO?"] = curve["yzero"].get<std::string>();
+    visa.replies["WFMPRE:YOFF?"] = curve["yoff"].get<std::string>();
+    visa.replies["WFMPRE:YMULT?"] = curve["ymult"].get<std::string>();
+    FakeClock clock;
+    testing::RecordingHost host(&clock);
+    cZEL_Scope scope(&visa, host, clock);
+    scope.Attach(1, 2);
+    scope.Tek_Wave_Transfer(false, false);
+    return scope.Waveform;
+}
+
+// Every waveform in the log is what the scope sent, after the driver's processing: the RE as acquired,
+// each point with the processing's two zeroed end samples (no background in a simulated push).
+TEST(CliPushSim, LogWaveformsAreTheCurvesTheScopeSent) {
+    TempDir dir;
+    const std::string dump = (dir.path / "curves.jsonl").string();
+    const RunResult r = push(dir, "W1", 6, "--yes --scope-dump " + quote(dump));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+
+    std::vector<nlohmann::json> curves;
+    std::ifstream in(dump);
+    for (std::string line; std::getline(in, line);)
+        curves.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(curves.size(), 7u) << "the RE and six points";
+
+    LoadedLog l(dir.path / "W1.lif.raw.bin");
+    ASSERT_TRUE(l.ok);
+    ASSERT_EQ(l.arrays.points(), 6);
+    const int samples = l.arrays.waves.samplesPerWave();
+    for (int k = 0; k <= 6; ++k) {
+        std::vector<float> sent = driverWaveform(curves[k]);
+        ASSERT_EQ(static_cast<int>(sent.size()), samples) << k;
+        std::span<const float> logged = l.arrays.re.samples;
+        if (k > 0) {
+            logged = l.arrays.waves.wave(k - 1);
+            sent[samples - 1] = sent[samples - 2] = 0.0f;
+        }
+        for (int i = 0; i < samples; ++i) {
+            // The RE is kept in the text part with two decimals, the points as floats in the binary block.
+            if (k == 0)
+                ASSERT_NEAR(logged[i], sent[i], 0.005 + 1e-5 * std::abs(sent[i])) << "RE sample " << i;
+            else
+                ASSERT_FLOAT_EQ(logged[i], sent[i]) << "point " << k - 1 << " sample " << i;
+        }
+    }
+}
+
+// The RE area gate against the simulated reference emitter: dim enough blocks the push before anything
+// is recorded; a little dim warns and the push goes on.
+TEST(CliPushSim, DimReferenceEmitter) {
+    const struct {
+        const char* scale;
+        const char* message;
+        bool blocks;
+    } cases[] = {
+        {"0.3", "RE area is below 5000 pVs. Acquisition will NOT be allowed to continue.", true},
+        {"0.75", "RE area is below 7000 pVs. Acquisition will be allowed to continue, but RE suspect.",
+         false},
+    };
+    for (const auto& c : cases) {
+        TempDir dir;
+        const RunResult r = push(dir, "D1", 2, std::string("--yes --re-scale ") + c.scale);
+        EXPECT_NE(r.err.find(std::string(c.message) + "\n"), std::string::npos) << c.scale << r.err;
+        EXPECT_EQ(r.exitCode, c.blocks ? 1 : 0) << c.scale;
+        EXPECT_EQ(r.out.find("point ") == std::string::npos, c.blocks) << c.scale;
+        EXPECT_EQ(fs::is_empty(dir.path), c.blocks) << c.scale;
+    }
+}
+
+// An RE dated 45 minutes back: the age question comes first; Cancel records nothing, OK goes on to the
+// push. A fresh RE is not asked about.
+TEST(CliPushSim, OldREAsksFirst) {
+    const std::string question =
+        "Old RE: RE is older than 30 minutes. Select OK to proceed or Cancel to take new RE.\n";
+    const struct {
+        const char* args;
+        bool asked, pushed;
+    } cases[] = {
+        {"--no --re-age-min 45", true, false},
+        {"--yes --re-age-min 45", true, true},
+        {"--yes --re-age-min 0", false, true},
+    };
+    for (const auto& c : cases) {
+        TempDir dir;
+        const RunResult r = push(dir, "A1", 2, c.args);
+        EXPECT_EQ(r.err.find(question) != std::string::npos, c.asked) << c.args << r.err;
+        EXPECT_EQ(r.exitCode, c.pushed ? 0 : 1) << c.args;
+        if (!c.pushed) {
+            EXPECT_EQ(r.err.find("First Push"), std::string::npos) << "asked after the cancel";
+            EXPECT_TRUE(fs::is_empty(dir.path));
+        } else {
+            EXPECT_TRUE(fs::exists(dir.path / "A1.lif.raw.bin")) << c.args;
+        }
+    }
+}
+
+// Malformed lines between the depth board's readings neither stop the push nor move the depth back.
+TEST(CliPushSim, LineNoiseOnTheDepthLine) {
+    TempDir dir;
+    const RunResult r = push(dir, "N1", 8, "--yes --depth-noise 2");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    LoadedLog l(dir.path / "N1.lif.raw.bin");
+    ASSERT_TRUE(l.ok);
+    ASSERT_EQ(l.arrays.points(), 8);
+    for (int p = 1; p < 8; ++p)
+        EXPECT_GT(l.arrays.columns(point_column::Depth, p), l.arrays.columns(point_column::Depth, p - 1))
+            << p;
+}
+
+} // namespace
+} // namespace zel::e2e
