@@ -10,6 +10,7 @@
 
 #include "common/console_host.h"
 #include "common/number_text.h"
+#include "common/version.h"
 #include "instruments/depth/depth.h"
 #include "instruments/gps/gps.h"
 #include "instruments/platform/event_loop_host.h"
@@ -18,6 +19,7 @@
 #include "instruments/scope/scope.h"
 #include "instruments/visa/net_visa.h"
 #include "settings/memory_form.h"
+#include "settings/startup/modes.h"
 
 #include <QCoreApplication>
 #include <nlohmann/json.hpp>
@@ -203,6 +205,15 @@ int runPush(const PushArgs& a) {
     MemoryFormSet forms;
     cZEL_Data log(host, clock);
     log.Metric(a.metric);
+    const ModeEntry* modeEntry = findMode(a.mode);
+    log.setInfoSource([&a, modeEntry] {
+        LogInfo info;
+        info.mode = modeEntry ? modeEntry->model : "";
+        info.version = kVersionText;
+        info.metric = a.metric;
+        info.emulate = true;
+        return info;
+    });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
