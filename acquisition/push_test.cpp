@@ -56,7 +56,7 @@ public:
     bool refuse = false;
     std::vector<PointRecord> points;
     std::vector<std::vector<float>> waves;
-    bool Begin(const ReferenceControl&, float) override {
+    bool Begin(const ReferenceControl&, float, int) override {
         ++begun;
         return !refuse;
     }
