@@ -91,7 +91,8 @@ bool LogRecorder::Append(const PointRecord& p) {
 
 void LogRecorder::Finish() {
     temp_.close();
-    log_.Time_Stop(clock_.now());
+    // The stop time, and the information texts again: the operator may have corrected them during the push.
+    log_.Fill_Info();
     log_.DataPoints(arrays_.points() - 1);
     applySignalMax(log_, scan_);
     if (arrays_.points() == 0) {

@@ -51,6 +51,13 @@ TEST(LogRecorder, PushSavedReadsBackPointForPoint) {
     depth.rates = {0.5f, 0.6f, 0.7f, 0.8f};
     depth.mode = 2;
     depth.steps = {50.0f, 100.0f, 150.0f, 200.0f};
+    // The operator corrects the site while the push runs: the log keeps the corrected text.
+    std::string site = "Site as started";
+    log.setInfoSource([&site] {
+        LogInfo info;
+        info.site = site;
+        return info;
+    });
 
     // Every point reported as taken is already in the temporary file.
     std::vector<int> inTempFile;
@@ -59,6 +66,7 @@ TEST(LogRecorder, PushSavedReadsBackPointForPoint) {
         const TempReadResult t = readTempPointFile(recorder.TempPath(), push_column::Count, false, 300, read);
         EXPECT_EQ(t.points, n);
         inTempFile.push_back(t.points);
+        site = "Site corrected";
         // The next point's waveform differs, so the stored ones can be told apart.
         for (float& v : scope.waves["CH2"].samples)
             v *= 0.5f;
@@ -79,6 +87,7 @@ TEST(LogRecorder, PushSavedReadsBackPointForPoint) {
     ASSERT_TRUE(LoadRawLog(files.rawLog, loaded, back, ctx, host).ok);
     ASSERT_EQ(back.points(), 4);
     EXPECT_EQ(ctx.depthMode, 2);
+    EXPECT_EQ(loaded.Site(), "Site corrected");
     EXPECT_EQ(back.waves.samplesPerWave(), 300);
     for (int p = 0; p < 4; ++p) {
         EXPECT_FLOAT_EQ(back.columns(push_column::Depth, p), depth.script[p]);
