@@ -149,6 +149,7 @@ TEST(CliPushSim, LineNoiseOnTheDepthLine) {
     TempDir dir;
     const RunResult r = push(dir, "N1", 8, "--yes --depth-noise 2");
     ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.err.find("Line of error"), std::string::npos) << r.err;
     LoadedLog l(dir.path / "N1.lif.raw.bin");
     ASSERT_TRUE(l.ok);
     ASSERT_EQ(l.arrays.points(), 8);
