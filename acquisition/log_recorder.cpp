@@ -92,7 +92,9 @@ bool LogRecorder::Append(const PointRecord& p) {
 void LogRecorder::Finish() {
     temp_.close();
     // The stop time, and the information texts again: the operator may have corrected them during the push.
+    // The log's position is the fix at its end.
     log_.Fill_Info();
+    log_.GPS_Fill();
     log_.DataPoints(arrays_.points() - 1);
     applySignalMax(log_, scan_);
     if (arrays_.points() == 0) {

@@ -58,6 +58,11 @@ TEST(LogRecorder, PushSavedReadsBackPointForPoint) {
         info.site = site;
         return info;
     });
+    log.setGpsSource([] {
+        GpsFix fix;
+        fix.latitude = "4807.038,N";
+        return fix;
+    });
 
     // Every point reported as taken is already in the temporary file.
     std::vector<int> inTempFile;
@@ -88,6 +93,7 @@ TEST(LogRecorder, PushSavedReadsBackPointForPoint) {
     ASSERT_EQ(back.points(), 4);
     EXPECT_EQ(ctx.depthMode, 2);
     EXPECT_EQ(loaded.Site(), "Site corrected");
+    EXPECT_EQ(loaded.Latitude(), "4807.038,N");
     EXPECT_EQ(back.waves.samplesPerWave(), 300);
     for (int p = 0; p < 4; ++p) {
         EXPECT_FLOAT_EQ(back.columns(push_column::Depth, p), depth.script[p]);
