@@ -161,7 +161,9 @@ void PushControl::RunPush() {
             updateRate();
             step = 6;
             const float current = depth_.Current();
-            if (current > lastDepth_ || Settings.continuous || Settings.timed) {
+            // The timed variant only paces the passes; a point still needs a new depth (the depth source
+            // advances by time when it was handed the rate) or the continuous-depth flag.
+            if (current > lastDepth_ || Settings.continuous) {
                 step = 7;
                 lastDepth_ = current;
                 // In stepped read-back mode the point takes the encoder's stored step along (AcquirePoint
