@@ -214,6 +214,25 @@ int runPush(const PushArgs& a) {
         info.emulate = true;
         return info;
     });
+    // The receiver's last fix; the log takes it when the push ends.
+    log.setGpsSource([&gps] {
+        GpsFix fix;
+        fix.utc = gps.FixTime;
+        fix.latitude = gps.Latitude;
+        fix.longitude = gps.Longitude;
+        fix.latitudeDec = gps.Latitude_Dec;
+        fix.longitudeDec = gps.Longitude_Dec;
+        fix.qualityIndicator = std::to_string(gps.QualityIndicator);
+        fix.satellites = std::to_string(gps.Satellites);
+        fix.hdop = shortestText(gps.HDOP);
+        fix.altitudeFt = gps.Altitude_Ft;
+        fix.altitudeM = gps.Altitude_M;
+        fix.geoidalFt = gps.Geoidal_Ft;
+        fix.geoidalM = gps.Geoidal_M;
+        fix.dgpsAge = shortestText(gps.DGPS_Age);
+        fix.baseStationId = gps.BaseStationID;
+        return fix;
+    });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
