@@ -2,6 +2,7 @@
 // in the log against the scope's own record of its curves, a dim reference emitter, an old RE, and line
 // noise on the depth line.
 
+#include "tests/e2e/field_sim.h"
 #include "tests/e2e/run_program.h"
 
 #include "common/clock.h"
@@ -13,8 +14,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cmath>
+#include <fcntl.h>
 #include <fstream>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
 
 namespace zel::e2e {
 namespace {
@@ -144,8 +150,39 @@ TEST(CliPushSim, OldREAsksFirst) {
     }
 }
 
+// What the depth board sends with --noise-every 1 (the stream started at a 50 ms period), for 400 ms.
+std::string depthLineWithNoise() {
+    SimChild sim(ZEL_SIM, {"depth", "--noise-every", "1"});
+    const int fd = ::open(sim.text("depth", "pty").c_str(), O_RDWR | O_NOCTTY);
+    if (fd < 0) return {};
+    termios t{};
+    ::tcgetattr(fd, &t);
+    ::cfmakeraw(&t);
+    ::tcsetattr(fd, TCSANOW, &t);
+    const std::string start = "W0400\rW0532\r";
+    std::string got;
+    if (::write(fd, start.data(), start.size()) == static_cast<ssize_t>(start.size())) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+        char buf[256];
+        while (std::chrono::steady_clock::now() < end) {
+            pollfd p{fd, POLLIN, 0};
+            if (::poll(&p, 1, 50) > 0) {
+                const ssize_t n = ::read(fd, buf, sizeof buf);
+                if (n > 0) got.append(buf, static_cast<std::size_t>(n));
+            }
+        }
+    }
+    ::close(fd);
+    return got;
+}
+
 // Malformed lines between the depth board's readings neither stop the push nor move the depth back.
 TEST(CliPushSim, LineNoiseOnTheDepthLine) {
+    // The noise is on the line: readings and malformed lines alternate.
+    const std::string line = depthLineWithNoise();
+    EXPECT_NE(line.find("0ZZ1G0X\r"), std::string::npos) << line;
+    EXPECT_NE(line.find("\r0000000"), std::string::npos) << line; // a counter reading after it
+
     TempDir dir;
     const RunResult r = push(dir, "N1", 8, "--yes --depth-noise 2");
     ASSERT_EQ(r.exitCode, 0) << r.err;
