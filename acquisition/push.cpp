@@ -161,9 +161,10 @@ void PushControl::RunPush() {
             updateRate();
             step = 6;
             const float current = depth_.Current();
+            const bool newDepth = current > lastDepth_;
             // The timed variant only paces the passes; a point still needs a new depth (the depth source
             // advances by time when it was handed the rate) or the continuous-depth flag.
-            if (current > lastDepth_ || Settings.continuous) {
+            if (newDepth || Settings.continuous) {
                 step = 7;
                 lastDepth_ = current;
                 // In stepped read-back mode the point takes the encoder's stored step along (AcquirePoint
@@ -171,7 +172,8 @@ void PushControl::RunPush() {
                 if (AcquirePoint()) ++points_;
             }
             step = 8;
-            if (depth_.Mode() == 0) {
+            // The emulator steps once a tick while the loop passes many times: only a new depth is a step.
+            if (depth_.Mode() == 0 && newDepth) {
                 ++emulatedSteps_;
                 if (Settings.emulationAutoStop && Settings.emulationStopCount > 0 &&
                     emulatedSteps_ >= Settings.emulationStopCount) {

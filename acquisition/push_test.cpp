@@ -205,10 +205,10 @@ TEST(Push, StopRequestsLatchAndAutomaticStops) {
     ASSERT_TRUE(a.push.StartPush());
     EXPECT_EQ(a.push.Points(), 3);
 
-    // Emulated depth: the stop count stops the emulator, the push runs on.
+    // Emulated depth: the stop count of steps (new depths, not passes) stops the emulator, the push runs on.
     Rig e;
     e.depth.mode = 0;
-    e.depth.script = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f};
+    e.depth.script = {0.1f, 0.1f, 0.2f, 0.2f, 0.3f, 0.4f, 0.5f};
     e.push.Settings.emulationAutoStop = true;
     e.push.Settings.emulationStopCount = 2;
     ASSERT_TRUE(e.push.StartPush());
