@@ -71,8 +71,8 @@ public:
     // 0 emulation, 2 stepped read-back; anything else a live encoder.
     virtual int Mode() = 0;
     // Stepped read-back (mode 2): the step the encoder stored for the depth it reports (the counter's
-    // count), read back so the point carries it. Other sources store no step.
-    virtual float StoredStep() { return 0.0f; }
+    // count), read back so the point carries it. Asked only in mode 2.
+    virtual float StoredStep() = 0;
     virtual bool EndOfPush() = 0;
     virtual void Pause() = 0;
     virtual void Resume() = 0;

@@ -117,6 +117,7 @@ public:
     float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
+    float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
     bool EndOfPush() override { return ended_(); }
     void Pause() override { d_.DepthPause = true; }
     void Resume() override { d_.DepthPause = false; }
