@@ -163,9 +163,9 @@ int runPush(const PushArgs& a) {
 
     const std::string sim = simProgramPath();
     std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
-    // The simulated probe wears its RE cap for the first acquisition, the RE's.
-    scopeArgs.insert(scopeArgs.end(),
-                     {"--re-acquisitions", "1", "--re-scale", formatNumber(a.reScale, "0.0##")});
+    // The simulated probe's first acquisition sees no light (the background), the second its RE cap.
+    scopeArgs.insert(scopeArgs.end(), {"--dark-acquisitions", "1", "--re-acquisitions", "1", "--re-scale",
+                                       formatNumber(a.reScale, "0.0##")});
     if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
     if (!a.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", a.scopeDump});
     SimChild scopeSim(sim, scopeArgs);
@@ -256,9 +256,10 @@ int runPush(const PushArgs& a) {
                   << formatNumber(p.signal, "#0.00") << std::endl;
     };
 
-    // The simulated scope has no dark input: a background taken from it would be the ground's
-    // fluorescence, so the simulated push runs without one.
-    std::cerr << "zel-cli push: simulated scope: no background\n";
+    if (!reference.AcquireReference(acq::kBackground)) {
+        std::cerr << "zel-cli push: no background\n";
+        return 1;
+    }
     if (!reference.AcquireReference(acq::kRE)) {
         std::cerr << "zel-cli push: the RE was not accepted\n";
         return 1;

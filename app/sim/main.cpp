@@ -30,6 +30,7 @@ struct ScopeArgs {
     std::uint32_t seed = 1;
     std::string device = "inst0";
     std::string name = "\"ZELSCOPE07\"";
+    int darkAcquisitions = 0;
     int reAcquisitions = 0;
     double reScale = 1.0;
     std::string dump;
@@ -43,6 +44,7 @@ int runScope(const ScopeArgs& a) {
     options.sweepMs = a.sweepMs;
     options.seed = a.seed;
     options.networkName = a.name;
+    options.darkAcquisitions = a.darkAcquisitions;
     options.reAcquisitions = a.reAcquisitions;
     options.reScale = a.reScale;
     zel::sim::ScopeModel model(site, options, [&clock] { return clock.elapsed(); });
@@ -112,8 +114,12 @@ int main(int argc, char** argv) {
                    "The one VXI-11 device name answered (inst0, or gpib0,2 for a gateway)")
         ->capture_default_str();
     sc->add_option("--name", scope.name, "Reply to ETHER:NAME?")->capture_default_str();
+    sc->add_option("--dark-acquisitions", scope.darkAcquisitions,
+                   "First acquisitions that see no light: a background of detector noise only")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000000));
     sc->add_option("--re-acquisitions", scope.reAcquisitions,
-                   "Acquisitions that see the probe's reference emitter before the ground (the RE cap on)")
+                   "Acquisitions after the dark ones that see the probe's reference emitter (the RE cap on)")
         ->capture_default_str()
         ->check(CLI::Range(0, 1000000));
     sc->add_option("--re-scale", scope.reScale,

@@ -202,10 +202,12 @@ void ScopeModel::acquire() {
     t.stepS = xIncr();
     t.firstS = number("HORIZONTAL:DELAY:TIME");
     const int sweeps = sweepsPerAcquisition();
-    const bool onEmitter = records_ < options_.reAcquisitions;
+    const bool dark = records_ < options_.darkAcquisitions;
+    const bool onEmitter = !dark && records_ < options_.darkAcquisitions + options_.reAcquisitions;
     ++records_;
-    const Fluorescence light =
-        onEmitter ? referenceEmitter(options_.reScale) : site_.fluorescenceAt(depthFt_);
+    const Fluorescence light = dark        ? Fluorescence{}
+                               : onEmitter ? referenceEmitter(options_.reScale)
+                                           : site_.fluorescenceAt(depthFt_);
     const std::vector<double> volts = lifSignal(light, t, sweeps, rng_);
     record_.resize(volts.size());
     for (std::size_t k = 0; k < volts.size(); ++k) {

@@ -20,8 +20,10 @@ struct ScopeSimOptions {
     std::uint32_t seed = 1;
     std::string idn = "TEKTRONIX,TDS 3054,0,CF:91.1CT FV:v1.00 TDS3FFT:v1.00";
     std::string networkName = "\"ZELSCOPE07\"";
-    // The first reAcquisitions acquisitions see the probe's reference emitter (the RE cap is on) at
-    // reScale of its normal brightness; the later ones see the ground.
+    // The first darkAcquisitions acquisitions see no light (the background: detector noise
+    // only); the next reAcquisitions see the probe's reference emitter (the RE cap is on) at reScale of its
+    // normal brightness; the later ones see the ground.
+    int darkAcquisitions = 0;
     int reAcquisitions = 0;
     double reScale = 1.0;
 };

@@ -65,39 +65,44 @@ std::vector<float> driverWaveform(const nlohmann::json& curve) {
     return scope.Waveform;
 }
 
-// Every waveform in the log is what the scope sent, after the driver's processing: the RE as acquired,
-// each point with the processing's two zeroed end samples (no background in a simulated push).
+// Every waveform in the log is what the scope sent, after the driver's processing: the background and
+// the RE as acquired (kept in the text part to two decimals), each point with the background taken off and
+// the processing's two zeroed end samples (kept as floats in the binary block).
 TEST(CliPushSim, LogWaveformsAreTheCurvesTheScopeSent) {
     TempDir dir;
     const std::string dump = (dir.path / "curves.jsonl").string();
     const RunResult r = push(dir, "W1", 6, "--yes --scope-dump " + quote(dump));
     ASSERT_EQ(r.exitCode, 0) << r.err;
 
-    std::vector<nlohmann::json> curves;
+    std::vector<std::vector<float>> sent;
     std::ifstream in(dump);
     for (std::string line; std::getline(in, line);)
-        curves.push_back(nlohmann::json::parse(line));
-    ASSERT_EQ(curves.size(), 7u) << "the RE and six points";
+        sent.push_back(driverWaveform(nlohmann::json::parse(line)));
+    ASSERT_EQ(sent.size(), 8u) << "the background, the RE and six points";
 
     LoadedLog l(dir.path / "W1.lif.raw.bin");
     ASSERT_TRUE(l.ok);
     ASSERT_EQ(l.arrays.points(), 6);
     const int samples = l.arrays.waves.samplesPerWave();
-    for (int k = 0; k <= 6; ++k) {
-        std::vector<float> sent = driverWaveform(curves[k]);
-        ASSERT_EQ(static_cast<int>(sent.size()), samples) << k;
-        std::span<const float> logged = l.arrays.re.samples;
-        if (k > 0) {
-            logged = l.arrays.waves.wave(k - 1);
-            sent[samples - 1] = sent[samples - 2] = 0.0f;
-        }
-        for (int i = 0; i < samples; ++i) {
-            // The RE is kept in the text part with two decimals, the points as floats in the binary block.
-            if (k == 0)
-                ASSERT_NEAR(logged[i], sent[i], 0.005 + 1e-5 * std::abs(sent[i])) << "RE sample " << i;
-            else
-                ASSERT_FLOAT_EQ(logged[i], sent[i]) << "point " << k - 1 << " sample " << i;
-        }
+    const std::vector<float>& background = sent[0];
+    const auto nearText = [](float logged, float wave) {
+        return std::abs(logged - wave) <= 0.005f + 1e-5f * std::abs(wave);
+    };
+    for (const auto& [logged, wave] :
+         {std::pair{&l.arrays.blank.samples, &sent[0]}, {&l.arrays.re.samples, &sent[1]}}) {
+        ASSERT_EQ(logged->size(), wave->size());
+        for (std::size_t i = 0; i < wave->size(); ++i)
+            ASSERT_PRED2(nearText, (*logged)[i], (*wave)[i]) << i;
+    }
+    for (int p = 0; p < 6; ++p) {
+        std::vector<float> expected = sent[p + 2];
+        ASSERT_EQ(static_cast<int>(expected.size()), samples) << p;
+        for (int i = 0; i < samples; ++i)
+            expected[i] -= background[i];
+        expected[samples - 1] = expected[samples - 2] = 0.0f;
+        const auto logged = l.arrays.waves.wave(p);
+        for (int i = 0; i < samples; ++i)
+            ASSERT_FLOAT_EQ(logged[i], expected[i]) << "point " << p << " sample " << i;
     }
 }
 
