@@ -4,15 +4,18 @@
 //
 // The temporary file goes to a folder on the disk beside this program (the fdatasync of every point is
 // real) or, with fsync:0, to /dev/shm, where the flush costs nothing: the difference is the price of the
-// durability. The counters split a point into the recorder's Append (arrays, file write, flush) and the
-// rest (loop, acquisition copy, processing); the end of the push (raw log, companion, export, run log) is
-// reported apart, once per push.
+// durability. With driver:1 the waveforms come through the oscilloscope driver from a VISA session that
+// answers at once, so its parsing and smoothing are counted too. The counters split a point into the
+// recorder's Append (arrays, file write, flush) and the rest (loop, acquisition copy, processing); the end of
+// the push (raw log, companion, export, run log) is reported apart, once per push.
 
 #include "acquisition/fakes.h"
 #include "acquisition/log_recorder.h"
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "common/testing/recording_host.h"
+#include "instruments/scope/fake_visa.h"
+#include "instruments/scope/scope.h"
 #include "settings/memory_form.h"
 #include "waveform/synthetic_waves.h"
 
@@ -60,6 +63,53 @@ private:
     acq::LogRecorder& inner_;
 };
 
+// The oscilloscope driver itself on a VISA session that answers at once: the operation-complete poll, the
+// curve block's parsing, scaling, smoothing and baseline are counted as the program's own work.
+class DriverScope : public acq::Scope {
+public:
+    DriverScope(Host& host, const Clock& clock, const std::vector<float>& millivolts)
+        : scope_(&visa_, host, clock) {
+        constexpr double yMult = 4e-5; // volts a count
+        std::string block;
+        for (std::size_t i = 1; i < millivolts.size(); ++i) {
+            const auto level =
+                static_cast<std::uint16_t>(static_cast<std::int16_t>(millivolts[i] / 1000.0 / yMult));
+            block += static_cast<char>(level >> 8);
+            block += static_cast<char>(level & 0xFF);
+        }
+        const std::string count = std::to_string(block.size());
+        visa_.replies = {{"*ESR?", "1"},
+                         {"Curve?", "#" + std::to_string(count.size()) + count + block + "\n"},
+                         {"WFMPRE:YZERO?", "0"},
+                         {"WFMPRE:YOFF?", "0"},
+                         {"WFMPRE:YMULT?", "4E-5"}};
+        scope_.Attach(1, 2);
+        scope_.Wave_DeltaX = 8e-10f;
+    }
+    void ReadSetup() override {}
+    bool Acquire(std::string_view, Waveform& wave) override {
+        std::int32_t status = 0;
+        scope_.Tek_Wave_Acq(false, false, status);
+        // The session keeps every command; only the replies matter here.
+        visa_.writes.clear();
+        if (status != 1) return false;
+        wave.samples = scope_.Waveform;
+        wave.deltaX = scope_.Wave_DeltaX;
+        wave.delay = scope_.HorizontalDelay;
+        return true;
+    }
+    void StoreReference(std::string_view, std::string_view) override {}
+    int Status() override { return 1; }
+    double Delay() override { return 0.0; }
+    void SetDelay(double) override {}
+    void StartPush() override {}
+    void StopPush() override {}
+
+private:
+    zel::testing::FakeVisa visa_;
+    cZEL_Scope scope_;
+};
+
 fs::path folderFor(bool fsync) {
     const fs::path base = fsync ? fs::read_symlink("/proc/self/exe").parent_path() : fs::path("/dev/shm");
     return base / ("zel_push_bench_" + std::to_string(::getpid()));
@@ -67,6 +117,7 @@ fs::path folderFor(bool fsync) {
 
 void BM_PushLoop(benchmark::State& state) {
     const bool fsync = state.range(0) != 0;
+    const bool driver = state.range(1) != 0;
     const fs::path dir = folderFor(fsync);
     std::error_code ec;
     fs::create_directories(dir, ec);
@@ -85,7 +136,9 @@ void BM_PushLoop(benchmark::State& state) {
     for (auto _ : state) {
         FakeClock clock;
         testing::RecordingHost host{&clock};
-        acq::testing::FakeScope scope;
+        acq::testing::FakeScope fakeScope;
+        DriverScope driverScope(host, clock, testing::pulseTrain(kSamples, pulses, 0.85f));
+        acq::Scope& scope = driver ? static_cast<acq::Scope&>(driverScope) : fakeScope;
         acq::testing::FakeBoard board;
         acq::testing::FakePushDepth depth;
         acq::testing::FakeGps gps;
@@ -98,10 +151,10 @@ void BM_PushLoop(benchmark::State& state) {
         acq::ReferenceControl reference{host, clock, scope, board, depth};
         acq::PushControl push{host, clock, reference, scope, board, depth, gps, display, timed};
 
-        scope.waves["CH2"] = Waveform{testing::pulseTrain(kSamples, pulses), 8e-10f, 0.0};
+        fakeScope.waves["CH2"] = Waveform{testing::pulseTrain(kSamples, pulses), 8e-10f, 0.0};
         reference.AcquireReference(acq::kRE);
         reference.FirstAcquisition = true;
-        scope.waves["CH2"] = Waveform{testing::pulseTrain(kSamples, pulses, 0.85f), 8e-10f, 0.0};
+        fakeScope.waves["CH2"] = Waveform{testing::pulseTrain(kSamples, pulses, 0.85f), 8e-10f, 0.0};
         depth.script = depths;
         push.Settings.startDepth = 0.0f;
 
@@ -139,7 +192,13 @@ void BM_PushLoop(benchmark::State& state) {
     state.counters["rest_us"] = 1e6 * loopS / points - 1e6 * appendS / (points + pushes);
     state.counters["finish_ms"] = 1e3 * finishS / pushes;
 }
-BENCHMARK(BM_PushLoop)->ArgName("fsync")->Arg(1)->Arg(0)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PushLoop)
+    ->ArgNames({"fsync", "driver"})
+    ->Args({1, 0})
+    ->Args({0, 0})
+    ->Args({0, 1})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 
