@@ -56,7 +56,7 @@ public:
     bool refuse = false;
     std::vector<PointRecord> points;
     std::vector<std::vector<float>> waves;
-    bool Begin(const ReferenceControl&, float) override {
+    bool Begin(const ReferenceControl&, float, int) override {
         ++begun;
         return !refuse;
     }
@@ -206,10 +206,10 @@ TEST(Push, StopRequestsLatchAndAutomaticStops) {
     ASSERT_TRUE(a.push.StartPush());
     EXPECT_EQ(a.push.Points(), 3);
 
-    // Emulated depth: the stop count stops the emulator, the push runs on.
+    // Emulated depth: the stop count of steps (new depths, not passes) stops the emulator, the push runs on.
     Rig e;
     e.depth.mode = 0;
-    e.depth.script = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f};
+    e.depth.script = {0.1f, 0.1f, 0.2f, 0.2f, 0.3f, 0.4f, 0.5f};
     e.push.Settings.emulationAutoStop = true;
     e.push.Settings.emulationStopCount = 2;
     ASSERT_TRUE(e.push.StartPush());
@@ -219,26 +219,41 @@ TEST(Push, StopRequestsLatchAndAutomaticStops) {
 }
 
 TEST(Push, TimedVariantWaitsTheClampedInterval) {
-    Rig r;
-    r.push.Settings.timed = true;
-    r.push.Settings.intervalSetting = 1.0f;
-    r.depth.script = {0.0f, 0.0f, 0.0f};
-    std::vector<double> times;
-    r.push.PointTaken = [&](int, const PointRecord&) { times.push_back(r.clock.secondsSinceMidnight()); };
-    ASSERT_TRUE(r.push.StartPush());
-    EXPECT_DOUBLE_EQ(r.depth.ratePerMinute, 2.0 / 60.0);
-    ASSERT_EQ(times.size(), 3u);
-    EXPECT_GE(times[1] - times[0], 2.0);
-    EXPECT_LT(times[1] - times[0], 2.1);
-    // Points 0.5 s or more apart mark no rate; the first pass after a point beeps only once.
-    EXPECT_FALSE(r.recorder.points[2].rateExceeded);
+    // Timed passes take a point where the depth advanced or, at a standing depth, with the continuous flag.
+    const struct {
+        bool continuous;
+        std::vector<float> depths;
+        std::size_t points;
+    } cases[] = {
+        {true, {0.0f, 0.0f, 0.0f}, 3},
+        {false, {0.0f, 0.1f, 0.2f}, 3},
+        {false, {0.0f, 0.0f, 0.0f}, 1},
+    };
+    for (const auto& c : cases) {
+        Rig r;
+        r.push.Settings.timed = true;
+        r.push.Settings.continuous = c.continuous;
+        r.push.Settings.intervalSetting = 1.0f;
+        r.depth.script = c.depths;
+        std::vector<double> times;
+        r.push.PointTaken = [&](int, const PointRecord&) { times.push_back(r.clock.secondsSinceMidnight()); };
+        ASSERT_TRUE(r.push.StartPush());
+        EXPECT_DOUBLE_EQ(r.depth.ratePerMinute, 2.0 / 60.0);
+        ASSERT_EQ(times.size(), c.points) << c.continuous;
+        for (std::size_t k = 1; k < times.size(); ++k) {
+            EXPECT_GE(times[k] - times[k - 1], 2.0);
+            EXPECT_LT(times[k] - times[k - 1], 2.1);
+        }
+        // Points 0.5 s or more apart mark no rate.
+        EXPECT_FALSE(r.recorder.points.back().rateExceeded);
+    }
 }
 
 TEST(Push, StopWhileWaitingForTheIntervalTakesNoMorePoints) {
     Rig r;
     r.push.Settings.timed = true;
     r.push.Settings.intervalSetting = 10.0f;
-    r.depth.script = {0.0f, 0.0f, 0.0f};
+    r.depth.script = {0.0f, 0.1f, 0.2f};
     // The stop button is pressed while the loop waits after the first point.
     struct StoppingHost : RecordingHost {
         using RecordingHost::RecordingHost;

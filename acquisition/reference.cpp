@@ -144,7 +144,11 @@ bool ReferenceControl::processRE(const Waveform& raw, cZEL_Waveform& w) {
     keepAsListValues(samples, list_decimals::Wave);
     if (!w.Process_Wave(samples)) return false;
     w.Process_Cutoffs(samples, false);
-    return w.Process_RE(samples, true, false);
+    if (!w.Process_RE(samples, true, false)) return false;
+    // The background measured in the RE's channels: the log keeps its areas beside the RE's.
+    if (Background.empty()) return true;
+    std::vector<float> blank = Background.samples;
+    return w.Process_Blank(blank);
 }
 
 void ReferenceControl::acceptRE(std::unique_ptr<cZEL_Waveform> candidate, const Waveform& raw,

@@ -10,6 +10,7 @@
 
 #include "common/console_host.h"
 #include "common/number_text.h"
+#include "common/version.h"
 #include "instruments/depth/depth.h"
 #include "instruments/gps/gps.h"
 #include "instruments/platform/event_loop_host.h"
@@ -18,6 +19,7 @@
 #include "instruments/scope/scope.h"
 #include "instruments/visa/net_visa.h"
 #include "settings/memory_form.h"
+#include "settings/startup/modes.h"
 
 #include <QCoreApplication>
 #include <nlohmann/json.hpp>
@@ -41,6 +43,10 @@ struct PushArgs {
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
     int sweepMs = -1;         // the scope simulator's own default when negative
+    double reScale = 1.0;     // brightness of the simulated reference emitter
+    std::string scopeDump;    // the scope simulator's record of every curve it sent
+    int depthNoiseEvery = 0;  // line noise on the simulated depth line
+    int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
 };
 
 QCoreApplication& qtApp() {
@@ -111,6 +117,7 @@ public:
     float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
+    float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
     bool EndOfPush() override { return ended_(); }
     void Pause() override { d_.DepthPause = true; }
     void Resume() override { d_.DepthPause = false; }
@@ -156,9 +163,16 @@ int runPush(const PushArgs& a) {
 
     const std::string sim = simProgramPath();
     std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
+    // The simulated probe's first acquisition sees no light (the background), the second its RE cap.
+    scopeArgs.insert(scopeArgs.end(), {"--dark-acquisitions", "1", "--re-acquisitions", "1", "--re-scale",
+                                       formatNumber(a.reScale, "0.0##")});
     if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
+    if (!a.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", a.scopeDump});
     SimChild scopeSim(sim, scopeArgs);
-    SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
+    std::vector<std::string> depthArgs{"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")};
+    if (a.depthNoiseEvery > 0)
+        depthArgs.insert(depthArgs.end(), {"--noise-every", std::to_string(a.depthNoiseEvery)});
+    SimChild depthSim(sim, depthArgs);
     SimChild gpsSim(sim, {"gps"});
     if (!scopeSim.running() || !depthSim.running() || !gpsSim.running()) {
         std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
@@ -192,6 +206,34 @@ int runPush(const PushArgs& a) {
     MemoryFormSet forms;
     cZEL_Data log(host, clock);
     log.Metric(a.metric);
+    const ModeEntry* modeEntry = findMode(a.mode);
+    log.setInfoSource([&a, modeEntry] {
+        LogInfo info;
+        info.mode = modeEntry ? modeEntry->model : "";
+        info.version = kVersionText;
+        info.metric = a.metric;
+        info.emulate = true;
+        return info;
+    });
+    // The receiver's last fix; the log takes it when the push ends.
+    log.setGpsSource([&gps] {
+        GpsFix fix;
+        fix.utc = gps.FixTime;
+        fix.latitude = gps.Latitude;
+        fix.longitude = gps.Longitude;
+        fix.latitudeDec = gps.Latitude_Dec;
+        fix.longitudeDec = gps.Longitude_Dec;
+        fix.qualityIndicator = std::to_string(gps.QualityIndicator);
+        fix.satellites = std::to_string(gps.Satellites);
+        fix.hdop = shortestText(gps.HDOP);
+        fix.altitudeFt = gps.Altitude_Ft;
+        fix.altitudeM = gps.Altitude_M;
+        fix.geoidalFt = gps.Geoidal_Ft;
+        fix.geoidalM = gps.Geoidal_M;
+        fix.dgpsAge = shortestText(gps.DGPS_Age);
+        fix.baseStationId = gps.BaseStationID;
+        return fix;
+    });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
@@ -214,12 +256,16 @@ int runPush(const PushArgs& a) {
                   << formatNumber(p.signal, "#0.00") << std::endl;
     };
 
-    // The simulated scope has neither a reference emitter nor a dark input: its CH2 is always the ground's
-    // fluorescence. A background taken from it would cancel the RE, and its RE cannot meet the area limits;
-    // so the simulated push runs without a background and with the RE area exemption of the set-up.
-    std::cerr << "zel-cli push: simulated scope: no background, RE area limits exempted\n";
-    reference.Gates.noAreaCheck = true;
-    if (!reference.AcquireReference(acq::kRE)) return 1;
+    if (!reference.AcquireReference(acq::kBackground)) {
+        std::cerr << "zel-cli push: no background\n";
+        return 1;
+    }
+    if (!reference.AcquireReference(acq::kRE)) {
+        std::cerr << "zel-cli push: the RE was not accepted\n";
+        return 1;
+    }
+    if (a.reAgeMinutes > 0 && reference.RETime)
+        reference.RETime = reference.RETime->addSeconds(-60LL * a.reAgeMinutes);
     if (!push.StartPush()) {
         std::cerr << "zel-cli push: the push was not started\n";
         return 1;
@@ -257,6 +303,18 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
     sc->add_option("--sweep-ms", args->sweepMs,
                    "Simulated scope: time of one averaged sweep (0: no averaging delay)");
+    sc->add_option("--re-scale", args->reScale,
+                   "Simulated scope: brightness of the probe's reference emitter (1 normal, below 1 dim)")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--scope-dump", args->scopeDump,
+                   "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--depth-noise", args->depthNoiseEvery,
+                   "Simulated depth board: a malformed line before every Nth reading (0: none)")
+        ->check(CLI::Range(0, 1000000));
+    sc->add_option("--re-age-min", args->reAgeMinutes,
+                   "Test aid: date the RE this many minutes before it was taken, for the RE age question")
+        ->check(CLI::Range(0, 100000));
     sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
 }
 
