@@ -70,6 +70,7 @@ class FakePushDepth : public PushDepth {
 public:
     std::vector<float> script;
     std::vector<float> rates; // per reading; 0 when shorter
+    std::vector<float> steps; // stored step per reading (stepped read-back); 0 when shorter
     int mode = 1;
     float stopDepth = 1e9f;
     bool good = true;
@@ -84,6 +85,7 @@ public:
     float Rate() override { return index() < rates.size() ? rates[index()] : 0.0f; }
     float Conductivity() override { return 12.5f; }
     int Mode() override { return mode; }
+    float StoredStep() override { return index() < steps.size() ? steps[index()] : 0.0f; }
     // The first Read() comes from the start sequence and sees the first reading too; pass k of the loop
     // sees reading k - 1.
     bool EndOfPush() override { return reads - 1 > static_cast<int>(script.size()); }

@@ -70,6 +70,9 @@ public:
     virtual float Conductivity() = 0;
     // 0 emulation, 2 stepped read-back; anything else a live encoder.
     virtual int Mode() = 0;
+    // Stepped read-back (mode 2): the step the encoder stored for the depth it reports (the counter's
+    // count), read back so the point carries it. Asked only in mode 2.
+    virtual float StoredStep() = 0;
     virtual bool EndOfPush() = 0;
     virtual void Pause() = 0;
     virtual void Resume() = 0;

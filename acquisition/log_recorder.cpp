@@ -15,7 +15,7 @@ LogRecorder::LogRecorder(Host& host, const Clock& clock, cZEL_Data& log, LogArra
       rawPath_(withRawLogExtension(rawLogPath, LogFamily::Lif)), dataRoot_(std::move(dataRoot)),
       columns_(push_column::Count, 0.0f) {}
 
-bool LogRecorder::Begin(const ReferenceControl& reference, float) {
+bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode) {
     const cZEL_Waveform& re = reference.RE();
     samples_ = static_cast<int>(reference.RERaw.samples.size());
     if (samples_ == 0) {
@@ -49,6 +49,8 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float) {
     Context.waveDelay = reference.RERaw.delay;
     Context.fiberLength = re.FibreLength;
     Context.modeId = reference.Mode;
+    // Mode 2's points carry the counter's stored step: the raw log keeps them as COUNTER.
+    Context.depthMode = depthMode;
 
     scan_ = {};
     if (!temp_.open(tempPointFilePath(rawPath_))) {
@@ -75,6 +77,7 @@ bool LogRecorder::Append(const PointRecord& p) {
     PointValues values;
     values.wave = p.wave;
     values.columns = columns_;
+    values.counter = p.counter;
     if (arrays_.appendPoint(values) != ArrayStatus::Ok) return false;
     // The file first: a point the loop reports as taken must be in it.
     if (!temp_.writePoint(columns_, {}, p.wave)) {
@@ -88,7 +91,10 @@ bool LogRecorder::Append(const PointRecord& p) {
 
 void LogRecorder::Finish() {
     temp_.close();
-    log_.Time_Stop(clock_.now());
+    // The stop time, and the information texts again: the operator may have corrected them during the push.
+    // The log's position is the fix at its end.
+    log_.Fill_Info();
+    log_.GPS_Fill();
     log_.DataPoints(arrays_.points() - 1);
     applySignalMax(log_, scan_);
     if (arrays_.points() == 0) {

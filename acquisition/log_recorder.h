@@ -35,7 +35,7 @@ public:
 
     RawLogContext Context;
 
-    bool Begin(const ReferenceControl& reference, float firstDepth) override;
+    bool Begin(const ReferenceControl& reference, float firstDepth, int depthMode) override;
     bool Append(const PointRecord& point) override;
     void Finish() override;
 

@@ -84,7 +84,7 @@ bool PushControl::StartPush() {
         lastDepth_ = *Settings.startDepth < 0.0f ? -0.001f : *Settings.startDepth - 0.001f;
     depth_.Reset(Settings.startDepth.value_or(0.0f));
     depth_.Read();
-    if (!recorder_.Begin(ref_, depth_.Current())) return false;
+    if (!recorder_.Begin(ref_, depth_.Current(), depth_.Mode())) return false;
 
     display_.ShowText(Settings.stepText + " per" + (Settings.metric ? " m" : " ft"));
 
@@ -161,13 +161,19 @@ void PushControl::RunPush() {
             updateRate();
             step = 6;
             const float current = depth_.Current();
-            if (current > lastDepth_ || Settings.continuous || Settings.timed) {
+            const bool newDepth = current > lastDepth_;
+            // The timed variant only paces the passes; a point still needs a new depth (the depth source
+            // advances by time when it was handed the rate) or the continuous-depth flag.
+            if (newDepth || Settings.continuous) {
                 step = 7;
                 lastDepth_ = current;
+                // In stepped read-back mode the point takes the encoder's stored step along (AcquirePoint
+                // reads it back before the point is stored, so the file never holds a point without it).
                 if (AcquirePoint()) ++points_;
             }
             step = 8;
-            if (depth_.Mode() == 0) {
+            // The emulator steps once a tick while the loop passes many times: only a new depth is a step.
+            if (depth_.Mode() == 0 && newDepth) {
                 ++emulatedSteps_;
                 if (Settings.emulationAutoStop && Settings.emulationStopCount > 0 &&
                     emulatedSteps_ >= Settings.emulationStopCount) {
@@ -216,6 +222,7 @@ bool PushControl::AcquirePoint() {
             p.channelArea[k] = point_->Wave_AreaCH[k];
         // With the data board in the push its analogue input is the conductivity.
         p.conductivity = board_.InUse() ? p.aux[0] : depth_.Conductivity();
+        if (depth_.Mode() == 2) p.counter = depth_.StoredStep();
         p.wave = wave_.samples;
         p.deltaX = wave_.deltaX;
         p.delay = wave_.delay;

@@ -32,6 +32,7 @@ struct PointRecord {
     std::array<float, 4> channelArea{};
     float conductivity = 0.0f;
     std::array<float, 2> aux{}; // the data board's analogue values
+    float counter = 0.0f;       // the depth encoder's stored step, in stepped read-back mode
     Position position;
     std::span<const float> wave; // background subtracted, as processed
     float deltaX = 0.0f;
@@ -42,8 +43,9 @@ struct PointRecord {
 class PushRecorder {
 public:
     virtual ~PushRecorder() = default;
-    // A new log for the push. False refuses the start.
-    virtual bool Begin(const ReferenceControl& reference, float firstDepth) = 0;
+    // A new log for the push; depthMode as the depth source reports it (2: points carry their stored step).
+    // False refuses the start.
+    virtual bool Begin(const ReferenceControl& reference, float firstDepth, int depthMode) = 0;
     // Stores one point durably before the next is taken. False when it could not be stored.
     virtual bool Append(const PointRecord& point) = 0;
     // The files of the finished push; the point store kept for recovery is removed once they are written.

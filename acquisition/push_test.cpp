@@ -56,7 +56,7 @@ public:
     bool refuse = false;
     std::vector<PointRecord> points;
     std::vector<std::vector<float>> waves;
-    bool Begin(const ReferenceControl&, float) override {
+    bool Begin(const ReferenceControl&, float, int) override {
         ++begun;
         return !refuse;
     }
@@ -145,8 +145,9 @@ TEST(Push, StartSequenceProcessingAndEnd) {
               (std::vector<std::string>{"store CH2 REF1", "store CH2 REF2", "start"}));
     EXPECT_EQ(r.scope.calls.back(), "stop");
     ASSERT_EQ(r.recorder.points.size(), 2u);
-    // Half the RE after the background: %RE 50, and the stored wave has the background taken off.
-    EXPECT_NEAR(r.recorder.points[0].signal, 50.0f, 1e-3);
+    // Half the RE after the background: %RE 50 (the RE is kept to 0.01 mV, as the raw log keeps it), and
+    // the stored wave has the background taken off.
+    EXPECT_NEAR(r.recorder.points[0].signal, 50.0f, 0.01);
     EXPECT_NEAR(r.recorder.waves[0][40], 50.0f, 1e-4);
     EXPECT_NEAR(r.recorder.waves[0][10], 0.0f, 1e-6);
     EXPECT_EQ(r.recorder.points[1].conductivity, 12.5f);
@@ -205,10 +206,10 @@ TEST(Push, StopRequestsLatchAndAutomaticStops) {
     ASSERT_TRUE(a.push.StartPush());
     EXPECT_EQ(a.push.Points(), 3);
 
-    // Emulated depth: the stop count stops the emulator, the push runs on.
+    // Emulated depth: the stop count of steps (new depths, not passes) stops the emulator, the push runs on.
     Rig e;
     e.depth.mode = 0;
-    e.depth.script = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f};
+    e.depth.script = {0.1f, 0.1f, 0.2f, 0.2f, 0.3f, 0.4f, 0.5f};
     e.push.Settings.emulationAutoStop = true;
     e.push.Settings.emulationStopCount = 2;
     ASSERT_TRUE(e.push.StartPush());
@@ -218,26 +219,41 @@ TEST(Push, StopRequestsLatchAndAutomaticStops) {
 }
 
 TEST(Push, TimedVariantWaitsTheClampedInterval) {
-    Rig r;
-    r.push.Settings.timed = true;
-    r.push.Settings.intervalSetting = 1.0f;
-    r.depth.script = {0.0f, 0.0f, 0.0f};
-    std::vector<double> times;
-    r.push.PointTaken = [&](int, const PointRecord&) { times.push_back(r.clock.secondsSinceMidnight()); };
-    ASSERT_TRUE(r.push.StartPush());
-    EXPECT_DOUBLE_EQ(r.depth.ratePerMinute, 2.0 / 60.0);
-    ASSERT_EQ(times.size(), 3u);
-    EXPECT_GE(times[1] - times[0], 2.0);
-    EXPECT_LT(times[1] - times[0], 2.1);
-    // Points 0.5 s or more apart mark no rate; the first pass after a point beeps only once.
-    EXPECT_FALSE(r.recorder.points[2].rateExceeded);
+    // Timed passes take a point where the depth advanced or, at a standing depth, with the continuous flag.
+    const struct {
+        bool continuous;
+        std::vector<float> depths;
+        std::size_t points;
+    } cases[] = {
+        {true, {0.0f, 0.0f, 0.0f}, 3},
+        {false, {0.0f, 0.1f, 0.2f}, 3},
+        {false, {0.0f, 0.0f, 0.0f}, 1},
+    };
+    for (const auto& c : cases) {
+        Rig r;
+        r.push.Settings.timed = true;
+        r.push.Settings.continuous = c.continuous;
+        r.push.Settings.intervalSetting = 1.0f;
+        r.depth.script = c.depths;
+        std::vector<double> times;
+        r.push.PointTaken = [&](int, const PointRecord&) { times.push_back(r.clock.secondsSinceMidnight()); };
+        ASSERT_TRUE(r.push.StartPush());
+        EXPECT_DOUBLE_EQ(r.depth.ratePerMinute, 2.0 / 60.0);
+        ASSERT_EQ(times.size(), c.points) << c.continuous;
+        for (std::size_t k = 1; k < times.size(); ++k) {
+            EXPECT_GE(times[k] - times[k - 1], 2.0);
+            EXPECT_LT(times[k] - times[k - 1], 2.1);
+        }
+        // Points 0.5 s or more apart mark no rate.
+        EXPECT_FALSE(r.recorder.points.back().rateExceeded);
+    }
 }
 
 TEST(Push, StopWhileWaitingForTheIntervalTakesNoMorePoints) {
     Rig r;
     r.push.Settings.timed = true;
     r.push.Settings.intervalSetting = 10.0f;
-    r.depth.script = {0.0f, 0.0f, 0.0f};
+    r.depth.script = {0.0f, 0.1f, 0.2f};
     // The stop button is pressed while the loop waits after the first point.
     struct StoppingHost : RecordingHost {
         using RecordingHost::RecordingHost;

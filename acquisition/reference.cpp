@@ -1,6 +1,7 @@
 #include "acquisition/reference.h"
 
 #include "common/number_text.h"
+#include "log/data_lists.h"
 
 #include <cmath>
 #include <exception>
@@ -134,11 +135,20 @@ bool ReferenceControl::processRE(const Waveform& raw, cZEL_Waveform& w) {
     prepare(w);
     w.DeltaX = raw.deltaX;
     w.RE_Delay = raw.delay;
-    if (!Background.empty()) w.SetBackground(Background.samples);
+    // The reference as the raw log keeps it (0.01 mV): the points of the push and of its log loaded later
+    // are then processed against the same RE.
+    std::vector<float> background = Background.samples;
+    keepAsListValues(background, list_decimals::Wave);
+    if (!Background.empty()) w.SetBackground(background);
     std::vector<float> samples = raw.samples;
+    keepAsListValues(samples, list_decimals::Wave);
     if (!w.Process_Wave(samples)) return false;
     w.Process_Cutoffs(samples, false);
-    return w.Process_RE(samples, true, false);
+    if (!w.Process_RE(samples, true, false)) return false;
+    // The background measured in the RE's channels: the log keeps its areas beside the RE's.
+    if (Background.empty()) return true;
+    std::vector<float> blank = Background.samples;
+    return w.Process_Blank(blank);
 }
 
 void ReferenceControl::acceptRE(std::unique_ptr<cZEL_Waveform> candidate, const Waveform& raw,

@@ -198,6 +198,10 @@ TEST(AcquireReference, BackgroundIsSubtractedFromTheRE) {
     r.scope.waves["CH2"] = raised;
     ASSERT_TRUE(r.control.AcquireReference(kRE));
     const float withBackground = r.control.RE().RE_Area;
+    // The background measured in the RE's channels (the last one as long as the one before): 2 mV flat
+    // over 2 x boundary 3 - boundary 2 + 1 samples of 5 ns.
+    const auto& cut = r.control.RE().Cutoff;
+    EXPECT_FLOAT_EQ(r.control.RE().Blank_Area, 2.0f * static_cast<float>(2 * cut[2] - cut[1] + 1) * 5.0f);
 
     Rig plain;
     plain.scope.waves["CH2"] = reWave(5e-9f);

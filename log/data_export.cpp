@@ -1,6 +1,7 @@
 #include "log/data_export.h"
 
 #include "common/number_text.h"
+#include "log/data_lists.h"
 #include "log/path_text.h"
 
 #include <filesystem>
@@ -18,6 +19,13 @@ std::string field(const PointMatrix& m, int column, int point, const char* forma
     return v ? formatNumber(*v, format) : std::string();
 }
 
+// A value the raw log keeps as a list, as the list keeps it: the export written at the end of a push and
+// the one written from its raw log later are then the same, whatever digits the instruments gave.
+std::string listField(const PointMatrix& m, int column, int point, int decimals, const char* format) {
+    const auto v = m.at(column, point);
+    return v ? formatNumber(listValue(*v, decimals), format) : std::string();
+}
+
 } // namespace
 
 std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool conductivityLogged,
@@ -30,38 +38,66 @@ std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool c
     out += "\r\n";
     const PointMatrix& c = arrays.columns;
     for (int p = 0; p < c.points(); ++p) {
-        const float depth = c(point_column::Depth, p);
+        const float depth = listValue(c(point_column::Depth, p), list_decimals::Depth);
         out += formatNumber(depth, kDepthFormat);
         out += '\t' + field(c, columns.signal, p, kValueFormat);
         for (int ch : columns.channels)
             out += '\t' + field(c, ch, p, kValueFormat);
-        out += '\t' + field(c, point_column::Rate, p, kValueFormat);
+        out += '\t' + listField(c, point_column::Rate, p, list_decimals::Rate, kValueFormat);
         if (conductivityLogged)
             out += '\t' + formatNumber(depth - log.CondOffset(), kDepthFormat) + '\t' +
-                   field(c, columns.conductivity, p, kValueFormat);
+                   listField(c, columns.conductivity, p, list_decimals::Conductivity, kValueFormat);
         else
             out += "\t\t";
         if (hammer)
             out += '\t' + formatNumber(depth - log.Blow_Offset(), kDepthFormat) + '\t' +
-                   field(arrays.hammer, hammer_column::BlowCount, p, kValueFormat);
+                   listField(arrays.hammer, hammer_column::BlowCount, p, list_decimals::BlowCounts,
+                             kValueFormat);
         else
             out += "\t\t";
         out += '\t';
         if (presFlow) {
             const PointMatrix& h = arrays.presFlow;
-            out += '\t' + field(h, presflow_column::Depth, p, kDepthFormat);
-            out += '\t' + field(h, presflow_column::Time, p, kDepthFormat);
-            for (int col : {presflow_column::PressureUp, presflow_column::PressureDown,
-                            presflow_column::FlowUp, presflow_column::KEstimate})
-                out += '\t' + field(h, col, p, kValueFormat);
+            out += '\t' + listField(h, presflow_column::Depth, p, list_decimals::Depth, kDepthFormat);
+            out += '\t' + listField(h, presflow_column::Time, p, list_decimals::PresFlow, kDepthFormat);
+            for (int col :
+                 {presflow_column::PressureUp, presflow_column::PressureDown, presflow_column::FlowUp})
+                out += '\t' + listField(h, col, p, list_decimals::PresFlow, kValueFormat);
+            out += '\t' + field(h, presflow_column::KEstimate, p, kValueFormat);
         }
         out += "\r\n";
     }
     return out;
 }
 
+std::string colourExportText(const cZEL_Data& log, const LogArrays& arrays, bool conductivityLogged) {
+    const bool hammer = log.Blow_Max() != 0.0f && arrays.hammer.points() > 0;
+    std::string out = "Depth\tRate\tRGB\tM_Hue\tM_Val\tM_Chr\tCnd_Depth\tCnd_Val\tHmr_Depth\tHmr_Rate\r\n";
+    const PointMatrix& c = arrays.columns;
+    for (int p = 0; p < c.points(); ++p) {
+        const float depth = listValue(c(point_column::Depth, p), list_decimals::Depth);
+        out += formatNumber(depth, kDepthFormat);
+        out += '\t' + listField(c, point_column::Rate, p, list_decimals::Rate, kValueFormat);
+        out += "\t\t\t\t"; // RGB and the Munsell hue, value and chroma
+        if (conductivityLogged)
+            out += '\t' + formatNumber(depth - log.CondOffset(), kDepthFormat) + '\t' +
+                   listField(c, point_column::Conductivity, p, list_decimals::Conductivity, kValueFormat);
+        else
+            out += "\t\t";
+        if (hammer)
+            out += '\t' + formatNumber(depth - log.Blow_Offset(), kDepthFormat) + '\t' +
+                   listField(arrays.hammer, hammer_column::BlowCount, p, list_decimals::BlowCounts,
+                             kValueFormat);
+        else
+            out += "\t\t";
+        out += "\r\n";
+    }
+    return out;
+}
+
 std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::string& targetFolder) {
-    const std::string ext = std::string(familyTag(false, family == LogFamily::O2)) + ".dat.txt";
+    const std::string ext =
+        std::string(familyTag(family == LogFamily::Colour, family == LogFamily::O2)) + ".dat.txt";
     if (!targetFolder.empty()) {
         std::string folder = targetFolder;
         if (folder.back() != '/' && folder.back() != '\\') folder += '/';
@@ -73,12 +109,6 @@ std::string dataExportPath(const cZEL_Data& log, LogFamily family, const std::st
 std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays& arrays,
                                           const RawLogContext& ctx, const std::string& targetFolder,
                                           Host& host, bool withPointValues) {
-    if (ctx.family == LogFamily::Colour) {
-        host.message(
-            "Error in Export_Data: the colour export (.clr.dat.txt) is not available in this version.",
-            MsgButtons::Ok, MsgIcon::Critical);
-        return std::nullopt;
-    }
     const std::string path = dataExportPath(log, ctx.family, targetFolder);
     if (path == log.File_FullPath()) {
         // A path that is not a raw log name would otherwise be overwritten by its own export.
@@ -92,7 +122,9 @@ std::optional<std::string> ExportDataText(const cZEL_Data& log, const LogArrays&
         columns.signal = -1;
         columns.channels.fill(-1);
     }
-    const std::string text = dataExportText(log, arrays, ctx.conductivity, columns);
+    const std::string text = ctx.family == LogFamily::Colour
+                                 ? colourExportText(log, arrays, ctx.conductivity)
+                                 : dataExportText(log, arrays, ctx.conductivity, columns);
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
     out.close();

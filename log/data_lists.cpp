@@ -25,6 +25,34 @@ bool parseElement(std::string_view e, float& out) {
         out = 0.0f;
         return true;
     }
+    // The lists hold fixed-point numbers of a few digits ("12.345"): those are taken exactly without the
+    // general conversion. An integer below 2^53 divided by an exact power of ten is the correctly rounded
+    // double, the same value the general conversion gives, and a whole log has some 100,000 of them.
+    {
+        std::size_t i = (e.front() == '+' || e.front() == '-') ? 1 : 0;
+        std::uint64_t mantissa = 0;
+        int digits = 0, decimals = 0;
+        bool point = false;
+        for (; i < e.size() && digits <= 15; ++i) {
+            const char c = e[i];
+            if (isDigit(c)) {
+                mantissa = mantissa * 10 + static_cast<std::uint64_t>(c - '0');
+                ++digits;
+                decimals += point ? 1 : 0;
+            } else if (c == '.' && !point) {
+                point = true;
+            } else {
+                break;
+            }
+        }
+        if (i == e.size() && digits > 0 && digits <= 15) {
+            static constexpr double kTens[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+            const double d = static_cast<double>(mantissa) / kTens[decimals];
+            out = static_cast<float>(e.front() == '-' ? -d : d);
+            return true;
+        }
+    }
     char buf[64];
     std::size_t n = 0, i = 0;
     if (e.size() >= sizeof buf) return false;
@@ -168,6 +196,16 @@ std::string formatListElement(float value, int decimals) {
     std::string e = formatNumber(value, pattern);
     std::replace(e.begin(), e.end(), ',', '.');
     return e;
+}
+
+float listValue(float value, int decimals) {
+    float kept = 0.0f;
+    return parseElement(formatListElement(value, decimals), kept) ? kept : value;
+}
+
+void keepAsListValues(std::span<float> values, int decimals) {
+    for (float& v : values)
+        v = listValue(v, decimals);
 }
 
 std::string formatDataList(std::span<const float> values, int decimals) {

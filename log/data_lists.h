@@ -18,6 +18,24 @@ std::string formatDataList(std::span<const float> values, int decimals);
 // One element as formatDataList writes it.
 std::string formatListElement(float value, int decimals);
 
+// Decimals of the DATA lists, fixed by the files in the field.
+namespace list_decimals {
+inline constexpr int Wave = 2; // RE, BLANK, BASELINE and the colour spectra
+inline constexpr int Depth = 3;
+inline constexpr int Rate = 2;
+inline constexpr int Conductivity = 2;
+inline constexpr int BlowCounts = 2;
+inline constexpr int Counter = 0;
+inline constexpr int O2 = 2;
+inline constexpr int PresFlow = 3; // TIME, PRES_UP, PRES_DOWN, FLOW_UP
+} // namespace list_decimals
+
+// The value a list of that many decimals gives back when it is read: what the raw log keeps of value.
+float listValue(float value, int decimals);
+// Every value as the list keeps it. The RE and background are kept so from the moment they are taken,
+// so that the points of a push and those of its log loaded later are processed against the same reference.
+void keepAsListValues(std::span<float> values, int decimals);
+
 struct ListParse {
     bool ok = true;
     std::size_t badElement = 0; // 0-based index of the first element that is not a number

@@ -6,7 +6,10 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace zel {
 namespace {
@@ -46,6 +49,19 @@ TEST(DataLists, FastElementTextAgreesWithTheGeneralPattern) {
             for (float v : {base, std::nextafter(base, 1e30f), std::nextafter(base, -1e30f)})
                 for (int d = 0; d <= 3; ++d)
                     ASSERT_EQ(formatListElement(v, d), formatNumber(v, pattern(d))) << v << " " << d;
+}
+
+// Fixed-point elements are converted without the general conversion; the value must be the one it gives.
+TEST(DataLists, FastElementReadingAgreesWithTheGeneralConversion) {
+    std::mt19937_64 rng(777);
+    std::vector<float> out;
+    for (int i = 0; i < 200000; ++i) {
+        std::string text = std::to_string(rng() >> (14 + rng() % 50)); // 1 to 15 digits
+        text.insert(rng() % (text.size() + 1), ".");
+        text.insert(0, rng() % 2 ? "-" : "+");
+        ASSERT_TRUE(parseDataList(text, 1, out).ok) << text;
+        ASSERT_EQ(out[0], static_cast<float>(std::strtod(text.c_str(), nullptr))) << text;
+    }
 }
 
 TEST(DataLists, ListTextAndItsReading) {

@@ -1,6 +1,5 @@
 #include "log/load_file.h"
 
-#include "analysis/k_estimate.h"
 #include "log/data_export.h"
 #include "log/path_text.h"
 #include "log/plot_companion.h"
@@ -13,8 +12,9 @@ namespace zel {
 
 namespace {
 
+// The interface redraws in these pauses between the reader steps. A quiet batch load has nothing to redraw
+// and skips them: a folder of logs must not take a quarter second a file for nothing.
 constexpr int kReaderPauseMs = 50;
-constexpr int kPausedReaderSteps = 5; // INFO, GPS, DATA_INFO, the preparation, DATA
 
 // The program-wide quiet flag holds the request's value while the load runs.
 class QuietScope {
@@ -67,19 +67,15 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
         options.quiet = session.quiet;
         options.family = session.family;
         options.baselineFeature = session.baselineFeature;
+        options.processing = session.processing;
+        options.stepPauseMs = session.quiet ? 0 : kReaderPauseMs;
         const RawLogLoadResult raw = LoadRawLog(path, target.log, target.arrays, target.ctx, host, options);
-        // The raw-log reader runs INFO, GPS, DATA_INFO, the preparation and DATA in one pass; the interface
-        // gets its breathing pauses behind it. A quiet batch load has no interface to redraw and skips them.
-        if (!session.quiet)
-            for (int i = 0; i < kPausedReaderSteps; ++i)
-                host.sleepMs(kReaderPauseMs);
         if (!raw.ok) {
             result.outcome = LoadOutcome::Failed;
             return result;
         }
         result.repaired = raw.repaired;
-        if (target.log.PresFlow() && target.arrays.presFlow.points() > 0)
-            estimateK(target.log, target.arrays.presFlow);
+        result.pointValues = raw.pointValues;
         step = 8;
         if (!session.quiet) {
             const std::string plt = target.log.File_FullPath_Plt();
@@ -89,8 +85,8 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
                 result.calloutSchemes = nextCalloutScheme(plt) - 1;
             }
         } else if (!request.exportTarget.empty()) {
-            const auto written =
-                ExportDataText(target.log, target.arrays, target.ctx, request.exportTarget, host, false);
+            const auto written = ExportDataText(target.log, target.arrays, target.ctx, request.exportTarget,
+                                                host, raw.pointValues);
             if (!written) {
                 result.outcome = LoadOutcome::Failed;
                 return result;
@@ -159,7 +155,8 @@ LoadResult Load_Color_File(const LoadRequest& request, LoadSession& session, Loa
         dialog.filterIndex = session.filterIndex;
         dialog.initialDir = session.initialDir;
         const auto chosen = host.openFileDialog(dialog);
-        if (!chosen || chosen->path.empty()) return LoadResult{LoadOutcome::Cancelled, {}, false, 0, {}};
+        if (!chosen || chosen->path.empty())
+            return LoadResult{LoadOutcome::Cancelled, {}, false, false, 0, {}};
         session.filterIndex = chosen->filterIndex;
         session.initialDir = std::filesystem::path(chosen->path).parent_path().string();
         return loadChecked(asked, chosen->path, session, target, host);

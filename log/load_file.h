@@ -4,6 +4,7 @@
 #include "common/host.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
+#include "log/point_processing.h"
 #include "log/raw_log_format.h"
 #include "settings/form.h"
 #include "settings/plot_settings.h"
@@ -20,6 +21,8 @@ struct LoadSession {
     int filterIndex = 1;
     bool baselineFeature = false;
     bool quiet = false;
+    // The waveform processing settings the loaded points' %RE and channel values are recomputed with.
+    PointProcessingSetup processing;
 };
 
 // The plot whose settings the companion holds; both null for callers without a display.
@@ -47,8 +50,9 @@ struct LoadResult {
     LoadOutcome outcome = LoadOutcome::Failed;
     std::string path;
     bool repaired = false;
-    int calloutSchemes = 0; // schemes in the companion (interactive loads)
-    std::string exportPath; // the data export written (quiet loads with a target)
+    bool pointValues = false; // %RE and channel values recomputed (the log has an RE and waveforms)
+    int calloutSchemes = 0;   // schemes in the companion (interactive loads)
+    std::string exportPath;   // the data export written (quiet loads with a target)
 };
 
 // The log being viewed: its description, its arrays and the raw log's context.
@@ -61,8 +65,8 @@ struct LoadedLog {
 inline constexpr std::string_view kFvdNotAvailable =
     "FVD files cannot be converted by this version of the program; the file was not loaded:\r\n";
 
-// Load_File: every refusal and message of the Open path; the interactive path pauses 50 ms between the
-// reader steps (the display redraws in them), quiet batch loads do not.
+// Load_File: every refusal and message of the Open path; the interactive path pauses 50 ms after each of
+// the first five reader steps (the display redraws in them), quiet batch loads do not.
 LoadResult Load_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host);
 // The same for colour logs (".clr.raw.bin"), which only the colour mode loads.
 LoadResult Load_Color_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host);

@@ -32,8 +32,9 @@ ArrayStatus LogArrays::beginPush(int samplesPerWave, int dataColumns, bool withP
     return status;
 }
 
-ArrayStatus LogArrays::resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow) {
-    ArrayStatus status = waves.resize(samplesPerWave, points);
+ArrayStatus LogArrays::resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow,
+                              bool zeroWaves) {
+    ArrayStatus status = waves.resize(samplesPerWave, points, zeroWaves);
     if (status == ArrayStatus::Ok) status = columns.resize(dataColumns, points);
     if (status == ArrayStatus::Ok) status = hammer.resize(kHammerColumns, points);
     if (status == ArrayStatus::Ok) status = counter.resize(kCounterColumns, points);

@@ -13,12 +13,13 @@
 
 namespace zel {
 
-// Columns of the per-point table named by the raw log's lists. Which column holds the %RE signal is not
-// fixed here: it depends on the acquisition's column layout, so the signal maximum takes it as a parameter.
+// Columns of the per-point table: those named by the raw log's lists, and those the push fills from each
+// waveform (%RE, S, F, channel areas), which the raw log does not keep and loading recomputes from the
+// stored waveforms into the same columns.
 namespace point_column {
 inline constexpr int Depth = 0;
 inline constexpr int O2 = 1;     // O2 mode
-inline constexpr int Signal = 2; // %RE, written by the push (not one of the raw log's lists)
+inline constexpr int Signal = 2; // %RE (not one of the raw log's lists)
 inline constexpr int Rate = 3;
 inline constexpr int Conductivity = 4; // column 7 in the Birch mode
 inline constexpr int Scatter = 5;      // S of the point
@@ -70,8 +71,10 @@ struct LogArrays {
 
     // Empties every point array and reserves room for a full push. On any refusal nothing is left reserved.
     ArrayStatus beginPush(int samplesPerWave, int dataColumns, bool withPresFlow);
-    // Sizes every point array for a loaded log of points points, all values 0.
-    ArrayStatus resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow);
+    // Sizes every point array for a loaded log of points points, all values 0 (the waveforms unset with
+    // zeroWaves false, for a reader that fills them all from the file).
+    ArrayStatus resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow,
+                       bool zeroWaves = true);
     // Appends one point to every array, all or nothing.
     ArrayStatus appendPoint(const PointValues& point);
     // Cuts every point array to points points, keeping their contents.

@@ -30,10 +30,16 @@ ArrayStatus PointMatrix::checkSize(int width, int points) const {
     return ArrayStatus::Ok;
 }
 
-ArrayStatus PointMatrix::resize(int width, int points) {
+ArrayStatus PointMatrix::resize(int width, int points, bool zeroed) {
     if (ArrayStatus s = checkSize(width, points); s != ArrayStatus::Ok) return s;
     try {
-        values_.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(points), 0.0f);
+        const std::size_t n = static_cast<std::size_t>(width) * static_cast<std::size_t>(points);
+        if (zeroed) {
+            values_.assign(n, 0.0f);
+        } else {
+            values_.clear();
+            values_.resize(n);
+        }
     } catch (const std::bad_alloc&) {
         clear();
         return ArrayStatus::OutOfMemory;
@@ -88,7 +94,7 @@ ArrayStatus PointMatrix::truncate(int points) {
 }
 
 void PointMatrix::clear() {
-    std::vector<float>().swap(values_);
+    decltype(values_)().swap(values_);
     width_ = 0;
     points_ = 0;
 }

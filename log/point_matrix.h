@@ -10,9 +10,11 @@
 #include "log/log_limits.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zel {
@@ -32,13 +34,26 @@ enum class ArrayStatus {
 // A short English description, for the messages of the routines that size the arrays.
 std::string_view describe(ArrayStatus status);
 
+// Leaves a float it makes without a value unset instead of zeroing it: a 20 MB block that is read from
+// the file whole need not be cleared first.
+template <class T> struct UninitialisedAllocator : std::allocator<T> {
+    template <class U> struct rebind { using other = UninitialisedAllocator<U>; };
+    UninitialisedAllocator() = default;
+    template <class U> UninitialisedAllocator(const UninitialisedAllocator<U>&) noexcept {}
+    template <class U> void construct(U* p) noexcept { ::new (static_cast<void*>(p)) U; }
+    template <class U, class... Args> void construct(U* p, Args&&... args) {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
 class PointMatrix {
 public:
     // maxWidth: the most values one point may have (samples of a waveform, columns of a table).
     explicit PointMatrix(int maxWidth);
 
     // For loading: width values for each of points points, all 0. Any earlier content is dropped.
-    ArrayStatus resize(int width, int points);
+    // zeroed false leaves the values unset, for a caller that fills every one of them before use.
+    ArrayStatus resize(int width, int points, bool zeroed = true);
     // For a push: no points yet, room for kMaxPoints rows of width values.
     ArrayStatus beginPush(int width);
     // Appends one point's row. Reserves the push's room first if beginPush was not called, so a matrix is
@@ -81,7 +96,7 @@ private:
     int maxWidth_;
     int width_ = 0;
     int points_ = 0;
-    std::vector<float> values_;
+    std::vector<float, UninitialisedAllocator<float>> values_;
 };
 
 } // namespace zel

@@ -1,5 +1,6 @@
 #include "log/raw_log_reader.h"
 
+#include "analysis/k_estimate.h"
 #include "common/number_text.h"
 #include "log/binary_block.h"
 #include "log/data_lists.h"
@@ -16,8 +17,9 @@ namespace {
 
 using namespace raw_log;
 
-// Per-point columns a loaded log always has room for: the lists name columns up to 7 (Birch conductivity).
-constexpr int kMinDataColumns = 8;
+// Per-point columns a loaded log always has room for: the lists name columns up to 7 (Birch conductivity)
+// and the recomputed point values go where the push keeps them.
+constexpr int kMinDataColumns = point_column::PushCount;
 // HD-board logs: per-point columns 0..3 as in every log (depth, O2, -, rate), then the board's 12 data
 // columns in the board's own column order, 4 + c for column c.
 constexpr int kHdFirstBoardColumn = 4;
@@ -227,11 +229,26 @@ bool hasPresFlowLists(const RawLogText& t) {
     return false;
 }
 
-// Normal mode: the waveform matrix of exactly Data_Points + 1 points from offset L.
-bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arrays, Host& host) {
+// Normal mode: the waveform matrix of exactly Data_Points + 1 points from offset L. With processing, each
+// run of points is processed as soon as it is read, while its samples are still in the cache: a whole log
+// is 20 MB, and going through it a second time would cost as much as reading it.
+bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arrays, Host& host,
+                   LogPointProcessing* processing, bool& processed) {
+    constexpr std::size_t kFloatsPerRun = std::size_t{1} << 16; // 256 KB
     BinaryFile f(path, "rb");
-    if (!f.isOpen() || !f.seek(offset) || !readFloatsLe(f, arrays.waves.values()))
-        return report(host, "the data block of " + path + " is cut short.");
+    if (!f.isOpen() || !f.seek(offset)) return report(host, "the data block of " + path + " is cut short.");
+    const int points = arrays.waves.points();
+    const auto width = static_cast<std::size_t>(arrays.waves.width());
+    const int run =
+        static_cast<int>(std::max<std::size_t>(1, kFloatsPerRun / std::max<std::size_t>(width, 1)));
+    processed = processing != nullptr;
+    for (int p = 0; p < points; p += run) {
+        const int n = std::min(run, points - p);
+        const auto values = arrays.waves.values().subspan(static_cast<std::size_t>(p) * width,
+                                                          static_cast<std::size_t>(n) * width);
+        if (!readFloatsLe(f, values)) return report(host, "the data block of " + path + " is cut short.");
+        if (processed) processed = processing->points(arrays, p, p + n);
+    }
     return true;
 }
 
@@ -436,10 +453,15 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     log.File_FullPath(path);
     log.File_Title(std::filesystem::path(path).filename().string());
 
+    const auto pause = [&] {
+        if (options.stepPauseMs > 0) host.sleepMs(options.stepPauseMs);
+    };
     ReadInfo(text, log, ctx);
-    ReadStats(text, log, ctx);
+    pause();
     ReadGps(text, log);
+    pause();
     ReadDataInfo(text, log, ctx);
+    pause();
 
     const auto dataPoints = size(text, "Data_Points");
     const auto wavePoints = size(text, "Wave_Points");
@@ -460,6 +482,10 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     log.DataPoints(static_cast<int>(*dataPoints));
     log.WavePoints(static_cast<int>(*wavePoints));
     log.DataSets(static_cast<int>(*dataCols));
+
+    LogPointProcessing processing(host, options.processing);
+    processing.prepare(log, ctx);
+    pause();
 
     ListReader lists{text, host};
     const bool withPresFlow = log.PresFlow() || hasPresFlowLists(text);
@@ -503,16 +529,24 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
             result.repaired = true;
         }
         const int columns = std::clamp(static_cast<int>(*dataCols), kMinDataColumns, kMaxDataColumns);
-        if (const ArrayStatus s =
-                arrays.resize(static_cast<int>(samples), columns, static_cast<int>(points), withPresFlow);
+        // Every sample comes from the block, whose size was checked against the file above; a read that
+        // fails anyway clears the arrays below, so no unset sample is ever seen.
+        if (const ArrayStatus s = arrays.resize(static_cast<int>(samples), columns, static_cast<int>(points),
+                                                withPresFlow, false);
             s != ArrayStatus::Ok) {
             report(host, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
         } else {
-            ok = readWaveBlock(path, loc->state.textLength, arrays, host) &&
-                 readBaseline(lists, arrays, ctx, options) &&
+            // The lists first: the RE and background are the reference the points are processed against
+            // while the block is read. An HD board's four values a point and a colour spectrum are not
+            // fluorescence waveforms, and without an RE there is nothing to process against.
+            ok = readBaseline(lists, arrays, ctx, options) &&
                  (ctx.family == LogFamily::Colour ? readSpectra(lists, ctx)
                                                   : readWaveLists(lists, log, arrays, result)) &&
                  readPointLists(lists, log, arrays, ctx, static_cast<int>(points));
+            const bool process =
+                ok && ctx.family != LogFamily::Colour && !result.reMissing && processing.reference(arrays);
+            ok = ok && readWaveBlock(path, loc->state.textLength, arrays, host,
+                                     process ? &processing : nullptr, result.pointValues);
         }
     }
     if (!ok) {
@@ -521,6 +555,14 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         arrays.baseline = std::move(baseline);
         return result;
     }
+    if (arrays.presFlow.width() > 0) {
+        // The pressure/flow rows carry no depth of their own in the file: it is the point's depth.
+        for (int p = 0; p < arrays.presFlow.points(); ++p)
+            arrays.presFlow(presflow_column::Depth, p) = arrays.columns(point_column::Depth, p);
+        estimateK(log, arrays.presFlow);
+    }
+    pause();
+    ReadStats(text, log, ctx);
     result.ok = true;
     result.text = std::move(loc->text);
     return result;

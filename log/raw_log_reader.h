@@ -10,6 +10,7 @@
 #include "common/host.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
+#include "log/point_processing.h"
 #include "log/raw_log_format.h"
 #include "log/raw_log_text.h"
 
@@ -36,6 +37,11 @@ struct RawLogLoadOptions {
     std::optional<LogFamily> family;
     // The program's baseline feature; only then is a stored baseline offered.
     bool baselineFeature = false;
+    // How the program processes waveforms; the points' %RE and channel values are recomputed with it.
+    PointProcessingSetup processing;
+    // The pause after each of the first five steps (INFO, GPS, DATA_INFO, the preparation, DATA), in which
+    // an interactive program redraws; 0 for batch and internal loads.
+    int stepPauseMs = 0;
 };
 
 struct RawLogLoadResult {
@@ -43,12 +49,18 @@ struct RawLogLoadResult {
     bool repaired = false; // the trailer did not match the text part and was rewritten
     bool hdBoard = false;
     bool reMissing = false;
+    // The points' %RE, S, F and channel areas were recomputed from the waveforms (not for a log without
+    // an RE, an HD-board log or a colour log).
+    bool pointValues = false;
     std::uint64_t textLength = 0;        // L as found by the block search
     std::optional<std::int32_t> trailer; // L as the trailer stated it (normal mode)
     std::string text;                    // the text part as read
 };
 
-// Loads path into the log, its arrays and the context. On failure the arrays are left empty.
+// Loads path into the log, its arrays and the context: INFO, GPS, DATA_INFO, the preparation of the
+// waveform processing, DATA with the binary block, then STATS. The DATA reader recomputes the per-point
+// values from the waveforms and, for a log with pressure/flow, the hydraulic-profiling K estimate. On
+// failure the arrays are left empty.
 RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& arrays, RawLogContext& ctx,
                             Host& host, const RawLogLoadOptions& options = {});
 

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace zel {
 namespace {
 
@@ -42,6 +44,14 @@ const std::string kText = "[INFO]\r\n"
                           "O2=9,9\r\n"
                           "DATA=Binary Appended\r\n";
 const std::string kBlock = kOne + kTwo + kThree + kMinusOne;
+
+RawLogLoadOptions options(bool quiet, std::optional<LogFamily> family, bool baselineFeature) {
+    RawLogLoadOptions o;
+    o.quiet = quiet;
+    o.family = family;
+    o.baselineFeature = baselineFeature;
+    return o;
+}
 
 std::string withTrailer(const std::string& text, const std::string& block) {
     return text + block + le32(static_cast<std::uint32_t>(text.size()));
@@ -85,9 +95,7 @@ TEST_F(RawLogReaderTest, SectionsAreReadByKeyName) {
     EXPECT_EQ(std::vector<float>(arrays.waves.values().begin(), arrays.waves.values().end()),
               (std::vector<float>{1.0f, 2.0f, 3.0f, -1.0f}));
 
-    ASSERT_TRUE(
-        load(withTrailer(kText, kBlock), {.quiet = false, .family = LogFamily::O2, .baselineFeature = false})
-            .ok);
+    ASSERT_TRUE(load(withTrailer(kText, kBlock), options(false, LogFamily::O2, false)).ok);
     EXPECT_EQ(arrays.columns(point_column::O2, 0), 9.0f);
 }
 
@@ -131,7 +139,7 @@ TEST_F(RawLogReaderTest, EditedTextPartIsRepairedOnceThenLoadsQuietly) {
     EXPECT_TRUE(host.messages().empty());
 
     // A quiet load mends the trailer without a word.
-    r = load(bytes, {.quiet = true, .family = {}, .baselineFeature = false});
+    r = load(bytes, options(true, std::nullopt, false));
     EXPECT_TRUE(r.ok && r.repaired);
     EXPECT_TRUE(host.messages().empty());
 }
@@ -156,10 +164,29 @@ TEST_F(RawLogReaderTest, MissingReIsZerosAndOneMessage) {
     const auto r = load(withTrailer(text, kBlock));
     ASSERT_TRUE(r.ok);
     EXPECT_TRUE(r.reMissing);
+    EXPECT_FALSE(r.pointValues); // the export leaves %RE and the channels empty rather than showing zeros
     EXPECT_EQ(arrays.re.samples, (std::vector<float>{0.0f, 0.0f}));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
-    load(withTrailer(text, kBlock), {.quiet = true, .family = {}, .baselineFeature = false});
+    load(withTrailer(text, kBlock), options(true, std::nullopt, false));
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kMissingReMessage)});
+}
+
+// The DATA reader itself runs the estimate, so every reader of a raw log has it, with each row at its
+// point's depth (the file keeps no depth of its own for the pressure/flow rows).
+TEST_F(RawLogReaderTest, TheDataReaderEstimatesKAtEachPointsDepth) {
+    std::string text = kText;
+    text.replace(text.find("units=M"), 7, "units=Ft");
+    text.replace(text.find("DEPTH=0.5,1.5"), 13, "DEPTH=0,20");
+    text.insert(text.find("[GPS]"), "HPT1ft=10\r\nDisWT0=10\r\nDisInclude0=True\r\n");
+    text.insert(text.find("DATA=Binary"), "TIME=0,1\r\nPRES_UP=0,0\r\nPRES_DOWN=12,12\r\nFLOW_UP=3,30\r\n");
+    ASSERT_TRUE(load(withTrailer(text, kBlock)).ok);
+    ASSERT_EQ(arrays.presFlow.points(), 2);
+    EXPECT_EQ(arrays.presFlow(presflow_column::Depth, 1), 20.0f);
+    const float k0 = static_cast<float>(20.0 * std::log(3.0 / (12.0f - (10.0f - 0.433f))) + 7.0);
+    EXPECT_NEAR(arrays.presFlow(presflow_column::KEstimate, 0), k0, 1e-4);
+    // 10 ft below the water table the head (4.33 PSI) exceeds the pressure left: no estimate, the previous
+    // point's stands.
+    EXPECT_EQ(arrays.presFlow(presflow_column::KEstimate, 1), arrays.presFlow(presflow_column::KEstimate, 0));
 }
 
 TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
@@ -168,11 +195,11 @@ TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
     const std::string bytes = withTrailer(text, kBlock);
     arrays.baseline = {9.0f};
     host.answerMessage(MsgResult::No);
-    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    ASSERT_TRUE(load(bytes, options(false, std::nullopt, true)).ok);
     EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(raw_log::kBaselineQuestion)});
     EXPECT_EQ(arrays.baseline, std::vector<float>{9.0f});
     host.answerMessage(MsgResult::Yes);
-    ASSERT_TRUE(load(bytes, {.quiet = false, .family = {}, .baselineFeature = true}).ok);
+    ASSERT_TRUE(load(bytes, options(false, std::nullopt, true)).ok);
     EXPECT_EQ(arrays.baseline, (std::vector<float>{0.5f, 0.25f}));
     arrays.baseline = {9.0f};
     ASSERT_TRUE(load(bytes).ok);
@@ -267,8 +294,7 @@ TEST_F(RawLogReaderTest, SavedLogReadsBackToTheSameFile) {
         // A log of n points is its text, n waveforms of three samples and the trailer.
         EXPECT_EQ(std::filesystem::file_size(first.path), first.textLength + 4u * 3u * points + 4u);
 
-        const auto r = LoadRawLog(first.path, log, arrays, ctx, host,
-                                  {.quiet = true, .family = {}, .baselineFeature = true});
+        const auto r = LoadRawLog(first.path, log, arrays, ctx, host, options(true, std::nullopt, true));
         ASSERT_TRUE(r.ok);
         if (family != LogFamily::Colour) {
             EXPECT_EQ(ctx.reAreaCh, c.reAreaCh);

@@ -197,38 +197,47 @@ void writeData(ini::IniDocument& doc, const cZEL_Data& log, const LogArrays& arr
     const int condColumn = ctx.birchMode ? point_column::ConductivityBirch : point_column::Conductivity;
 
     if (ctx.family == LogFamily::Colour) {
-        s.list("Cal_Spec", ctx.spectra.calSpec, 2);
-        s.list("Cal_White", ctx.spectra.calWhite, 2);
-        s.list("Ref_White", ctx.spectra.refWhite, 2);
-        s.list("Ref_Black", ctx.spectra.refBlack, 2);
-        s.list("Ref_Mid", ctx.spectra.refMid, 2);
-        s.list("DEPTH", columnOf(arrays.columns, point_column::Depth, points), 3);
-        s.list("RATE", columnOf(arrays.columns, point_column::Rate, points), 2);
-        s.list("COND", columnOf(arrays.columns, condColumn, points), 2);
-        s.list("BLOWCOUNTS", columnOf(arrays.hammer, hammer_column::BlowCount, points), 2);
+        s.list("Cal_Spec", ctx.spectra.calSpec, list_decimals::Wave);
+        s.list("Cal_White", ctx.spectra.calWhite, list_decimals::Wave);
+        s.list("Ref_White", ctx.spectra.refWhite, list_decimals::Wave);
+        s.list("Ref_Black", ctx.spectra.refBlack, list_decimals::Wave);
+        s.list("Ref_Mid", ctx.spectra.refMid, list_decimals::Wave);
+        s.list("DEPTH", columnOf(arrays.columns, point_column::Depth, points), list_decimals::Depth);
+        s.list("RATE", columnOf(arrays.columns, point_column::Rate, points), list_decimals::Rate);
+        s.list("COND", columnOf(arrays.columns, condColumn, points), list_decimals::Conductivity);
+        s.list("BLOWCOUNTS", columnOf(arrays.hammer, hammer_column::BlowCount, points),
+               list_decimals::BlowCounts);
         s.text("DATA", raw_log::kBinaryAppended);
         return;
     }
 
-    s.list("RE", arrays.re.samples, 2);
+    s.list("RE", arrays.re.samples, list_decimals::Wave);
     // The baseline belongs to DATA_INFO; it is added at that section's end while DATA is being written.
     if (ctx.baselineInUse)
-        doc.writeString(raw_log::kDataInfo, "BASELINE", encodeIniValue(formatDataList(arrays.baseline, 2)));
-    if (!arrays.blank.empty()) s.list("BLANK", arrays.blank.samples, 2);
-    s.list("RATE", columnOf(arrays.columns, point_column::Rate, points), 2);
+        doc.writeString(raw_log::kDataInfo, "BASELINE",
+                        encodeIniValue(formatDataList(arrays.baseline, list_decimals::Wave)));
+    if (!arrays.blank.empty()) s.list("BLANK", arrays.blank.samples, list_decimals::Wave);
+    s.list("RATE", columnOf(arrays.columns, point_column::Rate, points), list_decimals::Rate);
     if (!ctx.hdBoardMode) {
-        s.list("DEPTH", columnOf(arrays.columns, point_column::Depth, points), 3);
-        if (ctx.conductivity) s.list("COND", columnOf(arrays.columns, condColumn, points), 2);
+        s.list("DEPTH", columnOf(arrays.columns, point_column::Depth, points), list_decimals::Depth);
+        if (ctx.conductivity)
+            s.list("COND", columnOf(arrays.columns, condColumn, points), list_decimals::Conductivity);
         if (log.Blow_Max() != 0.0f)
-            s.list("BLOWCOUNTS", columnOf(arrays.hammer, hammer_column::BlowCount, points), 2);
-        if (ctx.depthMode == 2) s.list("COUNTER", columnOf(arrays.counter, 0, points), 0);
-        if (ctx.family == LogFamily::O2) s.list("O2", columnOf(arrays.columns, point_column::O2, points), 2);
+            s.list("BLOWCOUNTS", columnOf(arrays.hammer, hammer_column::BlowCount, points),
+                   list_decimals::BlowCounts);
+        if (ctx.depthMode == 2)
+            s.list("COUNTER", columnOf(arrays.counter, 0, points), list_decimals::Counter);
+        if (ctx.family == LogFamily::O2)
+            s.list("O2", columnOf(arrays.columns, point_column::O2, points), list_decimals::O2);
     }
     if (log.PresFlow()) {
-        s.list("TIME", columnOf(arrays.presFlow, presflow_column::Time, points), 3);
-        s.list("PRES_UP", columnOf(arrays.presFlow, presflow_column::PressureUp, points), 3);
-        s.list("PRES_DOWN", columnOf(arrays.presFlow, presflow_column::PressureDown, points), 3);
-        s.list("FLOW_UP", columnOf(arrays.presFlow, presflow_column::FlowUp, points), 3);
+        s.list("TIME", columnOf(arrays.presFlow, presflow_column::Time, points), list_decimals::PresFlow);
+        s.list("PRES_UP", columnOf(arrays.presFlow, presflow_column::PressureUp, points),
+               list_decimals::PresFlow);
+        s.list("PRES_DOWN", columnOf(arrays.presFlow, presflow_column::PressureDown, points),
+               list_decimals::PresFlow);
+        s.list("FLOW_UP", columnOf(arrays.presFlow, presflow_column::FlowUp, points),
+               list_decimals::PresFlow);
     }
     s.text("DATA", raw_log::kBinaryAppended);
 }

@@ -12,18 +12,20 @@ namespace zel {
 
 namespace {
 
-RawLogLoadOptions quietLoad(LogFamily family) {
+RawLogLoadOptions quietLoad(LogFamily family, const PointProcessingSetup& processing) {
     RawLogLoadOptions o;
     o.quiet = true;
     o.family = family;
+    o.processing = processing;
     return o;
 }
 
-bool saveAndLoad(const std::string& path, cZEL_Data& log, LogArrays& arrays, RawLogContext& ctx, Host& host) {
+bool saveAndLoad(const std::string& path, cZEL_Data& log, LogArrays& arrays, RawLogContext& ctx, Host& host,
+                 const PointProcessingSetup& processing) {
     const RawLogSaveResult saved = SaveRawLog(path, log, arrays, ctx, host);
     if (!saved.ok) return false;
     const LogFamily family = ctx.family;
-    return LoadRawLog(saved.path, log, arrays, ctx, host, quietLoad(family)).ok;
+    return LoadRawLog(saved.path, log, arrays, ctx, host, quietLoad(family, processing)).ok;
 }
 
 } // namespace
@@ -36,12 +38,13 @@ std::string recoveredLogPath(const std::string& tempOrRawPath, LogFamily family)
 }
 
 RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::string& headerLog, cZEL_Data& log,
-                                   LogArrays& arrays, RawLogContext& ctx, Host& host, int signalColumn) {
+                                   LogArrays& arrays, RawLogContext& ctx, Host& host,
+                                   const PointProcessingSetup& processing) {
     RecoveryResult result;
     const auto fail = [&host](const std::string& why) { host.message("Error in Recover_Temp: " + why); };
     try {
         const LogFamily family = familyOfPath(headerLog);
-        if (!LoadRawLog(headerLog, log, arrays, ctx, host, quietLoad(family)).ok) {
+        if (!LoadRawLog(headerLog, log, arrays, ctx, host, quietLoad(family, processing)).ok) {
             fail("the log " + headerLog + " that describes the points could not be loaded.");
             return result;
         }
@@ -55,11 +58,11 @@ RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::strin
         log.DataPoints(read.points - 1);
         result.recoveredPath = recoveredLogPath(tempPath, family);
         log.File_FullPath(result.recoveredPath);
-        // The %RE column is not among the raw log's lists, so the maxima are taken from the recovered points
-        // before the first save; the two save/load rounds then carry them into STATS.
-        recomputeSignalMax(log, arrays.columns, signalColumn);
-        if (!saveAndLoad(result.recoveredPath, log, arrays, ctx, host)) return result;
-        if (!saveAndLoad(result.recoveredPath, log, arrays, ctx, host)) return result;
+        // The first round gives the points the %RE that loading recomputes from their waveforms; the maxima
+        // are taken from those, and the second round carries them into STATS.
+        if (!saveAndLoad(result.recoveredPath, log, arrays, ctx, host, processing)) return result;
+        recomputeSignalMax(log, arrays.columns, point_column::Signal);
+        if (!saveAndLoad(result.recoveredPath, log, arrays, ctx, host, processing)) return result;
         result.ok = true;
         result.points = read.points;
         result.droppedBytes = read.droppedBytes;

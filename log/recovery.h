@@ -3,6 +3,7 @@
 #include "common/host.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
+#include "log/point_processing.h"
 #include "log/raw_log_format.h"
 
 #include <string>
@@ -22,10 +23,11 @@ std::string recoveredLogPath(const std::string& tempOrRawPath, LogFamily family)
 // headerLog is a raw log of the same set-up (the crashed push itself was never saved): its Data_Cols,
 // Wave_Points, PresFlow and the rest of its header describe the records. The points of tempPath replace
 // its points; the GPS fix is cleared (it was the header log's); the result is saved as the temporary
-// file's name with "_Recovered" with its maxima recomputed from the recovered points (signalColumn holds
-// the %RE), loaded, and saved and loaded once more so STATS carries them. Errors are shown through the host
-// ("Error in Recover_Temp: ...").
+// file's name with "_Recovered" and loaded (which recomputes the points' %RE with processing), its maxima
+// are recomputed from the loaded points, and it is saved and loaded once more so STATS carries them.
+// Errors are shown through the host ("Error in Recover_Temp: ...").
 RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::string& headerLog, cZEL_Data& log,
-                                   LogArrays& arrays, RawLogContext& ctx, Host& host, int signalColumn = 2);
+                                   LogArrays& arrays, RawLogContext& ctx, Host& host,
+                                   const PointProcessingSetup& processing = {});
 
 } // namespace zel

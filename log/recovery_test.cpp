@@ -30,20 +30,23 @@ struct RecoveryFixture : ::testing::Test {
         LogArrays a;
         RawLogContext c;
         testdata::fillSmallLog(source, a, c); // 8 columns, 3 samples, pressure/flow, metric
+        // CH1 is sample 0 alone (the last two samples of a record never count), the other channels empty:
+        // a point's %RE grows with its first sample.
+        source.Cutoff_Index({0, 1, 2});
         headerLog = SaveRawLog((dir / "previous").string(), source, a, c, host).path;
         host.clear();
     }
     void TearDown() override { fs::remove_all(dir); }
 
-    // Point p: depth 0.1 p, %RE (column 2) as given, waveform p, p+1, p+2, pressure/flow row 10 p ...
-    static void writePoint(TempPointFile& f, int p, float signal) {
+    // Point p: depth 0.1 p, a %RE column the file does not keep, waveform first, p + 1, p + 2, pressure/flow
+    // row 0.1 p, 1, 2, 3, 4.
+    static void writePoint(TempPointFile& f, int p, float first) {
         std::array<float, 8> columns{};
         columns[point_column::Depth] = 0.1f * static_cast<float>(p);
-        columns[2] = signal;
+        columns[point_column::Signal] = 1000.0f - static_cast<float>(p);
         columns[point_column::Rate] = 1.5f;
         const std::array<float, kPresFlowColumns> presFlow{0.1f * static_cast<float>(p), 1, 2, 3, 4, 0};
-        const std::array<float, 3> wave{static_cast<float>(p), static_cast<float>(p + 1),
-                                        static_cast<float>(p + 2)};
+        const std::array<float, 3> wave{first, static_cast<float>(p + 1), static_cast<float>(p + 2)};
         ASSERT_TRUE(f.writePoint(columns, presFlow, wave));
     }
 };
@@ -53,9 +56,9 @@ TEST_F(RecoveryFixture, RoundTripDropsATornLastRecordAndRecomputesTheMaxima) {
     EXPECT_EQ(temp, (dir / "push7.lif.raw.bin.temp").string());
     TempPointFile f;
     ASSERT_TRUE(f.open(temp));
-    const float signals[] = {2.0f, 9.5f, 9.5f, 4.0f};
+    const float firsts[] = {2.0f, 9.5f, 9.5f, 4.0f};
     for (int p = 0; p < 4; ++p)
-        writePoint(f, p, signals[p]);
+        writePoint(f, p, firsts[p]);
     f.close();
     {
         // The program died in the middle of the fifth record.
@@ -78,7 +81,11 @@ TEST_F(RecoveryFixture, RoundTripDropsATornLastRecordAndRecomputesTheMaxima) {
     ASSERT_TRUE(LoadRawLog(r.recoveredPath, reread, rereadArrays, rereadCtx, host, quiet).ok);
     EXPECT_EQ(reread.DataPoints(), 3);
     EXPECT_EQ(reread.Latitude(), "");
-    EXPECT_FLOAT_EQ(reread.Signal_MaxValue(), 9.5f);
+    // The maxima are those of the %RE recomputed from the waveforms against the header log's RE (sample
+    // 0 less the background's: 0.5), not of the column the temporary file carried.
+    const float expected = (9.5f + 0.01f) / (0.5f + 0.01f) * 100.0f;
+    EXPECT_NEAR(rereadArrays.columns(point_column::Signal, 1), expected, 1e-3f);
+    EXPECT_FLOAT_EQ(reread.Signal_MaxValue(), rereadArrays.columns(point_column::Signal, 1));
     EXPECT_FLOAT_EQ(reread.Signal_MaxDepth_M(), 0.1f); // the shallower of the two equal maxima
     EXPECT_FLOAT_EQ(reread.Depth_Max_M(), 0.3f);
     EXPECT_EQ(rereadArrays.waves(2, 3), 5.0f);

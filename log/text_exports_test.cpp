@@ -69,8 +69,9 @@ TEST_F(ExportFixture, DataExportWithPressureFlowAndWithoutConductivityOrHammer) 
     EXPECT_EQ(text.substr(0, text.find("\r\n") + 2),
               "Depth\tSignal\tCh1\tCh2\tCh3\tCh4\tRate\tEC Depth\tEC Value\tHmr Depth\tHmr Value\tColor"
               "\tHP Depth\tHP Time\tHP PresUp\tHP PresDown\tHP FlowUp\tHP K est.\r\n");
+    // The pressures as the raw log keeps them (3 decimals), so a reloaded log exports the same digits.
     EXPECT_NE(text.find("1.000\t12.3457\t0.0000\t0.2500\t0.5000\t0.7500\t1.5000\t\t\t\t\t\t"
-                        "1.000\t0.500\t10.0000\t20.1235\t300.0000\t0.1000\r\n"),
+                        "1.000\t0.500\t10.0000\t20.1230\t300.0000\t0.1000\r\n"),
               std::string::npos)
         << text;
 }
@@ -86,10 +87,33 @@ TEST_F(ExportFixture, DataExportPathAndFile) {
     EXPECT_EQ(readAll(*written), dataExportText(log, arrays, false));
     EXPECT_FALSE(ExportDataText(log, arrays, ctx, (dir / "missing" / "deeper").string(), host));
     EXPECT_EQ(host.messages().size(), 1u);
+    log.File_FullPath((dir / "C-1.clr.raw.bin").string());
+    log.File_Title("C-1.clr.raw.bin");
     ctx.family = LogFamily::Colour;
-    EXPECT_FALSE(ExportDataText(log, arrays, ctx, dir.string(), host));
-    EXPECT_EQ(host.messages().back(),
-              "Error in Export_Data: the colour export (.clr.dat.txt) is not available in this version.");
+    const auto colour = ExportDataText(log, arrays, ctx, "", host);
+    ASSERT_TRUE(colour);
+    EXPECT_EQ(*colour, (dir / "C-1.clr.dat.txt").string());
+    EXPECT_EQ(readAll(*colour), colourExportText(log, arrays, false));
+}
+
+TEST_F(ExportFixture, ColourExportBytes) {
+    log.CondOffset(0.5f);
+    log.Blow_Offset(1.0f);
+    log.Blow_Max(4.0f);
+    arrays.resize(3, 8, 2, false);
+    for (int p = 0; p < 2; ++p) {
+        arrays.columns(point_column::Depth, p) = 2.0f + 0.25f * static_cast<float>(p);
+        arrays.columns(point_column::Rate, p) = 0.876f; // the raw log keeps 2 decimals
+        arrays.columns(point_column::Conductivity, p) = 12.5f * static_cast<float>(p);
+        arrays.hammer(hammer_column::BlowCount, p) = static_cast<float>(7 - p);
+    }
+    EXPECT_EQ(colourExportText(log, arrays, true),
+              "Depth\tRate\tRGB\tM_Hue\tM_Val\tM_Chr\tCnd_Depth\tCnd_Val\tHmr_Depth\tHmr_Rate\r\n"
+              "2.000\t0.8800\t\t\t\t\t1.500\t0.0000\t1.000\t7.0000\r\n"
+              "2.250\t0.8800\t\t\t\t\t1.750\t12.5000\t1.250\t6.0000\r\n");
+    log.Blow_Max(0.0f);
+    const std::string bare = colourExportText(log, arrays, false);
+    EXPECT_EQ(bare.substr(bare.find("\r\n") + 2, 22), "2.000\t0.8800\t\t\t\t\t\t\t\t\r\n");
 }
 
 TEST_F(ExportFixture, WaveExportDialogAndBytes) {

@@ -3,6 +3,7 @@
 #include "waveform/waveform.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <string>
 
@@ -27,9 +28,31 @@ ChannelWindow sumWindow(std::span<const float> w, std::int64_t from, std::int64_
     const std::int64_t n = static_cast<std::int64_t>(w.size()) - 1;
     const std::int64_t first = std::max({from, close - width, std::int64_t{0}});
     const std::int64_t last = std::min(close, n);
-    for (std::int64_t i = first; i <= last; ++i) {
-        r.sum += w[i];
-        r.max = std::max(r.max, w[i]);
+    if (first > last) return r;
+    // Eight running sums and maxima, combined in a fixed order at the end: the compiler keeps them in
+    // vector registers instead of waiting on one sum per sample. A whole log is processed again on every
+    // load, so this loop decides the load time. The order is fixed, so the same samples always give the
+    // same sum, in the push and in every later load.
+    constexpr std::int64_t kLanes = 8;
+    std::array<float, kLanes> sum{};
+    std::array<float, kLanes> max;
+    max.fill(runningMax);
+    const float* p = w.data() + first;
+    const std::int64_t count = last - first + 1;
+    const std::int64_t whole = count - count % kLanes;
+    for (std::int64_t i = 0; i < whole; i += kLanes)
+        for (std::int64_t k = 0; k < kLanes; ++k)
+            sum[k] += p[i + k];
+    for (std::int64_t i = 0; i < whole; i += kLanes)
+        for (std::int64_t k = 0; k < kLanes; ++k)
+            max[k] = max[k] < p[i + k] ? p[i + k] : max[k];
+    for (std::int64_t i = whole; i < count; ++i) {
+        sum[i % kLanes] += p[i];
+        max[i % kLanes] = std::max(max[i % kLanes], p[i]);
+    }
+    for (std::int64_t k = 0; k < kLanes; ++k) {
+        r.sum += sum[k];
+        r.max = std::max(r.max, max[k]);
     }
     return r;
 }

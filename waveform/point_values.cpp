@@ -110,7 +110,7 @@ void cZEL_Waveform::finishPointValues(std::span<const float> w, bool isRe) {
 
     Wave_Color = 0.0f;
     Wave_ColorFluor = 0.0f;
-    Wave_StdDev = populationStdDev(w);
+    Wave_StdDev = ComputeStdDev ? populationStdDev(w) : 0.0f;
 }
 
 } // namespace zel

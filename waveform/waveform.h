@@ -85,8 +85,11 @@ public:
     bool ExcludeCH1 = false;
     std::int16_t WidthLimit = 0; // samples a channel may take before its closing boundary; 0 or > 100: all
     int Mode = 0;                // operating mode, selects the fibre's group index
-    float DeltaX = 0.0f;         // seconds per sample
-    double RE_Delay = 0.0;       // seconds from the trigger to the RE
+    // Wave_StdDev costs as much as the rest of the processing; a load that recomputes the points' stored
+    // values for a whole log has no use for it and turns it off.
+    bool ComputeStdDev = true;
+    float DeltaX = 0.0f;   // seconds per sample
+    double RE_Delay = 0.0; // seconds from the trigger to the RE
 
     // ---- Boundaries
 

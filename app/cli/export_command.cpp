@@ -36,7 +36,7 @@ std::optional<std::string> exportOne(const std::string& file, const std::string&
     const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
     if (r.outcome != LoadOutcome::Loaded) return std::nullopt;
     if (!to.empty()) return r.exportPath;
-    return ExportDataText(log, arrays, ctx, "", host, false); // beside the raw log
+    return ExportDataText(log, arrays, ctx, "", host, r.pointValues); // beside the raw log
 }
 
 int runExport(const ExportArgs& args) {
@@ -65,7 +65,8 @@ int runExport(const ExportArgs& args) {
 
 void addExportCommand(CLI::App& app, CommandRunner& run) {
     auto args = std::make_shared<ExportArgs>();
-    auto* cmd = app.add_subcommand("export", "Write the data export (.lif.dat.txt) of each raw log");
+    auto* cmd = app.add_subcommand(
+        "export", "Write the data export (.lif.dat.txt, .o2.dat.txt or .clr.dat.txt) of each raw log");
     cmd->add_option("FILE", args->files, "raw logs")->required();
     cmd->add_option("--to", args->to, "folder for the exports (default: beside each raw log)")
         ->check(CLI::ExistingDirectory);

@@ -12,11 +12,13 @@
 
 #include "common/console_host.h"
 #include "common/number_text.h"
+#include "common/version.h"
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
 #include "settings/data_root.h"
 #include "settings/memory_form.h"
 #include "settings/startup/command_line.h"
+#include "settings/startup/modes.h"
 #include "settings/startup/platform_network.h"
 
 #include <QCoreApplication>
@@ -42,6 +44,10 @@ struct PushArgs {
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
     int sweepMs = -1;         // the scope simulator's own default when negative
+    double reScale = 1.0;     // brightness of the simulated reference emitter
+    std::string scopeDump;    // the scope simulator's record of every curve it sent
+    int depthNoiseEvery = 0;  // line noise on the simulated depth line
+    int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;          // as "/H": the data board in the push
     double idleSeconds = 60;  // a depth source silent this long ends the push
     std::vector<std::string> switches;
@@ -137,6 +143,7 @@ public:
     float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
+    float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
     bool EndOfPush() override {
         if (silent_ || ended_()) return true;
         const auto now = clock_.monotonicMs();
@@ -231,9 +238,16 @@ std::optional<FieldConfig> startSimulators(Host& host, const PushArgs& a, bool h
         return *sims.back();
     };
     std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
+    // The simulated probe's first acquisition sees no light (the background), the second its RE cap.
+    scopeArgs.insert(scopeArgs.end(), {"--dark-acquisitions", "1", "--re-acquisitions", "1", "--re-scale",
+                                       formatNumber(a.reScale, "0.0##")});
     if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
+    if (!a.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", a.scopeDump});
     SimChild& scopeSim = child(scopeArgs);
-    SimChild& depthSim = child({"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
+    std::vector<std::string> depthArgs{"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")};
+    if (a.depthNoiseEvery > 0)
+        depthArgs.insert(depthArgs.end(), {"--noise-every", std::to_string(a.depthNoiseEvery)});
+    SimChild& depthSim = child(depthArgs);
     SimChild& gpsSim = child({"gps"});
     SimChild& displaySim = child({"display"});
     SimChild* hdSim = hd ? &child({"hd", "--rate", formatNumber(a.rateFtPerS, "#0.000")}) : nullptr;
@@ -334,6 +348,37 @@ int runPush(const PushArgs& a) {
     MemoryFormSet forms;
     cZEL_Data log(host, clock);
     log.Metric(a.metric);
+    const int mode = a.mode >= 0 ? a.mode : s.mode;
+    const ModeEntry* modeEntry = findMode(mode);
+    const bool emulated = a.sim || depth.Source() == DepthSource::Emulate;
+    log.setInfoSource([&a, modeEntry, emulated] {
+        LogInfo info;
+        info.mode = modeEntry ? modeEntry->model : "";
+        info.version = kVersionText;
+        info.metric = a.metric;
+        info.emulate = emulated;
+        return info;
+    });
+    // The receiver's last fix; the log takes it when the push ends.
+    cZEL_GPS& gps = instruments->Gps();
+    log.setGpsSource([&gps] {
+        GpsFix fix;
+        fix.utc = gps.FixTime;
+        fix.latitude = gps.Latitude;
+        fix.longitude = gps.Longitude;
+        fix.latitudeDec = gps.Latitude_Dec;
+        fix.longitudeDec = gps.Longitude_Dec;
+        fix.qualityIndicator = std::to_string(gps.QualityIndicator);
+        fix.satellites = std::to_string(gps.Satellites);
+        fix.hdop = shortestText(gps.HDOP);
+        fix.altitudeFt = gps.Altitude_Ft;
+        fix.altitudeM = gps.Altitude_M;
+        fix.geoidalFt = gps.Geoidal_Ft;
+        fix.geoidalM = gps.Geoidal_M;
+        fix.dgpsAge = shortestText(gps.DGPS_Age);
+        fix.baseStationId = gps.BaseStationID;
+        return fix;
+    });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
@@ -345,11 +390,11 @@ int runPush(const PushArgs& a) {
     int taken = 0;
     DepthAdapter depthAdapter(depth, host, clock, a.metric, static_cast<std::int64_t>(a.idleSeconds * 1000.0),
                               [&] { return taken >= a.points; });
-    GpsAdapter gpsAdapter(instruments->Gps());
+    GpsAdapter gpsAdapter(gps);
     DisplayAdapter display(instruments->Display(), depthAdapter, a.metric);
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
-    reference.Mode = a.mode >= 0 ? a.mode : s.mode;
+    reference.Mode = mode;
     acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
                           recorder);
     push.Settings.metric = a.metric;
@@ -360,13 +405,19 @@ int runPush(const PushArgs& a) {
                   << formatNumber(p.signal, "#0.00") << std::endl;
     };
 
-    // The simulated scope has neither a reference emitter nor a dark input: its CH2 is always the ground's
-    // fluorescence. A background taken from it would cancel the RE, and its RE cannot meet the area limits;
-    // so the simulated push runs without a background and with the RE area exemption of the set-up. Nor does
-    // a push with the configured instruments take a background: there is no operator to cover the probe.
-    if (a.sim) std::cerr << "zel-cli push: simulated scope: no background, RE area limits exempted\n";
-    reference.Gates.noAreaCheck = a.sim || a.noAreaCheck;
-    if (!reference.AcquireReference(acq::kRE)) return 1;
+    // The simulated scope's first acquisition sees no light: the background. A push with the configured
+    // instruments has no operator to cover the probe, so it takes none.
+    if (a.sim && !reference.AcquireReference(acq::kBackground)) {
+        std::cerr << "zel-cli push: no background\n";
+        return 1;
+    }
+    reference.Gates.noAreaCheck = a.noAreaCheck;
+    if (!reference.AcquireReference(acq::kRE)) {
+        std::cerr << "zel-cli push: the RE was not accepted\n";
+        return 1;
+    }
+    if (a.reAgeMinutes > 0 && reference.RETime)
+        reference.RETime = reference.RETime->addSeconds(-60LL * a.reAgeMinutes);
     if (!push.StartPush()) {
         std::cerr << "zel-cli push: the push was not started\n";
         return 1;
@@ -412,7 +463,7 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--mode", args->mode, "Operating mode (default: the switches' mode)")
         ->check(CLI::Range(0, 99));
     sc->add_flag("--no-area-check", args->noAreaCheck,
-                 "The set-up's RE area exemption: the RE's area limits are not checked (always with --sim)");
+                 "The set-up's RE area exemption: the RE's area limits are not checked");
     sc->add_flag("--hd", args->hd,
                  "HD-board mode, as the /H switch: the data board triggers the points and digitises the "
                  "auxiliary inputs (with --sim its simulator is started too)");
@@ -427,6 +478,18 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
     sc->add_option("--sweep-ms", args->sweepMs,
                    "Simulated scope: time of one averaged sweep (0: no averaging delay)");
+    sc->add_option("--re-scale", args->reScale,
+                   "Simulated scope: brightness of the probe's reference emitter (1 normal, below 1 dim)")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--scope-dump", args->scopeDump,
+                   "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--depth-noise", args->depthNoiseEvery,
+                   "Simulated depth board: a malformed line before every Nth reading (0: none)")
+        ->check(CLI::Range(0, 1000000));
+    sc->add_option("--re-age-min", args->reAgeMinutes,
+                   "Test aid: date the RE this many minutes before it was taken, for the RE age question")
+        ->check(CLI::Range(0, 100000));
     sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
 }
 

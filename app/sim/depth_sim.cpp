@@ -30,6 +30,13 @@ struct DepthArgs {
     int ad4IntervalMs = 200;
     double blowsPerIn = 2;
     std::uint32_t seed = 1;
+    int noiseEvery = 0; // a line of line noise before every Nth reading (0: none)
+};
+
+// What a long cable near a generator puts on the line: none of it is a well-formed reading.
+constexpr const char* kNoiseLines[] = {
+    "\x7F\xFE\x01\xA0\r", "0ZZ1G0X\r", "0NOISE!!!\r",  "U2XYZ\r", "U2\r", "I\r", "0\r",
+    "U3-1.5e9\r",         "\r",        "##~~++~~##\r",
 };
 
 std::string hex(unsigned value, int digits) {
@@ -105,6 +112,8 @@ private:
     void sendReadings() {
         const double d = depthFt();
         std::string out;
+        if (a_.noiseEvery > 0 && ++readings_ % a_.noiseEvery == 0)
+            out += kNoiseLines[(readings_ / a_.noiseEvery) % std::size(kNoiseLines)];
         const bool analogue = registers_[0x10] != 0;
         if (analogue && registers_[0x11] == 0x02) {
             // The string pot: travel in inches times the calibration at a 5 V reference.
@@ -130,6 +139,7 @@ private:
     bool started_ = false;
     qint64 startMs_ = 0;
     long counterZero_ = 0;
+    long readings_ = 0;
 };
 
 int runDepth(const DepthArgs& a) {
@@ -196,6 +206,10 @@ void addDepthSim(CLI::App& app, std::function<int()>& run) {
                    "Hammer blows per inch of the push, counted on the \"N\" line (register 19)")
         ->capture_default_str();
     sc->add_option("--seed", args->seed, "Seed of the site model")->capture_default_str();
+    sc->add_option("--noise-every", args->noiseEvery,
+                   "Interface board: a malformed line (line noise) before every Nth reading; 0 none")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000000));
     sc->callback([args, &run] { run = [args] { return runDepth(*args); }; });
 }
 

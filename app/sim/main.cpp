@@ -15,6 +15,7 @@
 #include <QElapsedTimer>
 #include <nlohmann/json.hpp>
 
+#include <fstream>
 #include <iostream>
 
 namespace {
@@ -29,6 +30,10 @@ struct ScopeArgs {
     std::uint32_t seed = 1;
     std::string device = "inst0";
     std::string name = "\"ZELSCOPE07\"";
+    int darkAcquisitions = 0;
+    int reAcquisitions = 0;
+    double reScale = 1.0;
+    std::string dump;
 };
 
 int runScope(const ScopeArgs& a) {
@@ -39,7 +44,27 @@ int runScope(const ScopeArgs& a) {
     options.sweepMs = a.sweepMs;
     options.seed = a.seed;
     options.networkName = a.name;
+    options.darkAcquisitions = a.darkAcquisitions;
+    options.reAcquisitions = a.reAcquisitions;
+    options.reScale = a.reScale;
     zel::sim::ScopeModel model(site, options, [&clock] { return clock.elapsed(); });
+    std::ofstream dump;
+    if (!a.dump.empty()) {
+        dump.open(a.dump, std::ios::binary | std::ios::trunc);
+        if (!dump) {
+            std::cerr << "zel-sim scope: cannot write " << a.dump << '\n';
+            return 1;
+        }
+        model.onCurve = [&dump](const zel::sim::CurveSent& c) {
+            nlohmann::ordered_json j;
+            j["record"] = c.record;
+            j["ymult"] = c.yMult;
+            j["yoff"] = c.yOff;
+            j["yzero"] = c.yZero;
+            j["values"] = c.values;
+            dump << j.dump() << '\n' << std::flush;
+        };
+    }
     zel::sim::ScopeServer server(model, a.device, a.transcript);
     std::string error;
     const auto port = [](int p) { return static_cast<std::uint16_t>(p); };
@@ -89,6 +114,20 @@ int main(int argc, char** argv) {
                    "The one VXI-11 device name answered (inst0, or gpib0,2 for a gateway)")
         ->capture_default_str();
     sc->add_option("--name", scope.name, "Reply to ETHER:NAME?")->capture_default_str();
+    sc->add_option("--dark-acquisitions", scope.darkAcquisitions,
+                   "First acquisitions that see no light: a background of detector noise only")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000000));
+    sc->add_option("--re-acquisitions", scope.reAcquisitions,
+                   "Acquisitions after the dark ones that see the probe's reference emitter (the RE cap on)")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000000));
+    sc->add_option("--re-scale", scope.reScale,
+                   "Brightness of the reference emitter, 1 = normal (below 1: a dim RE)")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--dump", scope.dump,
+                   "File receiving every CURVE? answer as one JSON line: record, ymult, yoff, yzero, values");
 
     // The field instruments' simulators, each in its own file; the chosen one sets run.
     std::function<int()> run;

@@ -202,7 +202,13 @@ void ScopeModel::acquire() {
     t.stepS = xIncr();
     t.firstS = number("HORIZONTAL:DELAY:TIME");
     const int sweeps = sweepsPerAcquisition();
-    const std::vector<double> volts = lifSignal(site_.fluorescenceAt(depthFt_), t, sweeps, rng_);
+    const bool dark = records_ < options_.darkAcquisitions;
+    const bool onEmitter = !dark && records_ < options_.darkAcquisitions + options_.reAcquisitions;
+    ++records_;
+    const Fluorescence light = dark        ? Fluorescence{}
+                               : onEmitter ? referenceEmitter(options_.reScale)
+                                           : site_.fluorescenceAt(depthFt_);
+    const std::vector<double> volts = lifSignal(light, t, sweeps, rng_);
     record_.resize(volts.size());
     for (std::size_t k = 0; k < volts.size(); ++k) {
         const double level = std::round((volts[k] - yZero()) / yMult() + yOff());
@@ -219,10 +225,20 @@ std::string ScopeModel::curveBlock() {
     const int stop = integer("DATA:STOP", start, n);
     const bool wide = number("DATA:WIDTH") >= 2;
     std::string bytes;
+    CurveSent sent;
     for (int i = start - 1; i < stop; ++i) {
-        const auto v = static_cast<std::uint16_t>(record_[static_cast<std::size_t>(i)]);
+        const std::int16_t level = record_[static_cast<std::size_t>(i)];
+        const auto v = static_cast<std::uint16_t>(level);
         bytes += static_cast<char>(v >> 8);
         if (wide) bytes += static_cast<char>(v & 0xFF);
+        if (onCurve) sent.values.push_back(wide ? level : static_cast<std::int8_t>(v >> 8));
+    }
+    if (onCurve) {
+        sent.record = records_;
+        sent.yMult = nr3(yMult());
+        sent.yOff = nr3(yOff());
+        sent.yZero = nr3(yZero());
+        onCurve(sent);
     }
     const std::string count = std::to_string(bytes.size());
     return "#" + std::to_string(count.size()) + count + bytes;

@@ -20,6 +20,19 @@ struct ScopeSimOptions {
     std::uint32_t seed = 1;
     std::string idn = "TEKTRONIX,TDS 3054,0,CF:91.1CT FV:v1.00 TDS3FFT:v1.00";
     std::string networkName = "\"ZELSCOPE07\"";
+    // The first darkAcquisitions acquisitions see no light (the background: detector noise
+    // only); the next reAcquisitions see the probe's reference emitter (the RE cap is on) at reScale of its
+    // normal brightness; the later ones see the ground.
+    int darkAcquisitions = 0;
+    int reAcquisitions = 0;
+    double reScale = 1.0;
+};
+
+// One CURVE? answer as it left the scope, with the preamble texts the scope answers beside it.
+struct CurveSent {
+    int record = 0;                   // the acquisition it came from, 1 for the first
+    std::vector<std::int32_t> values; // the data points as encoded in the block (one or two bytes each)
+    std::string yMult, yOff, yZero;   // replies to WFMPRE:YMULT?, YOFF?, YZERO?
 };
 
 class ScopeModel {
@@ -45,6 +58,8 @@ public:
     // Levels of the last completed acquisition (empty before the first).
     const std::vector<std::int16_t>& record() const { return record_; }
     int acquisitions() const { return acquisitions_; }
+    // Called with every CURVE? answer (the simulator's --dump).
+    std::function<void(const CurveSent&)> onCurve;
 
 private:
     void update();
@@ -67,6 +82,7 @@ private:
     bool opcPending_ = false;
     std::int64_t opcDueMs_ = 0;
     int acquisitions_ = 0;
+    int records_ = 0; // completed acquisitions, each one record
     bool headers_ = true;
 };
 

@@ -5,6 +5,18 @@
 
 namespace zel::sim {
 
+Fluorescence referenceEmitter(double scale) {
+    constexpr double tauNs = 10.0;
+    const std::array<double, 4> share{0.23, 0.38, 0.27, 0.12};
+    // Area of one channel ~ amplitude x decay time: 10,000 pVs = 1 V x 10 ns over the four channels.
+    Fluorescence f;
+    for (int c = 0; c < 4; ++c) {
+        f.amplitudeV[c] = scale * share[c] * 1.0;
+        f.decayNs[c] = tauNs;
+    }
+    return f;
+}
+
 std::vector<double> lifSignal(const Fluorescence& f, const SampleTimes& t, int averages, std::mt19937& rng) {
     constexpr double riseNs = 1.5;
     std::normal_distribution<double> noise(0.0, kNoiseV / std::sqrt(std::max(averages, 1)));

@@ -20,6 +20,11 @@ struct SampleTimes {
     int count = 500;
 };
 
+// The probe's reference emitter as the detector sees it with the RE cap on: the four channels in the
+// shares an Alder probe is set up for (23, 38, 27, 12 %), about 10,000 pVs in all at full brightness.
+// scale < 1 plays an emitter that has dimmed or a cap that is not seated.
+Fluorescence referenceEmitter(double scale);
+
 // Volts at the input (after the channel's inversion: the pulses are positive).
 std::vector<double> lifSignal(const Fluorescence& f, const SampleTimes& t, int averages, std::mt19937& rng);
 

@@ -17,13 +17,14 @@ namespace {
 namespace fs = std::filesystem;
 const std::string kCli = ZEL_CLI;
 
-std::string writeSmallLog(const fs::path& path) {
+std::string writeSmallLog(const fs::path& path, LogFamily family = LogFamily::Lif) {
     testing::RecordingHost host;
     FakeClock clock;
     cZEL_Data log{host, clock};
     LogArrays arrays;
     RawLogContext ctx;
     testdata::fillSmallLog(log, arrays, ctx);
+    ctx.family = family;
     return SaveRawLog(path.string(), log, arrays, ctx, host).path;
 }
 
@@ -57,12 +58,31 @@ TEST(CliExport, HundredLogsWithProgressAndTheFailuresNamedAtTheEnd) {
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3); // header and two points
 }
 
-TEST(CliExport, BesideTheRawLogWithoutTarget) {
+TEST(CliExport, BesideTheRawLogWithoutTargetColourLogsToo) {
     TempDir dir;
     const std::string log = writeSmallLog(dir.path / "MW-7");
-    const RunResult r = runProgram(kCli + " export " + quote(log));
+    const std::string colour = writeSmallLog(dir.path / "C-1", LogFamily::Colour);
+    const RunResult r = runProgram(kCli + " export " + quote(log) + " " + quote(colour));
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_TRUE(fs::exists(dir.path / "MW-7.lif.dat.txt"));
+    EXPECT_TRUE(testdata::readAll(dir.path / "C-1.clr.dat.txt").starts_with("Depth\tRate\tRGB\t")) << r.err;
+}
+
+// The export written at the end of a push and the export of its raw log loaded later are the same file.
+TEST(CliExport, ARawLogExportsWhatItsPushExported) {
+    TempDir dir;
+    const RunResult push =
+        runProgram(kCli + " push --sim --points 12 --rate 2 --sweep-ms 0 --yes --name RT --out " +
+                   quote(dir.path.string()));
+    ASSERT_EQ(push.exitCode, 0) << push.err;
+    const fs::path out = dir.path / "out";
+    fs::create_directories(out);
+    const RunResult r = runProgram(kCli + " export " + quote((dir.path / "RT.lif.raw.bin").string()) +
+                                   " --to " + quote(out.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::string atPush = testdata::readAll(dir.path / "RT.lif.dat.txt");
+    EXPECT_EQ(std::count(atPush.begin(), atPush.end(), '\n'), 13);
+    EXPECT_EQ(testdata::readAll(out / "RT.lif.dat.txt"), atPush);
 }
 
 TEST(CliRecover, TemporaryPointFileToRecoveredLog) {

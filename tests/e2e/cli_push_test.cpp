@@ -4,6 +4,7 @@
 
 #include "common/clock.h"
 #include "common/testing/recording_host.h"
+#include "common/version.h"
 #include "log/raw_log_reader.h"
 #include "log/temp_point_file.h"
 
@@ -36,7 +37,7 @@ std::vector<std::string> lines(const std::string& text) {
 TEST(CliPush, WholePushLoadsBackWithItsFiles) {
     TempDir dir;
     const RunResult r =
-        runProgram(kCli + " push --sim --points 5 --rate 2 --sweep-ms 0 --yes --name P1 --out " +
+        runProgram(kCli + " push --sim --points 5 --rate 2 --sweep-ms 0 --yes --mode 2 --name P1 --out " +
                    quote(dir.path.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::vector<std::string> out = lines(r.out);
@@ -62,6 +63,10 @@ TEST(CliPush, WholePushLoadsBackWithItsFiles) {
     LogArrays arrays;
     RawLogContext ctx;
     ASSERT_TRUE(LoadRawLog(raw, log, arrays, ctx, host).ok);
+    // INFO names the probe of the start-up mode and the program that wrote the log.
+    EXPECT_EQ(log.mode(), "Dogwood");
+    EXPECT_EQ(ctx.modeId, 2);
+    EXPECT_EQ(log.Version(), kVersionText);
     ASSERT_EQ(arrays.points(), 5);
     for (int p = 1; p < 5; ++p)
         EXPECT_GT(arrays.columns(point_column::Depth, p), arrays.columns(point_column::Depth, p - 1)) << p;

@@ -1,0 +1,204 @@
+// zel-cli push --sim with the simulators set up to misbehave or to report what they sent: the waveforms
+// in the log against the scope's own record of its curves, a dim reference emitter, an old RE, and line
+// noise on the depth line.
+
+#include "tests/e2e/field_sim.h"
+#include "tests/e2e/run_program.h"
+
+#include "common/clock.h"
+#include "common/testing/recording_host.h"
+#include "instruments/scope/fake_visa.h"
+#include "instruments/scope/scope.h"
+#include "log/raw_log_reader.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cmath>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace zel::e2e {
+namespace {
+
+const std::string kCli = ZEL_CLI;
+namespace fs = std::filesystem;
+
+RunResult push(const TempDir& dir, const std::string& name, int points, const std::string& extra) {
+    return runProgram(kCli + " push --sim --rate 2 --sweep-ms 0 --points " + std::to_string(points) +
+                      " --name " + name + " --out " + quote(dir.path.string()) + " " + extra);
+}
+
+struct LoadedLog {
+    FakeClock clock;
+    testing::RecordingHost host{&clock};
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    bool ok = false;
+    explicit LoadedLog(const fs::path& raw) { ok = LoadRawLog(raw.string(), log, arrays, ctx, host).ok; }
+};
+
+// One curve of the scope's dump turned into millivolts by the driver itself, as it was in the push.
+std::vector<float> driverWaveform(const nlohmann::json& curve) {
+    std::string bytes;
+    for (const auto& v : curve["values"]) {
+        const auto u = static_cast<std::uint16_t>(v.get<int>());
+        bytes += static_cast<char>(u >> 8);
+        bytes += static_cast<char>(u & 0xFF);
+    }
+    const std::string count = std::to_string(bytes.size());
+    zel::testing::FakeVisa visa;
+    visa.replies["Curve?"] = "#" + std::to_string(count.size()) + count + bytes + "\n";
+    visa.replies["WFMPRE:YZERO?"] = curve["yzero"].get<std::string>();
+    visa.replies["WFMPRE:YOFF?"] = curve["yoff"].get<std::string>();
+    visa.replies["WFMPRE:YMULT?"] = curve["ymult"].get<std::string>();
+    FakeClock clock;
+    testing::RecordingHost host(&clock);
+    cZEL_Scope scope(&visa, host, clock);
+    scope.Attach(1, 2);
+    scope.Tek_Wave_Transfer(false, false);
+    return scope.Waveform;
+}
+
+// Every waveform in the log is what the scope sent, after the driver's processing: the background and
+// the RE as acquired (kept in the text part to two decimals), each point with the background taken off and
+// the processing's two zeroed end samples (kept as floats in the binary block).
+TEST(CliPushSim, LogWaveformsAreTheCurvesTheScopeSent) {
+    TempDir dir;
+    const std::string dump = (dir.path / "curves.jsonl").string();
+    const RunResult r = push(dir, "W1", 6, "--yes --scope-dump " + quote(dump));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+
+    std::vector<std::vector<float>> sent;
+    std::ifstream in(dump);
+    for (std::string line; std::getline(in, line);)
+        sent.push_back(driverWaveform(nlohmann::json::parse(line)));
+    ASSERT_EQ(sent.size(), 8u) << "the background, the RE and six points";
+
+    LoadedLog l(dir.path / "W1.lif.raw.bin");
+    ASSERT_TRUE(l.ok);
+    ASSERT_EQ(l.arrays.points(), 6);
+    const int samples = l.arrays.waves.samplesPerWave();
+    const std::vector<float>& background = sent[0];
+    const auto nearText = [](float logged, float wave) {
+        return std::abs(logged - wave) <= 0.005f + 1e-5f * std::abs(wave);
+    };
+    for (const auto& [logged, wave] :
+         {std::pair{&l.arrays.blank.samples, &sent[0]}, {&l.arrays.re.samples, &sent[1]}}) {
+        ASSERT_EQ(logged->size(), wave->size());
+        for (std::size_t i = 0; i < wave->size(); ++i)
+            ASSERT_PRED2(nearText, (*logged)[i], (*wave)[i]) << i;
+    }
+    for (int p = 0; p < 6; ++p) {
+        std::vector<float> expected = sent[p + 2];
+        ASSERT_EQ(static_cast<int>(expected.size()), samples) << p;
+        for (int i = 0; i < samples; ++i)
+            expected[i] -= background[i];
+        expected[samples - 1] = expected[samples - 2] = 0.0f;
+        const auto logged = l.arrays.waves.wave(p);
+        for (int i = 0; i < samples; ++i)
+            ASSERT_FLOAT_EQ(logged[i], expected[i]) << "point " << p << " sample " << i;
+    }
+}
+
+// The RE area gate against the simulated reference emitter: dim enough blocks the push before anything
+// is recorded; a little dim warns and the push goes on.
+TEST(CliPushSim, DimReferenceEmitter) {
+    const struct {
+        const char* scale;
+        const char* message;
+        bool blocks;
+    } cases[] = {
+        {"0.3", "RE area is below 5000 pVs. Acquisition will NOT be allowed to continue.", true},
+        {"0.75", "RE area is below 7000 pVs. Acquisition will be allowed to continue, but RE suspect.",
+         false},
+    };
+    for (const auto& c : cases) {
+        TempDir dir;
+        const RunResult r = push(dir, "D1", 2, std::string("--yes --re-scale ") + c.scale);
+        EXPECT_NE(r.err.find(std::string(c.message) + "\n"), std::string::npos) << c.scale << r.err;
+        EXPECT_EQ(r.exitCode, c.blocks ? 1 : 0) << c.scale;
+        EXPECT_EQ(r.out.find("point ") == std::string::npos, c.blocks) << c.scale;
+        EXPECT_EQ(fs::is_empty(dir.path), c.blocks) << c.scale;
+    }
+}
+
+// An RE dated 45 minutes back: the age question comes first; Cancel records nothing, OK goes on to the
+// push. A fresh RE is not asked about.
+TEST(CliPushSim, OldREAsksFirst) {
+    const std::string question =
+        "Old RE: RE is older than 30 minutes. Select OK to proceed or Cancel to take new RE.\n";
+    const struct {
+        const char* args;
+        bool asked, pushed;
+    } cases[] = {
+        {"--no --re-age-min 45", true, false},
+        {"--yes --re-age-min 45", true, true},
+        {"--yes --re-age-min 0", false, true},
+    };
+    for (const auto& c : cases) {
+        TempDir dir;
+        const RunResult r = push(dir, "A1", 2, c.args);
+        EXPECT_EQ(r.err.find(question) != std::string::npos, c.asked) << c.args << r.err;
+        EXPECT_EQ(r.exitCode, c.pushed ? 0 : 1) << c.args;
+        if (!c.pushed) {
+            EXPECT_EQ(r.err.find("First Push"), std::string::npos) << "asked after the cancel";
+            EXPECT_TRUE(fs::is_empty(dir.path));
+        } else {
+            EXPECT_TRUE(fs::exists(dir.path / "A1.lif.raw.bin")) << c.args;
+        }
+    }
+}
+
+// What the depth board sends with --noise-every 1 (the stream started at a 50 ms period), for 400 ms.
+std::string depthLineWithNoise() {
+    SimChild sim(ZEL_SIM, {"depth", "--noise-every", "1"});
+    const int fd = ::open(sim.text("depth", "pty").c_str(), O_RDWR | O_NOCTTY);
+    if (fd < 0) return {};
+    termios t{};
+    ::tcgetattr(fd, &t);
+    ::cfmakeraw(&t);
+    ::tcsetattr(fd, TCSANOW, &t);
+    const std::string start = "W0400\rW0532\r";
+    std::string got;
+    if (::write(fd, start.data(), start.size()) == static_cast<ssize_t>(start.size())) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+        char buf[256];
+        while (std::chrono::steady_clock::now() < end) {
+            pollfd p{fd, POLLIN, 0};
+            if (::poll(&p, 1, 50) > 0) {
+                const ssize_t n = ::read(fd, buf, sizeof buf);
+                if (n > 0) got.append(buf, static_cast<std::size_t>(n));
+            }
+        }
+    }
+    ::close(fd);
+    return got;
+}
+
+// Malformed lines between the depth board's readings neither stop the push nor move the depth back.
+TEST(CliPushSim, LineNoiseOnTheDepthLine) {
+    // The noise is on the line: readings and malformed lines alternate.
+    const std::string line = depthLineWithNoise();
+    EXPECT_NE(line.find("0ZZ1G0X\r"), std::string::npos) << line;
+    EXPECT_NE(line.find("\r0000000"), std::string::npos) << line; // a counter reading after it
+
+    TempDir dir;
+    const RunResult r = push(dir, "N1", 8, "--yes --depth-noise 2");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.err.find("Line of error"), std::string::npos) << r.err;
+    LoadedLog l(dir.path / "N1.lif.raw.bin");
+    ASSERT_TRUE(l.ok);
+    ASSERT_EQ(l.arrays.points(), 8);
+    for (int p = 1; p < 8; ++p)
+        EXPECT_GT(l.arrays.columns(point_column::Depth, p), l.arrays.columns(point_column::Depth, p - 1))
+            << p;
+}
+
+} // namespace
+} // namespace zel::e2e
