@@ -111,7 +111,9 @@ TEST(CliFieldPush, AbsentInstrumentsAreReportedWithoutHanging) {
         FieldRig rig;
         ASSERT_TRUE(rig.startAll());
         rig.comm["txtHDAddress"] = "127.0.0.1";
-        rig.portMap = {{1, rig.comm["txtDepthPort"]}};
+        // "/H" keeps the lines at their numbers: the map names them, no real port is touched.
+        rig.portMap = {
+            {1, rig.comm["txtDepthPort"]}, {2, rig.comm["txtDisplayPort"]}, {3, rig.comm["txtGPSPort"]}};
         c.spoil(rig);
         rig.writeOptions();
         const RunResult r = runProgram(push(rig, c.switches));

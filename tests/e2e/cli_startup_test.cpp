@@ -88,8 +88,9 @@ TEST(CliStartup, HdBoardModeAndAbsentSerialDevicesAreReportedWithoutHanging) {
                              std::to_string(hd.port("hd", "record")) + "," +
                              std::to_string(hd.port("hd", "second"));
     rig.comm["cmbDepthSource"] = "0"; // emulation: no line needed
-    rig.comm["txtDisplayPort"] =
-        "/nonexistent/display"; // in HD-board mode the lines stay the defaults anyway
+    // In HD-board mode the lines keep their default numbers, which the port map names.
+    rig.comm["txtDisplayPort"] = "/dev/null";
+    rig.portMap = {{2, "/nonexistent/display"}, {3, "/nonexistent/gps"}};
     rig.writeOptions();
     const RunResult r = runProgram(rig.env() + ZEL_CLI + " startup /H");
     ASSERT_EQ(r.exitCode, 0) << r.err;
@@ -97,7 +98,7 @@ TEST(CliStartup, HdBoardModeAndAbsentSerialDevicesAreReportedWithoutHanging) {
     EXPECT_EQ(j["opened"]["hd"], true);
     EXPECT_EQ(j["opened"]["scope"], false);
     EXPECT_EQ(j["steps"][2], "Initializing HD board...");
-    EXPECT_NE(r.err.find("Field display: cannot open /dev/ttyS1"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("Field display: cannot open /nonexistent/display"), std::string::npos) << r.err;
 
     hd.kill();
     const RunResult gone = runProgram(rig.env() + ZEL_CLI + " startup /H");
