@@ -9,9 +9,19 @@
 #include <QRectF>
 
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace zel::plot {
+
+// A depth range highlighted across the tracks (a callout), labelled at the left of the first track.
+struct DepthBand {
+    double top = 0.0;
+    double bottom = 0.0;
+    Colour colour;
+    std::string label;
+};
 
 struct DepthPlotStyle {
     QFont font;                       // titles and scale labels; the page sets its mode's page font
@@ -19,6 +29,8 @@ struct DepthPlotStyle {
     bool drawTitles = true;           // the title block with unit and range above each track
     double depthScaleWidth = 0;       // 0: derived from the font
     std::optional<double> hoverDepth; // a horizontal cursor line (the screen's hover)
+    std::vector<DepthBand> bands;
+    double lineHeight = 0; // the title block's line height; 0: the font's own (a page fixes it for its scale)
     // Called with every text drawn, so a page's tests can find its titles without reading pixels.
     std::function<void(std::string_view)> textSink;
 };

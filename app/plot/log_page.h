@@ -17,6 +17,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,8 @@ struct PageInput {
     int fontPoints = 11;               // the mode's page font; 0 is taken as 10
     std::optional<DepthWindow> window; // default: the model's default window
     std::string creator;               // e.g. "ZEL 0.1.0"
+    std::span<const float> re;         // the log's RE, drawn behind the callouts' waveforms; may be empty
+    double waveDeltaX = 0.0;           // seconds per sample of the waveforms
 };
 
 // What a render drew: the tests check a page's structure from it rather than its pixels.

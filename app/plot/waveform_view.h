@@ -53,7 +53,9 @@ struct WaveformView {
     std::vector<int> boundaries; // channel boundaries (sample indices); those outside the wave are skipped
     double deltaX = 0.0;         // seconds per sample; 0: the axis is in samples
     std::string title;           // e.g. "Point 120  12.35 ft  %RE 4.1"
-    std::vector<CalloutWave> callouts; // drawn in their slot colours
+    std::vector<CalloutWave> callouts;      // drawn in their slot colours
+    std::vector<std::string> channelLabels; // named between the boundaries, when given
+    std::string depthUnit = "ft";           // of the callouts' ranges in the legend
     QFont font;
     std::function<void(std::string_view)> textSink;
 };

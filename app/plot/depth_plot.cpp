@@ -1,0 +1,226 @@
+#include "app/plot/depth_plot.h"
+
+#include "app/plot/paint_text.h"
+
+#include <QFontMetricsF>
+#include <QPolygonF>
+
+#include <algorithm>
+#include <cmath>
+
+namespace zel::plot {
+namespace {
+
+struct Layout {
+    QRectF depthScale; // the axis column, the full height of rect
+    double titleHeight = 0;
+    std::vector<QRectF> tracks; // the data area of each track, below the title block
+};
+
+Layout layoutOf(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style, double lineHeight,
+                double digitWidth) {
+    Layout l;
+    const bool scale = style.drawDepthScale && !model.settings().hideDepthScale;
+    const double scaleWidth = !scale                      ? 0.0
+                              : style.depthScaleWidth > 0 ? style.depthScaleWidth
+                                                          : 7.0 * digitWidth;
+    l.depthScale = QRectF(rect.left(), rect.top(), scaleWidth, rect.height());
+    l.titleHeight = style.drawTitles ? 3.2 * lineHeight : 0.0;
+    const double left = rect.left() + scaleWidth;
+    const double width = std::max(0.0, rect.width() - scaleWidth);
+    double total = 0;
+    for (const Track& t : model.tracks())
+        total += t.width > 0 ? t.width : 1.0;
+    double x = left;
+    const double top = rect.top() + l.titleHeight;
+    const double height = std::max(0.0, rect.height() - l.titleHeight);
+    for (const Track& t : model.tracks()) {
+        const double w = total > 0 ? width * (t.width > 0 ? t.width : 1.0) / total : 0.0;
+        l.tracks.emplace_back(x, top, w, height);
+        x += w;
+    }
+    return l;
+}
+
+QColor qcolour(Colour c) {
+    return QColor(c.r, c.g, c.b);
+}
+
+std::vector<double> valueTicks(const Track& t) {
+    if (t.scale == Scale::Log) {
+        std::vector<double> out;
+        const int lo = static_cast<int>(std::ceil(std::log10(t.min) - 1e-9));
+        const int hi = static_cast<int>(std::floor(std::log10(t.max) + 1e-9));
+        for (int e = lo; e <= hi && out.size() < 40; ++e)
+            out.push_back(std::pow(10.0, e));
+        return out;
+    }
+    return niceTicks(t.min, t.max, 4);
+}
+
+void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& model,
+                const DepthWindow& window, double lineWidth) {
+    const PlotSettings& s = model.settings();
+    p.save();
+    p.setClipRect(r);
+    p.fillRect(r, Qt::white);
+
+    if (s.grid) {
+        p.setPen(QPen(QColor(215, 215, 215), lineWidth * 0.6));
+        for (double v : valueTicks(t)) {
+            const double x = r.left() + t.fraction(v) * r.width();
+            p.drawLine(QPointF(x, r.top()), QPointF(x, r.bottom()));
+        }
+        const int count = std::max(2, static_cast<int>(r.height() / (lineWidth * 60.0)));
+        for (double d : niceTicks(window.top, window.bottom, count)) {
+            const double y = window.toY(d, r.top(), r.height());
+            p.drawLine(QPointF(r.left(), y), QPointF(r.right(), y));
+        }
+    }
+
+    const int rows = std::max(1, static_cast<int>(std::ceil(r.height())));
+    const double rowHeight = r.height() / rows;
+    const std::vector<RowExtent> ext = decimateRows(t.depth, t.values, window, rows, t.floor);
+    const auto xOf = [&](double v) { return r.left() + t.fraction(v) * r.width(); };
+
+    if (t.filled) {
+        const bool colours = !s.printBlack && t.fill.size() == t.values.size();
+        const QColor solid = s.printBlack ? QColor(64, 64, 64) : QColor(160, 160, 160);
+        for (int row = 0; row < rows; ++row) {
+            const RowExtent& e = ext[static_cast<std::size_t>(row)];
+            if (e.empty()) continue;
+            const QColor c = colours ? qcolour(t.fill[static_cast<std::size_t>(e.maxPoint)]) : solid;
+            // The row is overdrawn by half a row on each side so that no hairline gaps show between rows.
+            p.fillRect(QRectF(r.left(), r.top() + row * rowHeight - rowHeight * 0.5, xOf(e.max) - r.left(),
+                              rowHeight * 2.0),
+                       c);
+        }
+    }
+
+    QPolygonF curve;
+    curve.reserve(rows * 2);
+    for (int row = 0; row < rows; ++row) {
+        const RowExtent& e = ext[static_cast<std::size_t>(row)];
+        if (e.empty()) continue;
+        const double y = r.top() + (row + 0.5) * rowHeight;
+        // Draw the row's extremes in depth order, so the line joins the neighbouring rows the way it came.
+        const bool minFirst = e.minPoint <= e.maxPoint;
+        curve << QPointF(xOf(minFirst ? e.min : e.max), y);
+        if (e.min != e.max) curve << QPointF(xOf(minFirst ? e.max : e.min), y);
+    }
+    p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(t.pen), lineWidth));
+    if (curve.size() == 1)
+        p.drawPoint(curve.front());
+    else if (!curve.isEmpty())
+        p.drawPolyline(curve);
+
+    QPen dashed(QColor(200, 0, 0), lineWidth, Qt::DashLine);
+    p.setPen(dashed);
+    for (double v : t.references) {
+        const double x = xOf(v);
+        p.drawLine(QPointF(x, r.top()), QPointF(x, r.bottom()));
+    }
+    p.restore();
+    p.setPen(QPen(Qt::black, lineWidth));
+    p.setBrush(Qt::NoBrush);
+    p.drawRect(r);
+}
+
+QString rangeText(double v) {
+    return QString::number(v, 'g', 4);
+}
+
+} // namespace
+
+std::vector<QRectF> trackRects(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style) {
+    const QFontMetricsF fm(style.font);
+    return layoutOf(rect, model, style, fm.height(), fm.horizontalAdvance(QLatin1Char('0'))).tracks;
+}
+
+void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, const DepthWindow& window,
+                    const DepthPlotStyle& style) {
+    if (!(rect.width() > 0) || !(rect.height() > 0) || !(window.span() > 0)) return;
+    p.save();
+    p.setFont(style.font);
+    const QFontMetricsF fm(style.font, p.device());
+    const double lh = style.lineHeight > 0 ? style.lineHeight : fm.height();
+    const Layout l = layoutOf(rect, model, style, lh, fm.horizontalAdvance(QLatin1Char('0')));
+    // A hairline scaled with the font, so screen, 300 dpi PDF and JPG look alike.
+    const double lineWidth = std::max(1.0, lh / 14.0);
+    const TextSink sink{style.textSink};
+
+    const auto& tracks = model.tracks();
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        const Track& t = tracks[i];
+        const QRectF& r = l.tracks[i];
+        paintTrack(p, r, t, model, window, lineWidth);
+        if (style.drawTitles) {
+            p.setPen(Qt::black);
+            const QRectF title(r.left(), rect.top(), r.width(), lh);
+            drawText(p, title, Qt::AlignHCenter | Qt::AlignVCenter, QString::fromStdString(t.title), sink);
+            const QString unit = QString::fromStdString(t.unit) + (t.scale == Scale::Log ? " (log)" : "");
+            drawText(p, title.translated(0, lh), Qt::AlignHCenter | Qt::AlignVCenter, unit, sink);
+            const QRectF range = title.translated(0, 2 * lh).adjusted(lh * 0.15, 0, -lh * 0.15, 0);
+            drawText(p, range, Qt::AlignLeft | Qt::AlignVCenter, rangeText(t.min), sink);
+            drawText(p, range, Qt::AlignRight | Qt::AlignVCenter, rangeText(t.max), sink);
+        }
+    }
+    if (tracks.empty()) return p.restore();
+
+    const double left = l.tracks.front().left();
+    const double right = l.tracks.back().right();
+    const double top = l.tracks.front().top();
+    const double height = l.tracks.front().height();
+
+    for (const DepthBand& b : style.bands) {
+        const double ya = window.toY(std::min(b.top, b.bottom), top, height);
+        const double yb = window.toY(std::max(b.top, b.bottom), top, height);
+        if (!(yb >= top) || !(ya <= top + height)) continue; // outside the window (or not a number)
+        const double y0 = std::max(ya, top);
+        const double y1 = std::min(yb, top + height);
+        QColor c = qcolour(b.colour);
+        c.setAlpha(60);
+        p.fillRect(QRectF(left, y0, right - left, std::max(y1 - y0, lineWidth)), c);
+        c.setAlpha(255);
+        p.setPen(QPen(c, lineWidth * 2));
+        p.drawLine(QPointF(left + lineWidth, y0),
+                   QPointF(left + lineWidth, y0 + std::max(y1 - y0, lineWidth)));
+        drawText(p, QRectF(left + 3 * lineWidth, y0, right - left, lh), Qt::AlignLeft | Qt::AlignTop,
+                 QString::fromStdString(b.label), sink);
+    }
+
+    if (model.settings().referenceDepth) {
+        const double y = window.toY(*model.settings().referenceDepth, top, height);
+        if (y >= top && y <= top + height) {
+            p.setPen(QPen(QColor(0, 0, 200), lineWidth, Qt::DashLine));
+            p.drawLine(QPointF(left, y), QPointF(right, y));
+        }
+    }
+
+    if (l.depthScale.width() > 0) {
+        p.setPen(QPen(Qt::black, lineWidth));
+        const double x = l.depthScale.right();
+        const QString unitTitle = QStringLiteral("Depth (%1)").arg(QString::fromLatin1(model.depthUnit()));
+        drawText(p, QRectF(l.depthScale.left(), rect.top(), l.depthScale.width(), l.titleHeight),
+                 Qt::AlignCenter | Qt::TextWordWrap, unitTitle, sink);
+        const int count = std::max(2, static_cast<int>(height / (3.0 * lh)));
+        const std::vector<double> ticks = niceTicks(window.top, window.bottom, count);
+        for (double d : ticks) {
+            const double y = window.toY(d, top, height);
+            p.drawLine(QPointF(x - lh * 0.3, y), QPointF(x, y));
+            drawText(p, QRectF(l.depthScale.left(), y - lh / 2, l.depthScale.width() - lh * 0.4, lh),
+                     Qt::AlignRight | Qt::AlignVCenter, QString::number(d, 'g', 6), sink);
+        }
+    }
+
+    if (style.hoverDepth) {
+        const double y = window.toY(*style.hoverDepth, top, height);
+        if (y >= top && y <= top + height) {
+            p.setPen(QPen(QColor(0, 0, 0, 160), lineWidth, Qt::DotLine));
+            p.drawLine(QPointF(left, y), QPointF(right, y));
+        }
+    }
+    p.restore();
+}
+
+} // namespace zel::plot
