@@ -19,6 +19,7 @@ constexpr double kHeaderLines = 8.5;
 constexpr double kHiddenHeaderLines = 2.0;
 constexpr double kFooterLines = 1.5;
 constexpr double kTrackTitleLines = 3.2; // depth_plot's title block
+constexpr double kPlotFontScale = 0.85;  // the plot's text against the header's
 
 int fontPoints(const PageInput& in) {
     return in.fontPoints > 0 ? in.fontPoints : 10;
@@ -61,7 +62,7 @@ DepthWindow pageWindow(const PageInput& in, double plotDataInches, int page) {
 }
 
 double plotDataInches(const PageGeometry& g, double dpi) {
-    return std::max(0.0, g.plot.height() - kTrackTitleLines * g.lh) / dpi;
+    return std::max(0.0, g.plot.height() - kTrackTitleLines * kPlotFontScale * g.lh) / dpi;
 }
 
 QString qs(const std::string& s) {
@@ -196,8 +197,8 @@ void renderLogPage(QPainter& p, const QRectF& rect, double dpi, const PageInput&
 
     DepthPlotStyle style;
     style.font = font;
-    style.font.setPointSizeF(fontPoints(in) * 0.85);
-    style.lineHeight = g.lh * 0.85;
+    style.font.setPointSizeF(fontPoints(in) * kPlotFontScale);
+    style.lineHeight = g.lh * kPlotFontScale;
     style.textSink = collect;
     for (const CalloutWave& c : in.callouts)
         style.bands.push_back({c.top, c.bottom, calloutSlotColour(c.slot), c.caption});

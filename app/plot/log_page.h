@@ -24,6 +24,9 @@
 namespace zel::plot {
 
 struct PageInput {
+    PageInput(const cZEL_Data& log, const PlotModel& model, std::vector<CalloutWave> callouts = {})
+        : log(log), model(model), callouts(std::move(callouts)) {}
+
     const cZEL_Data& log;
     const PlotModel& model;
     std::vector<CalloutWave> callouts;

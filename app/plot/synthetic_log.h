@@ -10,7 +10,7 @@
 #include <cmath>
 #include <vector>
 
-namespace zel::plot::testing {
+namespace zel::plot::synthetic {
 
 inline constexpr double kStep = 0.05;
 
@@ -76,4 +76,4 @@ inline void fillSyntheticLog(cZEL_Data& log, LogArrays& a, int points, int sampl
     a.re.deltaX = 8e-10f;
 }
 
-} // namespace zel::plot::testing
+} // namespace zel::plot::synthetic
