@@ -6,17 +6,11 @@
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/cli/command.h"
-#include "app/cli/sim_children.h"
+#include "app/cli/field_rig.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
-#include "instruments/depth/depth.h"
-#include "instruments/gps/gps.h"
 #include "instruments/platform/event_loop_host.h"
-#include "instruments/platform/qt_byte_stream.h"
-#include "instruments/platform/qt_serial_port.h"
-#include "instruments/scope/scope.h"
-#include "instruments/visa/net_visa.h"
 #include "settings/memory_form.h"
 
 #include <QCoreApplication>
@@ -51,96 +45,6 @@ QCoreApplication& qtApp() {
     return app;
 }
 
-class ScopeAdapter : public acq::Scope {
-public:
-    explicit ScopeAdapter(cZEL_Scope& s) : s_(s) {}
-    void ReadSetup() override { s_.Tek_Wave_Info(); }
-    bool Acquire(std::string_view source, Waveform& wave) override {
-        if (!s_.Connected) return false;
-        if (source == "CH2") {
-            std::int32_t status = 0;
-            s_.Tek_Wave_Acq(false, false, status);
-            lastStatus_ = status;
-            if (status != 1) return false;
-        } else {
-            s_.Tek_DataSource(std::string(source));
-            s_.Tek_Wave_Transfer(false, false);
-            s_.Tek_DataSource("CH2");
-        }
-        if (s_.Waveform.empty()) return false;
-        wave.samples = s_.Waveform;
-        wave.deltaX = s_.Wave_DeltaX;
-        wave.delay = s_.HorizontalDelay;
-        return true;
-    }
-    void StoreReference(std::string_view source, std::string_view memory) override {
-        s_.Tek_SaveWaveInternal(std::string(source), std::string(memory));
-    }
-    int Status() override { return s_.Connected && lastStatus_ == 1 ? 1 : 0; }
-    double Delay() override { return s_.HorizontalDelay; }
-    void SetDelay(double seconds) override { s_.Tek_DelayTime(static_cast<float>(seconds), false); }
-    void StartPush() override { s_.Tek_State_Run(); }
-    void StopPush() override {}
-
-private:
-    cZEL_Scope& s_;
-    int lastStatus_ = 1;
-};
-
-class NoBoard : public acq::Board {
-public:
-    bool InUse() const override { return false; }
-    void EnterReferenceState() override {}
-    acq::FirmwareVersion Firmware() override { return {}; }
-    void StartPush() override {}
-    void StopPush() override {}
-    void WaitTrigger() override {}
-    std::array<float, 2> AuxValues() override { return {}; }
-};
-
-class DepthAdapter : public acq::PushDepth {
-public:
-    DepthAdapter(cZEL_Depth& d, Host& host, bool metric, std::function<bool()> ended)
-        : d_(d), host_(host), metric_(metric), ended_(std::move(ended)) {}
-    bool StatusGood() override { return d_.StatusOK; }
-    void Reset(float) override { d_.Push_Begin(); }
-    // Depth lines arrive as serial events; letting the event loop run delivers them.
-    // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
-    void Read() override { host_.sleepMs(5); }
-    float Current() override { return metric_ ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
-    float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
-    float Conductivity() override { return d_.Conductivity; }
-    int Mode() override { return static_cast<int>(d_.Source()); }
-    bool EndOfPush() override { return ended_(); }
-    void Pause() override { d_.DepthPause = true; }
-    void Resume() override { d_.DepthPause = false; }
-    float StopDepth() override { return 1e9f; }
-    void SetRatePerMinute(double) override {}
-    void StopEmulation() override { d_.Emulate_Pause(); }
-
-private:
-    cZEL_Depth& d_;
-    Host& host_;
-    bool metric_;
-    std::function<bool()> ended_;
-};
-
-class GpsAdapter : public acq::Gps {
-public:
-    explicit GpsAdapter(cZEL_GPS& g) : g_(g) {}
-    acq::Position Current() override { return {g_.Latitude_Dec, g_.Longitude_Dec, g_.QualityIndicator > 0}; }
-
-private:
-    cZEL_GPS& g_;
-};
-
-class NoDisplay : public acq::FieldDisplay {
-public:
-    void ShowText(std::string_view) override {}
-    void ShowPoint(float, float) override {}
-    void ShowPause(bool) override {}
-};
-
 int runPush(const PushArgs& a) {
     if (!a.sim) {
         std::cerr << "zel-cli push: only --sim is available; a push with the configured instruments is not "
@@ -154,39 +58,14 @@ int runPush(const PushArgs& a) {
     platform::EventLoopHost host(console);
     SystemClock clock;
 
-    const std::string sim = simProgramPath();
-    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
-    if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
-    SimChild scopeSim(sim, scopeArgs);
-    SimChild depthSim(sim, {"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")});
-    SimChild gpsSim(sim, {"gps"});
-    if (!scopeSim.running() || !depthSim.running() || !gpsSim.running()) {
-        std::cerr << "zel-cli push: the simulators did not start (" << sim << ")\n";
+    SimRigOptions rigOptions;
+    rigOptions.rateFtPerS = a.rateFtPerS;
+    rigOptions.sweepMs = a.sweepMs;
+    SimRig rig(host, clock, rigOptions);
+    if (!rig.error().empty()) {
+        std::cerr << "zel-cli push: " << rig.error() << "\n";
         return 1;
     }
-
-    visa::NetVisa visa(platform::qtByteStreamFactory(),
-                       {static_cast<std::uint16_t>(scopeSim.port("scope", "portmap")), 2000});
-    cZEL_Scope scope(&visa, host, clock);
-    scope.Init("127.0.0.1");
-    if (!scope.Connected) {
-        std::cerr << "zel-cli push: no scope\n";
-        return 1;
-    }
-
-    const std::string depthPty = depthSim.text("depth", "pty");
-    platform::QtSerialPort depthPort;
-    platform::QtTimer depthTimer;
-    cZEL_Depth depth(host, clock, depthPort, depthTimer, [depthPty](int) { return depthPty; });
-    // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
-    depth.Int_CalVal = 1.0f;
-    depth.Int_UpdateTimeMS = 100;
-    if (!depth.Init(static_cast<int>(DepthSource::Interface), 1, 0, false)) return 1;
-    depth.Int_StreamStart();
-
-    platform::QtSerialPort gpsPort;
-    cZEL_GPS gps(clock);
-    gps.Open(gpsPort, gpsSim.text("gps", "pty"));
 
     std::filesystem::create_directories(a.out);
     MemoryFormSet forms;
@@ -195,17 +74,14 @@ int runPush(const PushArgs& a) {
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out);
-    ScopeAdapter scopeAdapter(scope);
-    NoBoard board;
     int taken = 0;
-    DepthAdapter depthAdapter(depth, host, a.metric, [&] { return taken >= a.points; });
-    GpsAdapter gpsAdapter(gps);
-    NoDisplay display;
+    rig.depth().metric = a.metric;
+    rig.depth().ended = [&] { return taken >= a.points; };
 
-    acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    acq::ReferenceControl reference(host, clock, rig.scope(), rig.board(), rig.depth());
     reference.Mode = a.mode;
-    acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
-                          recorder);
+    acq::PushControl push(host, clock, reference, rig.scope(), rig.board(), rig.depth(), rig.gps(),
+                          rig.display(), recorder);
     push.Settings.metric = a.metric;
     push.Settings.startDepth = -1.0f;
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
