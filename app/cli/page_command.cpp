@@ -5,6 +5,7 @@
 #include "app/plot/log_page.h"
 #include "app/plot/plot_model.h"
 #include "app/plot/plot_settings_view.h"
+#include "app/plot/point_values.h"
 #include "app/plot/waveform_view.h"
 #include "common/clock.h"
 #include "common/console_host.h"
@@ -84,6 +85,15 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
         CalloutDisplay display;
         std::string label;
         LoadCalloutScheme(plt, scheme, log, display, label);
+    }
+
+    // A loaded log has its waveforms but not the push's per-point values: they are computed again.
+    if (!plot::hasPointValues(arrays)) {
+        const plot::PointValueSetup setup{ctx.modeId, source.labels[0] == "Sctr"};
+        if (!plot::computePointValues(log, arrays, setup, host)) {
+            reason = "its waveforms could not be processed";
+            return false;
+        }
     }
 
     const plot::PlotModel model = plot::PlotModel::build(source, settings);

@@ -80,39 +80,86 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
 
     const int rows = std::max(1, static_cast<int>(std::ceil(r.height())));
     const double rowHeight = r.height() / rows;
-    const std::vector<RowExtent> ext = decimateRows(t.depth, t.values, window, rows, t.floor);
     const auto xOf = [&](double v) { return r.left() + t.fraction(v) * r.width(); };
+
+    // The rows holding points, in depth order. A row whose values all lie below the floor is a gap; so is
+    // a depth step much longer than the log's usual one (a clipped or missing stretch), which the curve
+    // and the fill do not bridge.
+    struct RowPoint {
+        double y;
+        float min, max;
+        int minPoint, maxPoint;
+        bool gapBefore;
+    };
+    std::vector<RowPoint> pts;
+    {
+        const std::vector<RowExtent> ext = decimateRows(t.depth, t.values, window, rows);
+        const double maxStep = 3.0 * model.pointSpacing();
+        bool gap = true;
+        int lastPoint = -1;
+        for (int row = 0; row < rows; ++row) {
+            const RowExtent& e = ext[static_cast<std::size_t>(row)];
+            if (e.empty()) continue;
+            if (t.floor && e.max < *t.floor) {
+                gap = true;
+                continue;
+            }
+            const int first = std::min(e.minPoint, e.maxPoint);
+            if (lastPoint >= 0 && std::fabs(double(t.depth[static_cast<std::size_t>(first)]) -
+                                            t.depth[static_cast<std::size_t>(lastPoint)]) > maxStep)
+                gap = true;
+            const float lo = t.floor ? std::max(e.min, static_cast<float>(*t.floor)) : e.min;
+            pts.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
+            gap = false;
+            lastPoint = std::max(e.minPoint, e.maxPoint);
+        }
+    }
 
     if (t.filled) {
         const bool colours = !s.printBlack && t.fill.size() == t.values.size();
         const QColor solid = s.printBlack ? QColor(64, 64, 64) : QColor(160, 160, 160);
-        for (int row = 0; row < rows; ++row) {
-            const RowExtent& e = ext[static_cast<std::size_t>(row)];
-            if (e.empty()) continue;
-            const QColor c = colours ? qcolour(t.fill[static_cast<std::size_t>(e.maxPoint)]) : solid;
+        const auto colourOf = [&](const RowPoint& q) {
+            return colours ? qcolour(t.fill[static_cast<std::size_t>(q.maxPoint)]) : solid;
+        };
+        p.setPen(Qt::NoPen);
+        for (std::size_t i = 0; i < pts.size(); ++i) {
+            const RowPoint& a = pts[i];
+            const QColor c = colourOf(a);
             // The row is overdrawn by half a row on each side so that no hairline gaps show between rows.
-            p.fillRect(QRectF(r.left(), r.top() + row * rowHeight - rowHeight * 0.5, xOf(e.max) - r.left(),
-                              rowHeight * 2.0),
-                       c);
+            p.fillRect(QRectF(r.left(), a.y - rowHeight, xOf(a.max) - r.left(), rowHeight * 2.0), c);
+            if (i + 1 == pts.size() || pts[i + 1].gapBefore || pts[i + 1].y - a.y <= 1.5 * rowHeight)
+                continue;
+            // Points further apart than a row: each fills its half of the way to the next.
+            const RowPoint& b = pts[i + 1];
+            const double ym = (a.y + b.y) / 2.0;
+            const double xm = (xOf(a.max) + xOf(b.max)) / 2.0;
+            p.setBrush(c);
+            p.drawPolygon(QPolygonF{
+                {QPointF(r.left(), a.y), QPointF(xOf(a.max), a.y), QPointF(xm, ym), QPointF(r.left(), ym)}});
+            p.setBrush(colourOf(b));
+            p.drawPolygon(QPolygonF{
+                {QPointF(r.left(), ym), QPointF(xm, ym), QPointF(xOf(b.max), b.y), QPointF(r.left(), b.y)}});
         }
+        p.setBrush(Qt::NoBrush);
     }
 
-    QPolygonF curve;
-    curve.reserve(rows * 2);
-    for (int row = 0; row < rows; ++row) {
-        const RowExtent& e = ext[static_cast<std::size_t>(row)];
-        if (e.empty()) continue;
-        const double y = r.top() + (row + 0.5) * rowHeight;
-        // Draw the row's extremes in depth order, so the line joins the neighbouring rows the way it came.
-        const bool minFirst = e.minPoint <= e.maxPoint;
-        curve << QPointF(xOf(minFirst ? e.min : e.max), y);
-        if (e.min != e.max) curve << QPointF(xOf(minFirst ? e.max : e.min), y);
-    }
     p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(t.pen), lineWidth));
-    if (curve.size() == 1)
-        p.drawPoint(curve.front());
-    else if (!curve.isEmpty())
-        p.drawPolyline(curve);
+    QPolygonF curve;
+    const auto flush = [&] {
+        if (curve.size() == 1)
+            p.drawPoint(curve.front());
+        else if (!curve.isEmpty())
+            p.drawPolyline(curve);
+        curve.clear();
+    };
+    for (const RowPoint& q : pts) {
+        if (q.gapBefore) flush();
+        // The row's extremes in depth order, so the line joins the neighbouring rows the way it came.
+        const bool minFirst = q.minPoint <= q.maxPoint;
+        curve << QPointF(xOf(minFirst ? q.min : q.max), q.y);
+        if (q.min != q.max) curve << QPointF(xOf(minFirst ? q.max : q.min), q.y);
+    }
+    flush();
 
     QPen dashed(QColor(200, 0, 0), lineWidth, Qt::DashLine);
     p.setPen(dashed);

@@ -117,6 +117,8 @@ public:
     double dataTop() const { return dataTop_; }
     double dataBottom() const { return dataBottom_; }
     DepthWindow defaultWindow() const;
+    // The log's usual depth step (the median of its steps).
+    double pointSpacing() const { return spacing_; }
 
     // The values of every track at the point nearest depth, if one lies within tolerance (depth units; by
     // default twice the median point spacing).

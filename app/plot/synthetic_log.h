@@ -55,10 +55,15 @@ inline void fillSyntheticLog(cZEL_Data& log, LogArrays& a, int points, int sampl
         row[point_column::Ch1 + 2] = 0.3f;
         row[point_column::Ch1 + 3] = tilt;
         auto w = a.waves.row(p);
+        // A quiet lead-in, then four pulses that rise at once and decay, each channel weaker than the last.
+        const int lead = samples / 20;
+        const int width = std::max(1, (samples - 2 * lead) / 4);
         for (int i = 0; i < samples; ++i) {
-            const int pulse = i / std::max(1, samples / 4);
-            const int t = i - pulse * std::max(1, samples / 4);
-            w[static_cast<std::size_t>(i)] = static_cast<float>(signal * std::exp(-t / 12.0) / (1 + pulse));
+            const int t = i - lead;
+            const int pulse = t < 0 ? -1 : std::min(3, t / width);
+            w[static_cast<std::size_t>(i)] =
+                pulse < 0 ? 0.0f
+                          : static_cast<float>(signal * std::exp(-(t - pulse * width) / 12.0) / (1 + pulse));
         }
         if (presFlow) {
             auto pf = a.presFlow.row(p);
