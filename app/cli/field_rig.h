@@ -31,6 +31,8 @@ public:
     virtual acq::FieldDisplay& display() = 0;
     // The simulated scope has no reference emitter nor dark input: no background, RE area exemption.
     virtual bool simulated() const = 0;
+    // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
+    virtual void setMetric(bool metric) = 0;
 };
 
 class ScopeAdapter : public acq::Scope {
@@ -126,6 +128,9 @@ public:
     acq::Gps& gps() override { return *gpsAdapter_; }
     acq::FieldDisplay& display() override { return display_; }
     bool simulated() const override { return true; }
+    void setMetric(bool metric) override {
+        if (depthAdapter_) depthAdapter_->metric = metric;
+    }
 
 private:
     std::string error_;
