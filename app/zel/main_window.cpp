@@ -3,7 +3,7 @@
 #include "acquisition/acquisition_settings.h"
 #include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
-#include "app/zel/point_values.h"
+#include "app/plot/point_values.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -630,12 +630,15 @@ bool MainWindow::loadLog(const std::string& path) {
     request.plot = {&forms_, &plotWindows_};
     if (session_.initialDir.empty()) session_.initialDir = options_->InitDir;
     const LoadResult r = Load_File(request, session_, {log_, arrays_, ctx_}, host_);
+    loadedFromPush_ = false;
     if (r.outcome != LoadOutcome::Loaded) {
         // A failed read may have left part of a log: show what is there rather than a stale plot.
         if (r.outcome == LoadOutcome::Failed) refreshPlot(false);
         return false;
     }
-    fillLoadedPointValues(log_, arrays_, ctx_, host_);
+    // The raw log has the waveforms but not the push's per-point values: the display computes them again.
+    if (!plot::hasPointValues(arrays_))
+        plot::computePointValues(log_, arrays_, {ctx_.modeId, settings_.labels[0] == "Sctr"}, host_);
     const std::string folder = std::filesystem::path(r.path).parent_path().string();
     options_->SaveInitDir(folder);
     session_.initialDir = folder;
@@ -715,7 +718,7 @@ bool MainWindow::requireLog(bool withPoints) {
 
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
-    if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, pointValuesPresent(arrays_)))
+    if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, loadedFromPush_))
         status(QStringLiteral("Data exported to %1").arg(qs(*path)));
 }
 
@@ -982,6 +985,7 @@ bool MainWindow::startPush() {
     updateActions();
     status(QStringLiteral("Push starting: %1").arg(qs(*path)));
     const bool started = push_->StartPush();
+    loadedFromPush_ = started;
     pushing_ = false;
     refreshPlot(true);
     showLogInfo();
@@ -1046,10 +1050,13 @@ void MainWindow::recoverFromTempFile() {
     const auto header = host_.openFileDialog(r);
     if (!header) return;
     const RecoveryResult result = RecoverFromTempFile(temp->path, header->path, log_, arrays_, ctx_, host_);
+    loadedFromPush_ = false;
     if (!result.ok) {
         refreshPlot(false);
         return;
     }
+    if (!plot::hasPointValues(arrays_))
+        plot::computePointValues(log_, arrays_, {ctx_.modeId, settings_.labels[0] == "Sctr"}, host_);
     addRecent(result.recoveredPath);
     refreshPlot(false);
     showLogInfo();

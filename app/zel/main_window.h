@@ -159,6 +159,8 @@ private:
     std::unique_ptr<acq::PushControl> push_;
     bool pushing_ = false;
     bool closeAfterPush_ = false;
+    // The per-point values are the push's own (not computed again from a loaded log's waveforms).
+    bool loadedFromPush_ = false;
     qint64 lastLiveRefreshMs_ = 0;
     std::string lastLogName_;
 
