@@ -90,10 +90,8 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     // A loaded log has its waveforms but not the push's per-point values: they are computed again.
     if (!plot::hasPointValues(arrays)) {
         const plot::PointValueSetup setup{ctx.modeId, source.labels[0] == "Sctr"};
-        if (!plot::computePointValues(log, arrays, setup, host)) {
-            reason = "its waveforms could not be processed";
-            return false;
-        }
+        // A log whose waveforms cannot be processed still gets its page, with the %RE track empty.
+        plot::computePointValues(log, arrays, setup, host);
     }
 
     const plot::PlotModel model = plot::PlotModel::build(source, settings);
