@@ -174,7 +174,7 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
 }
 
 QString rangeText(double v) {
-    return QString::number(v, 'g', 4);
+    return QString::number(v, 'g', 6);
 }
 
 } // namespace

@@ -71,16 +71,17 @@ bool keepDepth(float d, const PlotSettings& s) {
 
 // Reads one value per point from a matrix column, dropping the points outside the clip depths. A column
 // the matrix does not have reads as NaN (not drawn), so a short table never reads out of bounds.
-void fillFromColumns(Track& t, const PointMatrix& m, int depthColumn, int valueColumn,
-                     const PlotSettings& s) {
+void fillFromColumns(Track& t, const PointMatrix& m, int depthColumn, int valueColumn, const PlotSettings& s,
+                     const PointMatrix* depthFrom = nullptr) {
     const int n = m.points();
-    const bool hasDepth = depthColumn >= 0 && depthColumn < m.width();
+    const PointMatrix& dm = depthFrom ? *depthFrom : m;
+    const bool hasDepth = depthColumn >= 0 && depthColumn < dm.width() && dm.points() >= n;
     const bool hasValue = valueColumn >= 0 && valueColumn < m.width();
     if (!hasDepth) return;
     t.depth.reserve(static_cast<std::size_t>(n));
     t.values.reserve(static_cast<std::size_t>(n));
     for (int p = 0; p < n; ++p) {
-        const float d = m(depthColumn, p);
+        const float d = dm(depthColumn, p);
         if (!keepDepth(d, s)) continue;
         t.depth.push_back(d);
         t.values.push_back(hasValue ? m(valueColumn, p) : kNaN);
@@ -249,6 +250,16 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
     }
 
     const bool presFlow = src.log.PresFlow() && a.presFlow.points() > 0;
+    // A push keeps each pressure/flow point's own depth; a raw log's lists do not, and its points are then
+    // the log's own points.
+    static_assert(presflow_column::Depth == point_column::Depth);
+    const PointMatrix* pfDepth = nullptr;
+    if (presFlow) {
+        bool ownDepth = false;
+        for (int p = 0; p < a.presFlow.points() && !ownDepth; ++p)
+            ownDepth = a.presFlow(presflow_column::Depth, p) != 0.0f;
+        if (!ownDepth && cols.points() == a.presFlow.points()) pfDepth = &cols;
+    }
     if (presFlow) {
         // The four curves: downward pressure, flow, upward pressure and the injection time.
         struct Curve {
@@ -268,7 +279,7 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
             if (!sw.shown) continue;
             Track t = makeTrack(static_cast<TrackKind>(static_cast<int>(TrackKind::PresFlow0) + int(i)),
                                 kCurves[i].title, kCurves[i].unit, s.secondaryWidth);
-            fillFromColumns(t, a.presFlow, presflow_column::Depth, kCurves[i].column, s);
+            fillFromColumns(t, a.presFlow, presflow_column::Depth, kCurves[i].column, s, pfDepth);
             setRange(t, sw.manual, sw.min, sw.max, sw.logScale);
             t.pen = kCurves[i].pen;
             m.tracks_.push_back(std::move(t));
@@ -276,7 +287,7 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         if (s.kEstimate) {
             Track t = makeTrack(TrackKind::KEstimate, m.metric_ ? "est. K (m/day)" : "est. K (ft/day)",
                                 m.metric_ ? "m/day" : "ft/day", s.secondaryWidth);
-            fillFromColumns(t, a.presFlow, presflow_column::Depth, presflow_column::KEstimate, s);
+            fillFromColumns(t, a.presFlow, presflow_column::Depth, presflow_column::KEstimate, s, pfDepth);
             // K spans decades and is never stored below 0.1.
             setRange(t, false, 0, 0, true);
             t.min = std::min(t.min, 0.1);

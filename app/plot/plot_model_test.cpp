@@ -158,6 +158,16 @@ TEST_F(PlotModelTest, TracksFollowTheSwitchesAndTheLogsUnit) {
     EXPECT_EQ(build(s).track(TrackKind::PresFlow0), nullptr);
 }
 
+TEST_F(PlotModelTest, PressureFlowPointsOfALoadedLogTakeTheLogsDepths) {
+    for (int p = 0; p < arrays.presFlow.points(); ++p) // a raw log's lists carry no depth of their own
+        arrays.presFlow(presflow_column::Depth, p) = 0.0f;
+    PlotSettings s;
+    s.presFlow[1].shown = true;
+    const PlotModel m = build(s);
+    EXPECT_EQ(m.track(TrackKind::PresFlow1)->depth, m.track(TrackKind::Signal)->depth);
+    EXPECT_EQ(m.track(TrackKind::KEstimate)->depth, m.track(TrackKind::Signal)->depth);
+}
+
 TEST_F(PlotModelTest, ReadOutTakesTheNearestPointWithinTolerance) {
     const PlotModel m = build(PlotSettings{});
     const PointReadout r = m.valuesAt(3.01);
