@@ -85,6 +85,12 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
         CalloutDisplay display;
         std::string label;
         LoadCalloutScheme(plt, scheme, log, display, label);
+        // The text the user gave a callout names it on the page when it has no caption of its own.
+        for (int slot = 0; slot < cZEL_Data::kCalloutSlots; ++slot) {
+            const std::string& text = display.text[static_cast<std::size_t>(slot)];
+            if (log.Callout_Caption(slot).empty() && !text.empty() && text != " ")
+                log.Callout_Caption(slot, text);
+        }
     }
 
     // A loaded log has its waveforms but not the push's per-point values: they are computed again.

@@ -173,6 +173,27 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
     p.drawRect(r);
 }
 
+// A title centred in its track, in a smaller font when the track is narrow, cut short only as a last resort.
+void drawFitted(QPainter& p, const QRectF& r, const QString& text, const TextSink& sink) {
+    const QFont original = p.font();
+    const QFontMetricsF fm(original, p.device());
+    const double room = r.width() * 0.95;
+    const double needed = fm.horizontalAdvance(text);
+    if (needed <= room) return drawText(p, r, Qt::AlignHCenter | Qt::AlignVCenter, text, sink);
+    QFont smaller = original;
+    smaller.setPointSizeF(original.pointSizeF() * std::max(0.65, room / needed));
+    p.setFont(smaller);
+    const QFontMetricsF small(smaller, p.device());
+    if (small.horizontalAdvance(text) <= room) {
+        drawText(p, r, Qt::AlignHCenter | Qt::AlignVCenter, text, sink);
+    } else {
+        p.drawText(r, Qt::AlignHCenter | Qt::AlignVCenter, small.elidedText(text, Qt::ElideRight, room));
+        // The record keeps the whole title: the page shows it, only shortened to its track.
+        if (sink.sink) sink.sink(text.toStdString());
+    }
+    p.setFont(original);
+}
+
 QString rangeText(double v) {
     return QString::number(v, 'g', 6);
 }
@@ -204,12 +225,22 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         if (style.drawTitles) {
             p.setPen(Qt::black);
             const QRectF title(r.left(), rect.top(), r.width(), lh);
-            drawText(p, title, Qt::AlignHCenter | Qt::AlignVCenter, QString::fromStdString(t.title), sink);
+            drawFitted(p, title, QString::fromStdString(t.title), sink);
             const QString unit = QString::fromStdString(t.unit) + (t.scale == Scale::Log ? " (log)" : "");
-            drawText(p, title.translated(0, lh), Qt::AlignHCenter | Qt::AlignVCenter, unit, sink);
+            drawFitted(p, title.translated(0, lh), unit, sink);
             const QRectF range = title.translated(0, 2 * lh).adjusted(lh * 0.15, 0, -lh * 0.15, 0);
-            drawText(p, range, Qt::AlignLeft | Qt::AlignVCenter, rangeText(t.min), sink);
-            drawText(p, range, Qt::AlignRight | Qt::AlignVCenter, rangeText(t.max), sink);
+            const QString lo = rangeText(t.min), hi = rangeText(t.max);
+            // The two ends share the track's width; a narrow track gets them smaller rather than overlapping.
+            const QFont original = p.font();
+            const double needed = fm.horizontalAdvance(lo + QStringLiteral("  ") + hi);
+            if (needed > range.width()) {
+                QFont smaller = original;
+                smaller.setPointSizeF(original.pointSizeF() * std::max(0.6, range.width() / needed));
+                p.setFont(smaller);
+            }
+            drawText(p, range, Qt::AlignLeft | Qt::AlignVCenter, lo, sink);
+            drawText(p, range, Qt::AlignRight | Qt::AlignVCenter, hi, sink);
+            p.setFont(original);
         }
     }
     if (tracks.empty()) return p.restore();

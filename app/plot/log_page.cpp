@@ -214,6 +214,7 @@ void renderLogPage(QPainter& p, const QRectF& rect, double dpi, const PageInput&
         view.depthUnit = in.model.depthUnit();
         view.font = style.font;
         view.textSink = collect;
+        view.legend = false; // the page draws its own, larger, below
         // The waveforms above, the legend (colour swatches of the callouts) below them.
         paintWaveform(p, QRectF(g.waves.left(), g.waves.top(), g.waves.width(), g.waves.height() * 0.45),
                       view);

@@ -165,7 +165,8 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     const TextSink sink{v.textSink};
 
     // Legend column beside the plot when there are callouts.
-    const double legendWidth = v.callouts.empty() ? 0.0 : std::min(rect.width() * 0.4, 16.0 * lh);
+    const double legendWidth =
+        v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.4, 16.0 * lh);
     const QRectF plotArea(rect.left() + 4.5 * lh, rect.top() + 1.3 * lh,
                           std::max(1.0, rect.width() - 4.5 * lh - legendWidth - 0.5 * lh),
                           std::max(1.0, rect.height() - 2.8 * lh));
@@ -209,7 +210,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     // The time axis in ns when the time step is known, else in samples.
     const double nsPerSample = v.deltaX > 0 ? v.deltaX * 1e9 : 0.0;
     const double xSpan = nsPerSample > 0 ? xMax * nsPerSample : xMax;
-    for (double t : niceTicks(0, xSpan, 6)) {
+    for (double t : niceTicks(0, xSpan, std::clamp(static_cast<int>(plotArea.width() / (4.0 * lh)), 2, 8))) {
         const double x = plotArea.left() + t / xSpan * plotArea.width();
         drawText(p, QRectF(x - 3 * lh, plotArea.bottom(), 6 * lh, lh), Qt::AlignCenter,
                  QString::number(t, 'g', 4), sink);

@@ -56,6 +56,7 @@ struct WaveformView {
     std::vector<CalloutWave> callouts;      // drawn in their slot colours
     std::vector<std::string> channelLabels; // named between the boundaries, when given
     std::string depthUnit = "ft";           // of the callouts' ranges in the legend
+    bool legend = true;                     // the callouts' colours and ranges beside the plot
     QFont font;
     std::function<void(std::string_view)> textSink;
 };
