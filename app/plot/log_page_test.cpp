@@ -131,6 +131,36 @@ TEST_F(LogPageTest, AnUnwritablePathIsAnErrorNotACrash) {
     EXPECT_FALSE(error.empty());
 }
 
+// Values from a damaged or odd file: not numbers, infinities, huge values, depths out of order.
+TEST_F(LogPageTest, GarbageValuesDrawWithoutHarm) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    const float garbage[] = {nan, inf, -inf, 3e38f, -3e38f, 0.0f};
+    for (int p = 0; p < arrays.points(); ++p) {
+        auto row = arrays.columns.row(p);
+        for (std::size_t c = 0; c < row.size(); ++c)
+            if ((p + int(c)) % 3 == 0) row[c] = garbage[(p + c) % std::size(garbage)];
+        arrays.waves.row(p)[static_cast<std::size_t>(p % 60)] = garbage[p % std::size(garbage)];
+    }
+    log.Callout_Range(2, 0, nan);
+    log.Callout_Range(2, 1, inf);
+    log.Callout_Index(3, 0, 30000); // beyond the log
+    log.Callout_Index(3, 1, -5);
+    PlotSettings s;
+    s.rate.shown = s.conductivity.shown = s.scatter.shown = s.fluorescence.shown = true;
+    s.rate.logScale = true;
+    s.presFlow[0].shown = true;
+    s.referenceRe = 1e300;
+    s.depthMin = -1e300;
+    const PlotModel m = PlotModel::build({log, arrays}, s);
+    (void)m.valuesAt(3.0);
+    (void)m.valuesAt(std::numeric_limits<double>::quiet_NaN());
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "garbage.pdf").string(), input(m), error, &record)) << error;
+    EXPECT_EQ(record.pages, 1);
+    EXPECT_TRUE(record.contains("Rate"));
+}
+
 TEST_F(LogPageTest, AnEmptyLogStillMakesAPage) {
     LogArrays none;
     const PlotModel m = PlotModel::build({log, none}, PlotSettings{});
