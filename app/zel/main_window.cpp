@@ -135,6 +135,7 @@ MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings,
     centre->addWidget(right);
     centre->setStretchFactor(0, 3);
     centre->setStretchFactor(1, 2);
+    centre->setSizes({600, 400});
     setCentralWidget(centre);
 
     statusLabel_ = new QLabel;
@@ -422,6 +423,7 @@ void MainWindow::buildPages() {
     dock->setWidget(tabs_);
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
+    resizeDocks({dock}, {330}, Qt::Horizontal);
 }
 
 // ---- menus
@@ -688,14 +690,18 @@ void MainWindow::selectPoint(int point) {
 void MainWindow::showLogInfo() {
     const QString name = qs(log_.File_Title_NoExt());
     setWindowTitle(name.isEmpty() ? QStringLiteral("ZEL") : QStringLiteral("ZEL - ") + name);
-    statusLabel_->setText(
-        QStringLiteral("%1  |  %2  |  %3 points  |  max %RE %4 at %5 %6")
-            .arg(name, qs(log_.Site()))
-            .arg(log_.DataPoints() + 1)
-            .arg(qs(formatNumber(log_.Signal_MaxValue(), "#0.00")))
-            .arg(qs(
-                formatNumber(log_.Metric() ? log_.Signal_MaxDepth_M() : log_.Signal_MaxDepth_Ft(), "#0.00")))
-            .arg(log_.Metric() ? "m" : "ft"));
+    QStringList parts;
+    for (const std::string& s : {log_.File_Title_NoExt(), log_.Site(), log_.Client(), log_.JobNumber()})
+        if (!s.empty()) parts << qs(s);
+    parts << QStringLiteral("%1 points").arg(arrays_.points());
+    if (arrays_.points() > 0) {
+        const char* unit = log_.Metric() ? "m" : "ft";
+        const float depth = log_.Metric() ? log_.Signal_MaxDepth_M() : log_.Signal_MaxDepth_Ft();
+        parts << QStringLiteral("max %RE %1 at %2 %3")
+                     .arg(qs(formatNumber(log_.Signal_MaxValue(), "#0.00")), qs(formatNumber(depth, "#0.00")),
+                          QString::fromLatin1(unit));
+    }
+    statusLabel_->setText(parts.join(QStringLiteral("  |  ")));
 }
 
 QString MainWindow::statusText() const {
