@@ -1,4 +1,5 @@
 #include "app/plot/log_page.h"
+#include "app/plot/pdf_facts.h"
 #include "app/plot/synthetic_log.h"
 
 #include "common/clock.h"
@@ -10,36 +11,21 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 namespace zel::plot {
 namespace {
 
 namespace fs = std::filesystem;
+using synthetic::PdfFacts;
 
 std::string readFile(const fs::path& p) {
     std::ifstream in(p, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// Page objects and the first page's media box (points), read back from the PDF file itself.
-struct PdfFacts {
-    int pages = 0;
-    std::vector<double> mediaBox;
-};
 PdfFacts pdfFacts(const fs::path& p) {
-    const std::string pdf = readFile(p);
-    PdfFacts f;
-    const std::regex page(R"(/Type\s*/Page[^s])");
-    f.pages = static_cast<int>(std::distance(std::sregex_iterator(pdf.begin(), pdf.end(), page), {}));
-    std::smatch m;
-    if (std::regex_search(pdf, m, std::regex(R"(/MediaBox\s*\[([^\]]*)\])"))) {
-        std::istringstream box(m[1]);
-        for (double v; box >> v;)
-            f.mediaBox.push_back(v);
-    }
-    return f;
+    return synthetic::readPdfFacts(readFile(p));
 }
 
 class LogPageTest : public ::testing::Test {

@@ -1,6 +1,7 @@
 // zel-cli page as a batch script runs it, on raw logs written by the raw-log writer.
 #include "tests/e2e/run_program.h"
 
+#include "app/plot/pdf_facts.h"
 #include "app/plot/synthetic_log.h"
 #include "common/testing/recording_host.h"
 #include "log/raw_log_writer.h"
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 
 namespace zel::e2e {
 namespace {
@@ -31,16 +31,12 @@ std::string readAll(const fs::path& p) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// The media box of the PDF's pages, in points, whatever the writer's number format.
-bool hasMediaBox(const std::string& pdf, const std::string& width, const std::string& height) {
-    const std::regex box(R"(/MediaBox\s*\[\s*0\s+0\s+)" + width + R"((\.0*)?\s+)" + height +
-                         R"((\.0*)?\s*\])");
-    return std::regex_search(pdf, box);
+bool hasMediaBox(const std::string& pdf, double width, double height) {
+    return plot::synthetic::readPdfFacts(pdf).mediaBox == std::vector<double>{0, 0, width, height};
 }
 
 int pdfPages(const std::string& pdf) {
-    const std::regex page(R"(/Type\s*/Page[^s])");
-    return static_cast<int>(std::distance(std::sregex_iterator(pdf.begin(), pdf.end(), page), {}));
+    return plot::synthetic::readPdfFacts(pdf).pages;
 }
 
 TEST(CliPage, PagesOfEveryGoodLogAndTheFailuresNamedAtTheEnd) {
@@ -66,9 +62,9 @@ TEST(CliPage, PagesOfEveryGoodLogAndTheFailuresNamedAtTheEnd) {
     const std::string first = readAll(out / "MW-1.pdf");
     EXPECT_TRUE(first.starts_with("%PDF")) << first.substr(0, 20);
     EXPECT_EQ(pdfPages(first), 1);
-    EXPECT_TRUE(hasMediaBox(first, "612", "792")); // Letter, portrait
+    EXPECT_TRUE(hasMediaBox(first, 612, 792)); // Letter, portrait
     EXPECT_TRUE(readAll(out / "MW-1.jpg").starts_with("\xFF\xD8"));
-    EXPECT_TRUE(hasMediaBox(readAll(out / "MW-2.pdf"), "1008", "612"));
+    EXPECT_TRUE(hasMediaBox(readAll(out / "MW-2.pdf"), 1008, 612));
 }
 
 TEST(CliPage, BesideTheRawLogAndAFormatIsRequired) {
