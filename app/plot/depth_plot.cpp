@@ -200,9 +200,11 @@ QString rangeText(double v) {
 
 } // namespace
 
-std::vector<QRectF> trackRects(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style) {
-    const QFontMetricsF fm(style.font);
-    return layoutOf(rect, model, style, fm.height(), fm.horizontalAdvance(QLatin1Char('0'))).tracks;
+std::vector<QRectF> trackRects(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style,
+                               QPaintDevice* device) {
+    const QFontMetricsF fm = device ? QFontMetricsF(style.font, device) : QFontMetricsF(style.font);
+    const double lh = style.lineHeight > 0 ? style.lineHeight : fm.height();
+    return layoutOf(rect, model, style, lh, fm.horizontalAdvance(QLatin1Char('0'))).tracks;
 }
 
 void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, const DepthWindow& window,

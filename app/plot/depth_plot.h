@@ -39,7 +39,9 @@ struct DepthPlotStyle {
 void paintDepthPlot(QPainter& painter, const QRectF& rect, const PlotModel& model, const DepthWindow& window,
                     const DepthPlotStyle& style = {});
 
-// Where each track lies inside rect, in the order of model.tracks() (for the widget's hit-testing).
-std::vector<QRectF> trackRects(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style = {});
+// Where each track lies inside rect, in the order of model.tracks() (for the widget's hit-testing). device:
+// the one painted on, when its resolution is not the screen's (a page).
+std::vector<QRectF> trackRects(const QRectF& rect, const PlotModel& model, const DepthPlotStyle& style = {},
+                               QPaintDevice* device = nullptr);
 
 } // namespace zel::plot

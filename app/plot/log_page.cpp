@@ -203,7 +203,21 @@ void renderLogPage(QPainter& p, const QRectF& rect, double dpi, const PageInput&
     for (const CalloutWave& c : in.callouts)
         style.bands.push_back({c.top, c.bottom, calloutSlotColour(c.slot), c.caption});
     const DepthWindow window = pageWindow(in, plotDataInches(g, dpi), pageIndex);
-    paintDepthPlot(p, g.plot, in.model, window, style);
+    // A fixed printed scale sets the linear %RE track's range from its printed width as well.
+    std::optional<PlotModel> scaled;
+    const PlotModel* model = &in.model;
+    if (s.perInch && s.rePerInch > 0) {
+        const auto& tracks = in.model.tracks();
+        const std::vector<QRectF> rects = trackRects(g.plot, in.model, style, p.device());
+        for (std::size_t i = 0; i < tracks.size() && i < rects.size(); ++i) {
+            if (tracks[i].kind != TrackKind::Signal || tracks[i].scale != Scale::Linear) continue;
+            scaled = in.model;
+            scaled->setTrackRange(TrackKind::Signal, tracks[i].min,
+                                  tracks[i].min + s.rePerInch * rects[i].width() / dpi);
+            model = &*scaled;
+        }
+    }
+    paintDepthPlot(p, g.plot, *model, window, style);
 
     if (g.waves.width() > 0 && g.waves.height() > 0) {
         WaveformView view;

@@ -106,6 +106,29 @@ TEST_F(LogPageTest, FixedPrintedScaleRunsOverSeveralPagesInPdfAndJpg) {
     EXPECT_FALSE(fs::exists(dir / ("long_" + std::to_string(pages + 1) + ".jpg")));
 }
 
+TEST_F(LogPageTest, FixedPrintedScaleSetsTheReRangeFromTheTracksWidth) {
+    // The %RE track's scale ends follow its title and unit in the record.
+    const auto reMax = [&](double rePerInch) {
+        PlotSettings s;
+        s.perInch = true;
+        s.rePerInch = rePerInch;
+        const PlotModel m = PlotModel::build({log, arrays}, s);
+        PageRecord record;
+        std::string error;
+        EXPECT_TRUE(writePdfPage((dir / "scale.pdf").string(), input(m), error, &record)) << error;
+        const auto it = std::find(record.texts.begin(), record.texts.end(), "%RE");
+        if (std::distance(it, record.texts.end()) < 4) {
+            ADD_FAILURE() << "no %RE scale on the page";
+            return 0.0;
+        }
+        EXPECT_EQ(*(it + 2), "0");
+        return std::stod(*(it + 3));
+    };
+    const double ten = reMax(10);
+    EXPECT_GT(ten, 20); // the track is several inches wide
+    EXPECT_NEAR(reMax(20), 2 * ten, 0.01 * ten);
+}
+
 TEST_F(LogPageTest, AnUnwritablePathIsAnErrorNotACrash) {
     const PlotModel m = PlotModel::build({log, arrays}, PlotSettings{});
     const PageInput in = input(m);

@@ -304,6 +304,18 @@ const Track* PlotModel::track(TrackKind kind) const {
     return nullptr;
 }
 
+bool PlotModel::setTrackRange(TrackKind kind, double min, double max) {
+    for (Track& t : tracks_) {
+        if (t.kind != kind) continue;
+        if (!std::isfinite(min) || !std::isfinite(max) || !(max > min)) return false;
+        if (t.scale == Scale::Log && !(min > 0.0)) return false;
+        t.min = min;
+        t.max = max;
+        return true;
+    }
+    return false;
+}
+
 DepthWindow PlotModel::defaultWindow() const {
     double top = settings_.depthMin.value_or(dataTop_);
     double bottom = settings_.depthMax.value_or(dataBottom_);

@@ -106,6 +106,9 @@ public:
 
     const std::vector<Track>& tracks() const { return tracks_; }
     const Track* track(TrackKind kind) const;
+    // Sets a track's range after the build (a page's fixed printed scale decides the %RE range from the
+    // track's width). Ranges that are not one (max <= min, or min <= 0 on a log scale) are refused (false).
+    bool setTrackRange(TrackKind kind, double min, double max);
     const PlotSettings& settings() const { return settings_; }
     const ChannelColours& channelColours() const { return colours_; }
     bool metric() const { return metric_; }
