@@ -12,7 +12,8 @@ namespace zel::plot {
 namespace {
 
 struct Layout {
-    QRectF depthScale; // the axis column, the full height of rect
+    QRectF depthScale;     // the axis column, the full height of rect
+    QRectF secondaryScale; // the secondary depth axis at the right; empty without one
     double titleHeight = 0;
     std::vector<QRectF> tracks; // the data area of each track, below the title block
 };
@@ -26,8 +27,10 @@ Layout layoutOf(const QRectF& rect, const PlotModel& model, const DepthPlotStyle
                                                           : 7.0 * digitWidth;
     l.depthScale = QRectF(rect.left(), rect.top(), scaleWidth, rect.height());
     l.titleHeight = style.drawTitles ? 3.2 * lineHeight : 0.0;
+    const double secondWidth = scale && model.secondaryAxis() ? scaleWidth : 0.0;
+    l.secondaryScale = QRectF(rect.right() - secondWidth, rect.top(), secondWidth, rect.height());
     const double left = rect.left() + scaleWidth;
-    const double width = std::max(0.0, rect.width() - scaleWidth);
+    const double width = std::max(0.0, rect.width() - scaleWidth - secondWidth);
     double total = 0;
     for (const Track& t : model.tracks())
         total += t.width > 0 ? t.width : 1.0;
@@ -290,6 +293,21 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
             p.drawLine(QPointF(x - lh * 0.3, y), QPointF(x, y));
             drawText(p, QRectF(l.depthScale.left(), y - lh / 2, l.depthScale.width() - lh * 0.4, lh),
                      Qt::AlignRight | Qt::AlignVCenter, QString::number(d, 'g', 6), sink);
+        }
+    }
+
+    if (l.secondaryScale.width() > 0) {
+        const SecondaryAxis& axis = *model.secondaryAxis();
+        p.setPen(QPen(Qt::black, lineWidth));
+        const double x = l.secondaryScale.left();
+        drawText(p, QRectF(x, rect.top(), l.secondaryScale.width(), l.titleHeight),
+                 Qt::AlignCenter | Qt::TextWordWrap, QString::fromStdString(axis.title), sink);
+        const int count = std::max(2, static_cast<int>(height / (3.0 * lh)));
+        for (double v : niceTicks(axis.toValue(window.top), axis.toValue(window.bottom), count)) {
+            const double y = window.toY(axis.toDepth(v), top, height);
+            p.drawLine(QPointF(x, y), QPointF(x + lh * 0.3, y));
+            drawText(p, QRectF(x + lh * 0.4, y - lh / 2, l.secondaryScale.width() - lh * 0.4, lh),
+                     Qt::AlignLeft | Qt::AlignVCenter, QString::number(v, 'g', 6), sink);
         }
     }
 

@@ -249,6 +249,16 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         m.tracks_.push_back(std::move(t));
     }
 
+    if (s.secondaryDepth == 1) {
+        m.secondary_ = m.metric_ ? SecondaryAxis{"Depth (ft)", 1.0 / 0.3048, 0.0}
+                                 : SecondaryAxis{"Depth (m)", 0.3048, 0.0};
+    } else if (s.secondaryDepth == 2) {
+        const double altitude = m.metric_ ? src.log.Altitude_M() : src.log.Altitude_Ft();
+        if (std::isfinite(altitude) && altitude != 0.0)
+            m.secondary_ =
+                SecondaryAxis{std::string("Elev. (") + (m.metric_ ? "m" : "ft") + ")", -1.0, altitude};
+    }
+
     const bool presFlow = src.log.PresFlow() && a.presFlow.points() > 0;
     // A push keeps each pressure/flow point's own depth; a raw log's lists do not, and its points are then
     // the log's own points.

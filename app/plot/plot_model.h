@@ -99,6 +99,15 @@ struct PointReadout {
     std::vector<TrackValue> values;
 };
 
+// A second depth scale: value = offset + factor x depth.
+struct SecondaryAxis {
+    std::string title; // "Depth (m)", "Elev. (ft)"
+    double factor = 1.0;
+    double offset = 0.0;
+    double toValue(double depth) const { return offset + factor * depth; }
+    double toDepth(double value) const { return (value - offset) / factor; }
+};
+
 class PlotModel {
 public:
     PlotModel() = default;
@@ -120,6 +129,8 @@ public:
     double dataTop() const { return dataTop_; }
     double dataBottom() const { return dataBottom_; }
     DepthWindow defaultWindow() const;
+    // The secondary depth axis the settings ask for, when the log has what it needs (elevation: an altitude).
+    const std::optional<SecondaryAxis>& secondaryAxis() const { return secondary_; }
     // The log's usual depth step (the median of its steps).
     double pointSpacing() const { return spacing_; }
 
@@ -136,6 +147,7 @@ private:
     double dataTop_ = 0.0;
     double dataBottom_ = 10.0;
     double spacing_ = 0.1;
+    std::optional<SecondaryAxis> secondary_;
 };
 
 // Per-pixel-row decimation: for rows rows spanning window, the smallest and largest value of the points

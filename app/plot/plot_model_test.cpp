@@ -47,6 +47,8 @@ TEST(PlotSettings, KeysAreReadIntoTheStructAndBadValuesKeepTheDefault) {
         {"FAtxtFtPerInch", "-3"},
         {"FAoptOrientation1", "True"},
         {"FAoptPrintSize1", "True"},
+        {"FAoptDepth_Secondary0", "False"},
+        {"FAoptDepth_Secondary2", "True"},
     };
     const PlotSettings s = plotSettingsFrom(lookupOf(keys));
     const PlotSettings d;
@@ -69,6 +71,7 @@ TEST(PlotSettings, KeysAreReadIntoTheStructAndBadValuesKeepTheDefault) {
     EXPECT_EQ(s.depthPerInch, d.depthPerInch); // a scale that cannot be laid out
     EXPECT_TRUE(s.landscape);
     EXPECT_EQ(s.pageSize, PageSize::Legal);
+    EXPECT_EQ(s.secondaryDepth, 2);
 }
 
 class PlotModelTest : public ::testing::Test {
@@ -166,6 +169,20 @@ TEST_F(PlotModelTest, PressureFlowPointsOfALoadedLogTakeTheLogsDepths) {
     const PlotModel m = build(s);
     EXPECT_EQ(m.track(TrackKind::PresFlow1)->depth, m.track(TrackKind::Signal)->depth);
     EXPECT_EQ(m.track(TrackKind::KEstimate)->depth, m.track(TrackKind::Signal)->depth);
+}
+
+TEST_F(PlotModelTest, SecondaryDepthAxisInTheOtherUnitOrAsElevation) {
+    PlotSettings s;
+    s.secondaryDepth = 1;
+    EXPECT_NEAR(build(s).secondaryAxis()->toValue(10.0), 3.048, 1e-12);
+    s.secondaryDepth = 2;
+    EXPECT_FALSE(build(s).secondaryAxis()); // no altitude: no elevation
+    log.Altitude_Ft(1200.0);
+    const auto axis = build(s).secondaryAxis();
+    ASSERT_TRUE(axis);
+    EXPECT_EQ(axis->title, "Elev. (ft)");
+    EXPECT_DOUBLE_EQ(axis->toValue(15.0), 1185.0);
+    EXPECT_DOUBLE_EQ(axis->toDepth(1185.0), 15.0);
 }
 
 TEST_F(PlotModelTest, ReadOutTakesTheNearestPointWithinTolerance) {

@@ -136,6 +136,8 @@ PlotSettings plotSettingsFrom(const SettingLookup& lookup) {
     if (auto v = r.number("FAtxtFtPerInch"); v && *v > 0) s.depthPerInch = *v;
     if (auto v = r.number("FAtxtRePerInch"); v && *v > 0) s.rePerInch = *v;
 
+    for (int i = 0; i <= 4; ++i)
+        if (r.option("FAoptDepth_Secondary" + std::to_string(i)).value_or(false)) s.secondaryDepth = i;
     if (r.option("FAoptOrientation1").value_or(false))
         s.landscape = true;
     else if (r.option("FAoptOrientation0").value_or(false))

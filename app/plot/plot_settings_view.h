@@ -66,6 +66,11 @@ struct PlotSettings {
     double depthPerInch = 5.0;
     double rePerInch = 50.0;
 
+    // "FAoptDepth_Secondary0..4": the secondary depth axis at the right of the plot: 0 none, 1 depth in the
+    // other unit (m beside ft, ft beside m), 2 elevation (the log's GPS altitude less the depth). 3 and 4
+    // are drawn as none.
+    int secondaryDepth = 0;
+
     // "FAoptOrientation0/1" (portrait/landscape), "FAoptPrintSize0/1" (Letter/Legal).
     bool landscape = false;
     PageSize pageSize = PageSize::Letter;
