@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QPainter>
 #include <QSplashScreen>
 #include <QStatusBar>
@@ -145,6 +146,10 @@ int main(int argc, char** argv) {
         version = QString::fromUtf8(v.data(), qsizetype(v.size()));
     };
     hooks.hideAcquisitionMenus = [&] { window.hideAcquisition(); };
+    hooks.setConnection = [&](std::string_view v) {
+        if (auto* l = window.findChild<QLabel*>("lblConnection"))
+            l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
+    };
     hooks.showMainWindow = [&](const zel::StartupSettings&) {
         window.restoreOptions();
         if (!settings.fileMode) window.setInstruments(sim ? simOpeners.take() : configured.take());

@@ -208,7 +208,16 @@ void MainWindow::buildPages() {
             if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
             probes << QStringLiteral("%1 (mode %2)").arg(QString::fromUtf8(m.model)).arg(m.mode);
         }
-        comboBox(pf, "cmbProbe", "Probe", probes, selected);
+        // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
+        // old session's probe never overrides a mode switch); choosing another one applies for this session.
+        auto* probe = comboBox(pf, "lstProbe", "Probe", probes, selected);
+        connect(probe, &QComboBox::currentIndexChanged, this, [this](int i) {
+            const auto table = modeTable();
+            if (i < 0 || i >= static_cast<int>(table.size())) return;
+            setMode(settings_, table[static_cast<std::size_t>(i)].mode);
+            if (reference_) reference_->Mode = settings_.mode;
+            refreshPlot(true);
+        });
         v->addWidget(pushBox);
 
         auto* plotBox = named(new QGroupBox("Plot"), "fraPlot");
@@ -854,6 +863,11 @@ void MainWindow::setInstruments(std::unique_ptr<cli::FieldInstruments> instrumen
                                                    in.depth(), in.gps(), in.display(), recorder_);
         push_->PointTaken = [this](int n, const acq::PointRecord& p) {
             const qint64 now = QDateTime::currentMSecsSinceEpoch();
+            if (auto* live = findChild<QLineEdit*>("txtcomm_Depth"))
+                live->setText(qs(formatNumber(p.depth, "#0.00")));
+            if (auto* live = findChild<QLineEdit*>("txtcomm_GPS"); live && p.position.valid)
+                live->setText(qs(formatNumber(p.position.latitude, "#0.00000") + ", " +
+                                 formatNumber(p.position.longitude, "#0.00000")));
             status(QStringLiteral("Point %1  depth %2  %RE %3")
                        .arg(n)
                        .arg(qs(formatNumber(p.depth, "#0.00")), qs(formatNumber(p.signal, "#0.00"))));
