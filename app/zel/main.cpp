@@ -1,20 +1,16 @@
 // zel: the desktop program. Takes the original command line (mode switches, "/F", a log to open) and a few
 // switches of its own for development and documentation (--sim, --screenshot).
 
-#include "app/zel/field_openers.h"
+#include "app/zel/desktop_startup.h"
 #include "app/zel/main_window.h"
 #include "app/zel/qt_host.h"
 #include "common/clock.h"
 #include "common/version.h"
 #include "settings/data_root.h"
 #include "settings/startup/command_line.h"
-#include "settings/startup/instance_lock.h"
-#include "settings/startup/platform_network.h"
-#include "settings/startup/startup_sequence.h"
 
 #include <QApplication>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QSplashScreen>
 #include <QStatusBar>
@@ -125,12 +121,6 @@ int main(int argc, char** argv) {
     const std::string root = zel::dataRoot();
     zel::gui::MainWindow window(host, clock, settings, root);
 
-    zel::gui::SimOpeners simOpeners(host, clock);
-    zel::gui::ConfiguredInstruments configured;
-    zel::gui::SimNetwork simNetwork;
-    zel::SystemNetwork systemNetwork;
-    zel::InstanceLock instances(zel::instanceLockPath(root));
-
     QSplashScreen splash(splashPicture(settings));
     QString version;
     host.progressSink = [&](const QString& text) {
@@ -141,34 +131,16 @@ int main(int argc, char** argv) {
     splash.installEventFilter(&keys);
     splash.show();
 
-    zel::StartupHooks hooks;
-    hooks.showVersion = [&](std::string_view v) {
-        version = QString::fromUtf8(v.data(), qsizetype(v.size()));
-    };
-    hooks.hideAcquisitionMenus = [&] { window.hideAcquisition(); };
-    hooks.setConnection = [&](std::string_view v) {
-        if (auto* l = window.findChild<QLabel*>("lblConnection"))
-            l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
-    };
-    hooks.showMainWindow = [&](const zel::StartupSettings&) {
-        window.restoreOptions();
-        if (!settings.fileMode) window.setInstruments(sim ? simOpeners.take() : configured.take());
+    zel::gui::DesktopStartup how;
+    how.sim = sim;
+    how.running = &running;
+    how.showVersion = [&](std::string_view v) { version = QString::fromUtf8(v.data(), qsizetype(v.size())); };
+    how.mainWindowShown = [&] {
         host.setParent(&window);
         host.progressSink = [&window](const QString& text) { window.statusBar()->showMessage(text, 8000); };
-        window.show();
         splash.finish(&window);
     };
-    hooks.openStartFile = [&](const std::string& path) { window.loadLog(path); };
-
-    zel::InstrumentOpeners& openers =
-        sim ? static_cast<zel::InstrumentOpeners&>(simOpeners) : *configured.openers;
-    zel::NetworkProbe& network = sim ? static_cast<zel::NetworkProbe&>(simNetwork) : systemNetwork;
-    zel::StartupSequence sequence(settings, {host, clock, openers, network, &instances, &window.options()},
-                                  hooks);
-    running = &sequence;
-    zel::runStartup(sequence, host);
-    running = nullptr;
-    if (sequence.state() == zel::StartupSequence::State::Cancelled) return 1;
+    if (!zel::gui::startDesktop(window, settings, host, clock, root, how)) return 1;
 
     if (!screenshot.empty()) {
         QTimer::singleShot(500, &window, [&window, screenshot] {

@@ -1,10 +1,12 @@
 #include "app/cli/field_rig.h"
+#include "app/zel/desktop_startup.h"
 #include "app/zel/gui_test_app.h"
 #include "app/zel/main_window.h"
 #include "common/testing/recording_host.h"
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
+#include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
 #include "settings/test_files.h"
 
@@ -12,6 +14,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QMenu>
 #include <QRadioButton>
 #include <QTimer>
 
@@ -87,6 +90,31 @@ TEST_F(MainWindowTest, LoadsALogThroughTheDialogAndPlotsItsDepthRange) {
     const std::string pdf = file("page.pdf");
     ASSERT_TRUE(w->writeLogPage(pdf, true));
     EXPECT_EQ(get(pdf).substr(0, 5), "%PDF-");
+}
+
+TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
+    const std::string path = smallLog();
+    struct Case {
+        std::string commandLine;
+        bool opensLog;
+    };
+    for (const Case& c : {Case{"/MODE2 \"" + path + "\"", true}, Case{"/f", false}}) {
+        // The sequence's waits take no time: the host's sleeps move the fake clock.
+        FakeClock fake;
+        zel::testing::RecordingHost quick(&fake);
+        MainWindow w(quick, fake, StartupSettings{}, file(""));
+        DesktopStartup how;
+        how.instanceCheck = false;
+        ASSERT_TRUE(startDesktop(w, parseCommandLine(c.commandLine), quick, fake, file(""), how));
+        EXPECT_TRUE(w.isVisible());
+        EXPECT_FALSE(w.findChild<QMenu*>("mnuAcq")->menuAction()->isVisible()) << c.commandLine;
+        EXPECT_EQ(w.log().File_FullPath(), c.opensLog ? path : "") << c.commandLine;
+        EXPECT_EQ(w.depthPlot().model().points(), c.opensLog ? 2 : 0);
+        const std::vector<std::string> steps = quick.progressTexts();
+        ASSERT_FALSE(steps.empty());
+        EXPECT_EQ(steps.front(), "Loading software...");
+        EXPECT_EQ(std::count(steps.begin(), steps.end(), "Initializing scope..."), 0) << c.commandLine;
+    }
 }
 
 TEST_F(MainWindowTest, SettingsAndRecentLogsPersistThroughTheOptionsFileUntilReset) {
