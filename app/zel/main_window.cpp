@@ -801,10 +801,11 @@ void MainWindow::applyCallouts() {
         const std::optional<double> bottom = numberOf(text("txtCalloutBottom"));
         log_.Callout_Caption(i, text("txtCalloutCaption"));
         if (!top || !bottom) {
+            // All zeros is how the log files mark an unused slot.
             log_.Callout_Range(i, 0, 0.0f);
             log_.Callout_Range(i, 1, 0.0f);
-            log_.Callout_Index(i, 0, -1);
-            log_.Callout_Index(i, 1, -1);
+            log_.Callout_Index(i, 0, 0);
+            log_.Callout_Index(i, 1, 0);
             continue;
         }
         log_.Callout_Range(i, 0, static_cast<float>(std::min(*top, *bottom)));
@@ -843,7 +844,8 @@ void MainWindow::loadCalloutScheme(int scheme) {
             c->setText(used ? formatNumber(log_.Callout_Range(i, 1), "#0.00") : "");
         if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(log_.Callout_Caption(i));
     }
-    applyCallouts();
+    // The scheme's point indices stand: its ranges are kept to a tenth and would not find them again.
+    selectPoint(selectedPoint_);
     status(QStringLiteral("Callout scheme %1 (%2) loaded").arg(scheme).arg(qs(label)));
 }
 

@@ -15,8 +15,10 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QRadioButton>
 #include <QTimer>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -90,6 +92,64 @@ TEST_F(MainWindowTest, LoadsALogThroughTheDialogAndPlotsItsDepthRange) {
     const std::string pdf = file("page.pdf");
     ASSERT_TRUE(w->writeLogPage(pdf, true));
     EXPECT_EQ(get(pdf).substr(0, 5), "%PDF-");
+}
+
+TEST_F(MainWindowTest, ThePlotZoomsPansReadsAndSelectsAndCalloutsTravelAsSchemes) {
+    const std::string path = smallLog();
+    auto w = newWindow();
+    w->show();
+    ASSERT_TRUE(w->loadLog(path));
+    DepthPlotWidget& plot = w->depthPlot();
+    QString hovered;
+    plot.onHover = [&](const QString& text) { hovered = text; };
+
+    const plot::DepthWindow before = plot.depthWindow();
+    const QPointF centre(plot.width() / 2.0, plot.height() / 2.0);
+    QWheelEvent wheel(centre, plot.mapToGlobal(centre), {}, {0, -120}, Qt::NoButton, {}, Qt::NoScrollPhase,
+                      false);
+    QApplication::sendEvent(&plot, &wheel);
+    EXPECT_NEAR(plot.depthWindow().span(), before.span() / 0.8, 1e-9); // a notch back shows more
+
+    // Hovering over the deeper point reads its values; a click there selects it.
+    const std::optional<double> deep = 0.05;
+    double y = centre.y();
+    for (double step = 1; step < plot.height() && (!plot.depthAt(y) || *plot.depthAt(y) < *deep); ++step)
+        y = centre.y() + step;
+    QMouseEvent move(QEvent::MouseMove, QPointF(centre.x(), y), plot.mapToGlobal(QPointF(centre.x(), y)),
+                     Qt::NoButton, Qt::NoButton, {});
+    QApplication::sendEvent(&plot, &move);
+    EXPECT_TRUE(hovered.startsWith("0.05 m")) << hovered.toStdString();
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(centre.x(), y),
+                      plot.mapToGlobal(QPointF(centre.x(), y)), Qt::LeftButton, Qt::LeftButton, {});
+    QMouseEvent release(QEvent::MouseButtonRelease, QPointF(centre.x(), y),
+                        plot.mapToGlobal(QPointF(centre.x(), y)), Qt::LeftButton, Qt::NoButton, {});
+    QApplication::sendEvent(&plot, &press);
+    QApplication::sendEvent(&plot, &release);
+    EXPECT_EQ(w->waveform().view().title.rfind("Point 1", 0), 0u) << w->waveform().view().title;
+
+    // A callout over both points, saved as a scheme, comes back after the page was cleared.
+    const auto slot = [&](const char* name, int i) {
+        for (QLineEdit* e : w->findChildren<QLineEdit*>(name))
+            if (e->property("controlIndex").toInt() == i) return e;
+        return static_cast<QLineEdit*>(nullptr);
+    };
+    slot("txtCalloutTop", 0)->setText("0");
+    slot("txtCalloutBottom", 0)->setText("0.05");
+    slot("txtCalloutCaption", 0)->setText("NAPL");
+    w->applyCallouts();
+    ASSERT_EQ(w->waveform().view().callouts.size(), 1u);
+    EXPECT_EQ(w->waveform().view().callouts[0].lastPoint, 1);
+    host.answerInput("first");
+    w->saveCalloutScheme();
+    slot("txtCalloutTop", 0)->clear();
+    slot("txtCalloutBottom", 0)->clear();
+    w->applyCallouts();
+    EXPECT_TRUE(w->waveform().view().callouts.empty());
+    w->loadCalloutScheme(1);
+    EXPECT_FALSE(slot("txtCalloutBottom", 0)->text().isEmpty());
+    ASSERT_EQ(w->waveform().view().callouts.size(), 1u);
+    EXPECT_EQ(w->waveform().view().callouts[0].firstPoint, 0);
+    EXPECT_EQ(w->waveform().view().callouts[0].lastPoint, 1);
 }
 
 TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
