@@ -58,6 +58,7 @@ constexpr const char* kComm = "frmComm";
 constexpr const char* kHP = "frmHP";
 constexpr const char* kCallout = "frmCallout";
 constexpr const char* kRecentSection = "RecentLogs";
+constexpr const char* kPositionSection = "MainWindow";
 constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
 
 // The page-building helpers: every control gets its persisted name.
@@ -538,6 +539,13 @@ void MainWindow::hideAcquisition() {
 
 void MainWindow::restoreOptions() {
     options_->LoadOptions(false);
+    {
+        cInifile ini;
+        ini.Path = options_->path();
+        ini.Section = kPositionSection;
+        QtForm whole({this}, "frmMain");
+        ini.LoadFormPosition(whole);
+    }
     if (!options_->InitDir.empty()) session_.initialDir = options_->InitDir;
     loadRecent();
     rebuildRecentMenu();
@@ -1109,6 +1117,12 @@ void MainWindow::closeEvent(QCloseEvent* e) {
     }
     options_->SaveOptions();
     saveRecent();
+    if (!options_->OptionsFileWasReset()) {
+        cInifile ini;
+        ini.Path = options_->path();
+        ini.Section = kPositionSection;
+        ini.SaveFormPosition(QtForm({this}, "frmMain"));
+    }
     e->accept();
 }
 
