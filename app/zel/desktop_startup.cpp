@@ -23,8 +23,9 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
         if (auto* l = window.findChild<QLabel*>("lblConnection"))
             l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
     };
-    hooks.showMainWindow = [&](const StartupSettings&) {
+    hooks.showMainWindow = [&](const StartupSettings& resolved) {
         window.restoreOptions();
+        window.applyStartupSettings(resolved);
         if (!settings.fileMode) window.setInstruments(how.sim ? simOpeners.take() : configured.take());
         window.show();
         if (how.mainWindowShown) how.mainWindowShown();

@@ -197,6 +197,14 @@ void MainWindow::buildPages() {
 
         auto* pushBox = named(new QGroupBox("Push"), "fraPush");
         auto* pf = new QFormLayout(pushBox);
+        // The mode's look: its caption on its fill colour, and its banner when the program's folder has it.
+        auto* banner = named(new QLabel, "picBanner");
+        banner->setVisible(false);
+        pf->addRow(banner);
+        auto* caption = named(new QLabel, "lblProbeCaption");
+        caption->setAlignment(Qt::AlignCenter);
+        caption->setAutoFillBackground(true);
+        pf->addRow(caption);
         checkBox(pf, "chkMetric", "Depths in metres");
         lineEdit(pf, "txtStartDepth", "Start depth", "");
         lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
@@ -217,6 +225,7 @@ void MainWindow::buildPages() {
             if (i < 0 || i >= static_cast<int>(table.size())) return;
             setMode(settings_, table[static_cast<std::size_t>(i)].mode);
             if (reference_) reference_->Mode = settings_.mode;
+            applyModeLook();
             refreshPlot(true);
         });
         v->addWidget(pushBox);
@@ -434,6 +443,7 @@ void MainWindow::buildPages() {
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
     resizeDocks({dock}, {330}, Qt::Horizontal);
+    applyModeLook();
 }
 
 // ---- menus
@@ -529,6 +539,46 @@ void MainWindow::updateActions() {
          {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE", "mnuAcq_RescueRE"})
         if (QAction* a = action(QString::fromLatin1(name))) a->setToolTip(field ? QString() : noInstruments);
     acquisitionMenu_->setToolTipsVisible(true);
+}
+
+void MainWindow::applyStartupSettings(const StartupSettings& s) {
+    settings_ = s;
+    session_.family = s.colour ? LogFamily::Colour : s.o2 ? LogFamily::O2 : LogFamily::Lif;
+    if (auto* probe = findChild<QComboBox*>("lstProbe")) {
+        const auto table = modeTable();
+        for (std::size_t i = 0; i < table.size(); ++i)
+            if (table[i].mode == s.mode) probe->setCurrentIndex(static_cast<int>(i));
+    }
+    if (s.pressureFlow)
+        if (auto* pf = findChild<QCheckBox*>("chkPresFlow")) pf->setChecked(true);
+    if (reference_) reference_->Mode = s.mode;
+    applyModeLook();
+    refreshPlot(true);
+}
+
+void MainWindow::applyModeLook() {
+    auto* caption = findChild<QLabel*>("lblProbeCaption");
+    auto* banner = findChild<QLabel*>("picBanner");
+    auto* reScale = findChild<QLabel*>("lblREScale");
+    if (!caption || !banner) return;
+    const ModeLook* look = findLook(settings_.mode);
+    if (!look) {
+        caption->setText(QString::fromStdString(settings_.model));
+        caption->setPalette(QPalette());
+        banner->setVisible(false);
+        return;
+    }
+    const AppliedLook a =
+        applyLook(*look, settings_.reScale, QCoreApplication::applicationDirPath().toStdString());
+    caption->setText(qs(a.caption));
+    QPalette pal;
+    if (a.fill) pal.setColor(QPalette::Window, QColor(a.fill->red, a.fill->green, a.fill->blue));
+    caption->setPalette(pal);
+    const QPixmap picture =
+        a.bannerPicture.empty() ? QPixmap() : QPixmap(QString::fromStdString(a.bannerPicture));
+    banner->setPixmap(picture);
+    banner->setVisible(!picture.isNull());
+    if (reScale) reScale->setText(qs(a.reScaleCaption));
 }
 
 void MainWindow::hideAcquisition() {

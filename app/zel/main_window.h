@@ -58,6 +58,8 @@ public:
 
     // The instruments a push runs against; without them the acquisition entries say so and do nothing.
     void setInstruments(std::unique_ptr<cli::FieldInstruments> instruments);
+    // The post-load step: the command line's mode, look and pressure/flow box on the setup page.
+    void applyStartupSettings(const StartupSettings& settings);
     // File mode: no instrument, no acquisition menu.
     void hideAcquisition();
     // The second, full restore of the options (the first ran on the splash), then the recent logs.
@@ -120,6 +122,8 @@ private:
     void buildPages();
     void buildMenus();
     void updateActions();
+    // The mode's caption, fill colour, banner and RE scale caption on the setup page.
+    void applyModeLook();
     void rebuildRecentMenu();
     void rebuildPresetMenus();
     void addRecent(const std::string& path);

@@ -13,6 +13,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
@@ -157,8 +158,9 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     struct Case {
         std::string commandLine;
         bool opensLog;
+        const char* probeCaption; // the mode's look on the setup page
     };
-    for (const Case& c : {Case{"/MODE2 \"" + path + "\"", true}, Case{"/f", false}}) {
+    for (const Case& c : {Case{"/MODE2 \"" + path + "\"", true, "Dogwood"}, Case{"/f", false, "Alder"}}) {
         // The sequence's waits take no time: the host's sleeps move the fake clock.
         FakeClock fake;
         zel::testing::RecordingHost quick(&fake);
@@ -170,6 +172,7 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
         EXPECT_FALSE(w.findChild<QMenu*>("mnuAcq")->menuAction()->isVisible()) << c.commandLine;
         EXPECT_EQ(w.log().File_FullPath(), c.opensLog ? path : "") << c.commandLine;
         EXPECT_EQ(w.depthPlot().model().points(), c.opensLog ? 2 : 0);
+        EXPECT_EQ(w.findChild<QLabel*>("lblProbeCaption")->text(), c.probeCaption);
         const std::vector<std::string> steps = quick.progressTexts();
         ASSERT_FALSE(steps.empty());
         EXPECT_EQ(steps.front(), "Loading software...");
