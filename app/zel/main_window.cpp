@@ -414,12 +414,16 @@ void MainWindow::buildPages() {
         });
     }
 
-    tabs_->addTab(scrolled(infoPage_), "Information");
+    tabs_->addTab(scrolled(infoPage_), "Info");
     tabs_->addTab(scrolled(setupPage), "Setup");
-    tabs_->addTab(scrolled(commPage), "Communications");
+    tabs_->addTab(scrolled(commPage), "Comm");
     tabs_->addTab(scrolled(advPage), "Advanced");
-    tabs_->addTab(scrolled(hpPage), "Hydraulic profiling");
+    tabs_->addTab(scrolled(hpPage), "HP tests");
     tabs_->addTab(scrolled(calloutPage), "Callouts");
+    const char* tips[] = {"Log information",     "Setup",   "Communications", "Advanced options",
+                          "Hydraulic profiling", "Callouts"};
+    for (int i = 0; i < tabs_->count(); ++i)
+        tabs_->setTabToolTip(i, QString::fromLatin1(tips[i]));
 
     forms_.add({infoPage_, setupPage}, kTab);
     forms_.add({advPage}, kAdv);
@@ -442,7 +446,7 @@ void MainWindow::buildPages() {
     dock->setWidget(tabs_);
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
-    resizeDocks({dock}, {330}, Qt::Horizontal);
+    resizeDocks({dock}, {380}, Qt::Horizontal);
     applyModeLook();
 }
 
@@ -714,6 +718,7 @@ bool MainWindow::loadLog(const std::string& path) {
     addRecent(r.path);
     refreshPlot(false);
     showLogInfo();
+    showLogRE();
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
     status(QStringLiteral("Loaded %1: %2 points").arg(qs(r.path)).arg(arrays_.points()));
@@ -993,6 +998,18 @@ void MainWindow::applyGateOptions() {
     if (instruments_ && instruments_->simulated()) reference_->Gates.noAreaCheck = true;
     reference_->Mode = settings_.mode;
     reference_->SuppressPrompts = controlChecked(kAdv, "chkSuppressPrompts");
+}
+
+// A loaded log's RE as the panel showed it when the log was recorded.
+void MainWindow::showLogRE() {
+    std::array<float, 4> areas{};
+    for (std::size_t i = 0; i < areas.size() && i < ctx_.reAreaCh.size(); ++i)
+        areas[i] = ctx_.reAreaCh[i];
+    if (ctx_.reAreaCh.empty()) {
+        rePanel_->clear();
+        return;
+    }
+    rePanel_->show(acq::MakeREPanel(settings_.mode, areas, ctx_.reRatio), log_.RE_Area(), areas);
 }
 
 void MainWindow::showREPanel() {

@@ -131,6 +131,7 @@ private:
     void saveRecent();
     void showLogInfo();
     void showREPanel();
+    void showLogRE();
     void applyGateOptions();
     LogInfo infoFromPage() const;
     std::string controlText(const char* form, const char* name) const;

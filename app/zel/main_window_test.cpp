@@ -83,6 +83,7 @@ TEST_F(MainWindowTest, LoadsALogThroughTheDialogAndPlotsItsDepthRange) {
     EXPECT_LE(shown.top, 0.0);
     EXPECT_GE(shown.bottom, 0.05 - 1e-6);
     EXPECT_TRUE(w->statusText().contains("2 points"));
+    EXPECT_TRUE(w->rePanel().text().startsWith("RE area: 450 pVs")) << w->rePanel().text().toStdString();
     EXPECT_EQ(w->recentLogs(), std::vector<std::string>{path});
     EXPECT_EQ(w->waveform().view().wave.size(), 3u); // the first point's waveform is shown
 
