@@ -29,5 +29,7 @@ void addRecoverCommand(CLI::App& app, CommandRunner& run);
 void addNextNameCommand(CLI::App& app, CommandRunner& run);
 // Adds "push" (a whole push headless, against zel-sim children with --sim).
 void addPushCommand(CLI::App& app, CommandRunner& run);
+// Adds "page" (the log page of raw logs as PDF or JPG, offscreen).
+void addPageCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

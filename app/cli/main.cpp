@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
     zel::cli::addRecoverCommand(app, run);
     zel::cli::addNextNameCommand(app, run);
     zel::cli::addPushCommand(app, run);
+    zel::cli::addPageCommand(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     return run ? run() : 2;

@@ -7,7 +7,7 @@
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/cli/command.h"
-#include "app/cli/sim_children.h"
+#include "app/cli/field_rig.h"
 #include "app/cli/startup_command.h"
 
 #include "common/console_host.h"
@@ -61,218 +61,9 @@ QCoreApplication& qtApp() {
     return app;
 }
 
-class ScopeAdapter : public acq::Scope {
-public:
-    explicit ScopeAdapter(cZEL_Scope& s) : s_(s) {}
-    void ReadSetup() override { s_.Tek_Wave_Info(); }
-    bool Acquire(std::string_view source, Waveform& wave) override {
-        if (!s_.Connected) return false;
-        if (source == "CH2") {
-            std::int32_t status = 0;
-            s_.Tek_Wave_Acq(false, false, status);
-            lastStatus_ = status;
-            if (status != 1) return false;
-        } else {
-            s_.Tek_DataSource(std::string(source));
-            s_.Tek_Wave_Transfer(false, false);
-            s_.Tek_DataSource("CH2");
-        }
-        if (s_.Waveform.empty()) return false;
-        wave.samples = s_.Waveform;
-        wave.deltaX = s_.Wave_DeltaX;
-        wave.delay = s_.HorizontalDelay;
-        return true;
-    }
-    void StoreReference(std::string_view source, std::string_view memory) override {
-        s_.Tek_SaveWaveInternal(std::string(source), std::string(memory));
-    }
-    int Status() override { return s_.Connected && lastStatus_ == 1 ? 1 : 0; }
-    double Delay() override { return s_.HorizontalDelay; }
-    void SetDelay(double seconds) override { s_.Tek_DelayTime(static_cast<float>(seconds), false); }
-    void StartPush() override { s_.Tek_State_Run(); }
-    void StopPush() override {}
-
-private:
-    cZEL_Scope& s_;
-    int lastStatus_ = 1;
-};
-
-// The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
-// unless the start-up is in HD-board mode and the board answered.
-class BoardAdapter : public acq::Board {
-public:
-    BoardAdapter(clsHD& hd, cZEL_Depth& depth, bool inUse) : hd_(hd), depth_(depth), inUse_(inUse) {}
-    bool InUse() const override { return inUse_ && hd_.Connected(); }
-    void EnterReferenceState() override { hd_.Stop(); }
-    acq::FirmwareVersion Firmware() override {
-        if (!hd_.LastStatus()) hd_.Stat(0);
-        const auto& s = hd_.LastStatus();
-        return s ? acq::FirmwareVersion{s->firmwareMajor, s->firmwareMinor, s->firmwarePatch}
-                 : acq::FirmwareVersion{};
-    }
-    void StartPush() override {
-        hd_.ClearRecords();
-        hd_.SetDS(hd_protocol::kMaxMask);
-    }
-    void StopPush() override { hd_.Stop(); }
-    void WaitTrigger() override { hd_.WaitRecord(2000); }
-    // The conductivity input (column 5, calibrated as the depth board's) and the 3-volt analogue input.
-    std::array<float, 2> AuxValues() override {
-        if (hd_.Records().empty()) return {};
-        const auto& r = hd_.Records().back();
-        return {depth_.EC_VtoMS(r[5]), r[hd_protocol::kThreeVoltColumn]};
-    }
-
-private:
-    clsHD& hd_;
-    cZEL_Depth& depth_;
-    bool inUse_;
-};
-
-class DepthAdapter : public acq::PushDepth {
-public:
-    // The push ends when ended() says so, or when the source has sent nothing for idleMs.
-    DepthAdapter(cZEL_Depth& d, Host& host, const Clock& clock, bool metric, std::int64_t idleMs,
-                 std::function<bool()> ended)
-        : d_(d), host_(host), clock_(clock), metric_(metric), idleMs_(idleMs), ended_(std::move(ended)) {}
-    bool StatusGood() override { return d_.StatusOK; }
-    void Reset(float) override { d_.Push_Begin(); }
-    // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
-    void Read() override { host_.sleepMs(5); }
-    float Current() override { return metric_ ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
-    float Rate() override { return metric_ ? d_.Rate_Cm : d_.Rate_In; }
-    float Conductivity() override { return d_.Conductivity; }
-    int Mode() override { return static_cast<int>(d_.Source()); }
-    float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
-    bool EndOfPush() override {
-        if (silent_ || ended_()) return true;
-        const auto now = clock_.monotonicMs();
-        if (d_.Readings != lastReadings_) {
-            lastReadings_ = d_.Readings;
-            lastReadingMs_ = now;
-        } else if (now - lastReadingMs_ > idleMs_) {
-            silent_ = true;
-            host_.message("The depth source has sent nothing for " + std::to_string(idleMs_ / 1000) +
-                          " s; the push ends.");
-        }
-        return silent_;
-    }
-    void Pause() override { d_.DepthPause = true; }
-    void Resume() override { d_.DepthPause = false; }
-    float StopDepth() override { return 1e9f; }
-    void SetRatePerMinute(double) override {}
-    void StopEmulation() override { d_.Emulate_Pause(); }
-
-private:
-    cZEL_Depth& d_;
-    Host& host_;
-    const Clock& clock_;
-    bool metric_;
-    std::int64_t idleMs_;
-    std::function<bool()> ended_;
-    bool silent_ = false;
-    long long lastReadings_ = -1;
-    std::int64_t lastReadingMs_ = 0;
-};
-
-class GpsAdapter : public acq::Gps {
-public:
-    explicit GpsAdapter(cZEL_GPS& g) : g_(g) {}
-    acq::Position Current() override { return {g_.Latitude_Dec, g_.Longitude_Dec, g_.QualityIndicator > 0}; }
-
-private:
-    cZEL_GPS& g_;
-};
-
-// The field display at the rig. The loop refreshes it on every pass: the whole push screen goes out when a
-// point brought a new signal, otherwise only the depth and rate rows that moved (the line is 9600 baud).
-class DisplayAdapter : public acq::FieldDisplay {
-public:
-    DisplayAdapter(cZEL_Display_J10& d, DepthAdapter& depth, bool metric) : d_(d), depth_(depth) {
-        d_.Units_Metric = metric;
-    }
-    void ShowText(std::string_view text) override {
-        d_.Show_PushStart();
-        d_.SendText(1, cZEL_Display_J10::Fit(text));
-    }
-    void ShowPoint(float depth, float signal) override {
-        d_.Depth = depth;
-        d_.Rate = depth_.Rate();
-        if (signal != d_.Signal_Current || !started_) {
-            started_ = true;
-            d_.Signal_Current = signal;
-            if (signal > d_.Signal_MaxValue) {
-                d_.Signal_MaxValue = signal;
-                d_.Signal_MaxDepth = depth;
-            }
-            d_.Push_Update();
-        } else {
-            d_.T2_Update();
-        }
-    }
-    void ShowPause(bool paused) override {
-        if (paused)
-            d_.Push_Pause();
-        else
-            d_.Push_PauseEND();
-    }
-
-private:
-    cZEL_Display_J10& d_;
-    DepthAdapter& depth_;
-    bool started_ = false;
-};
-
 bool isExistingFile(const std::string& path) {
     std::error_code ec;
     return std::filesystem::is_regular_file(path, ec);
-}
-
-// The simulators of a --sim push as children, and the settings that point the openers at them. Empty when a
-// simulator did not start.
-std::optional<FieldConfig> startSimulators(Host& host, const PushArgs& a, bool hd,
-                                           std::vector<std::unique_ptr<SimChild>>& sims) {
-    const std::string sim = simProgramPath();
-    const auto child = [&](std::vector<std::string> args) -> SimChild& {
-        sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
-        return *sims.back();
-    };
-    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
-    // The simulated probe's first acquisition sees no light (the background), the second its RE cap.
-    scopeArgs.insert(scopeArgs.end(), {"--dark-acquisitions", "1", "--re-acquisitions", "1", "--re-scale",
-                                       formatNumber(a.reScale, "0.0##")});
-    if (a.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(a.sweepMs)});
-    if (!a.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", a.scopeDump});
-    SimChild& scopeSim = child(scopeArgs);
-    std::vector<std::string> depthArgs{"depth", "--rate", formatNumber(a.rateFtPerS, "#0.000")};
-    if (a.depthNoiseEvery > 0)
-        depthArgs.insert(depthArgs.end(), {"--noise-every", std::to_string(a.depthNoiseEvery)});
-    SimChild& depthSim = child(depthArgs);
-    SimChild& gpsSim = child({"gps"});
-    SimChild& displaySim = child({"display"});
-    SimChild* hdSim = hd ? &child({"hd", "--rate", formatNumber(a.rateFtPerS, "#0.000")}) : nullptr;
-    for (const auto& c : sims)
-        if (!c->running()) {
-            host.message("The simulators did not start (" + sim + ").");
-            return std::nullopt;
-        }
-    FieldConfig c;
-    c.scopeAddress = "127.0.0.1";
-    c.scopePortmap = static_cast<std::uint16_t>(scopeSim.port("scope", "portmap"));
-    c.depthPort = depthSim.text("depth", "pty");
-    c.gpsPort = gpsSim.text("gps", "pty");
-    c.displayPort = displaySim.text("display", "pty");
-    // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
-    c.stringPotCal = 1.0f;
-    c.depthUpdateMs = 100;
-    if (hdSim) {
-        c.hdAddress = "127.0.0.1";
-        const auto port = [&](const char* name) {
-            return static_cast<std::uint16_t>(hdSim->port("hd", name));
-        };
-        c.hdPorts = {port("command"), port("record"), port("second")};
-    }
-    return c;
 }
 
 // The instruments the push needs answered; the display and the GPS may be missing (the push goes on without
@@ -310,7 +101,14 @@ int runPush(const PushArgs& a) {
     std::vector<std::unique_ptr<SimChild>> sims;
     std::unique_ptr<FieldInstruments> instruments;
     if (a.sim) {
-        const auto config = startSimulators(host, a, hd, sims);
+        SimOptions o;
+        o.rateFtPerS = a.rateFtPerS;
+        o.sweepMs = a.sweepMs;
+        o.reScale = a.reScale;
+        o.scopeDump = a.scopeDump;
+        o.depthNoiseEvery = a.depthNoiseEvery;
+        o.hd = hd;
+        const auto config = startSimulators(host, o, sims);
         if (!config) return 1;
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
         // The simulated board is opened after the scope (below), so start-up does not take the simulators
@@ -385,13 +183,17 @@ int runPush(const PushArgs& a) {
     // Conductivity is logged when a source digitises it: the depth board's analogue input 1, or the data
     // board's input in HD-board mode.
     recorder.Context.conductivity = hd || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
-    ScopeAdapter scopeAdapter(instruments->Scope());
-    BoardAdapter board(instruments->HdBoard(), depth, hd);
+    FieldInstruments& drivers = *instruments;
+    PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
+                static_cast<std::int64_t>(a.idleSeconds * 1000.0));
+    rig.setMetric(a.metric);
     int taken = 0;
-    DepthAdapter depthAdapter(depth, host, clock, a.metric, static_cast<std::int64_t>(a.idleSeconds * 1000.0),
-                              [&] { return taken >= a.points; });
-    GpsAdapter gpsAdapter(gps);
-    DisplayAdapter display(instruments->Display(), depthAdapter, a.metric);
+    rig.depth().ended = [&] { return taken >= a.points; };
+    acq::Scope& scopeAdapter = rig.scope();
+    BoardAdapter& board = rig.board();
+    DepthAdapter& depthAdapter = rig.depth();
+    acq::Gps& gpsAdapter = rig.gps();
+    acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
     reference.Mode = mode;
@@ -426,10 +228,9 @@ int runPush(const PushArgs& a) {
     const nlohmann::ordered_json used = {{"scope", true},
                                          {"depth", true},
                                          {"hd", board.InUse()},
-                                         {"gps", instruments->GpsOpen()},
-                                         {"display", instruments->DisplayOpen()}};
-    instruments->Display().Show_Complete();
-    instruments->Close();
+                                         {"gps", drivers.GpsOpen()},
+                                         {"display", drivers.DisplayOpen()}};
+    drivers.Display().Show_Complete();
 
     const acq::RecordedFiles& files = recorder.Files();
     nlohmann::ordered_json j;

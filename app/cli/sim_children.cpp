@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <sys/wait.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 namespace zel::cli {
 
@@ -12,6 +15,10 @@ SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
     if (::pipe(fds) != 0) return;
     pid_ = ::fork();
     if (pid_ == 0) {
+#ifdef __linux__
+        // A parent that dies without its destructors (killed, crashed) takes its simulators with it.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+#endif
         ::dup2(fds[1], 1);
         ::close(fds[0]);
         ::close(fds[1]);

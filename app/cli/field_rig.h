@@ -1,0 +1,169 @@
+#pragma once
+// The field instruments as acquisition sees them (acquisition/instruments.h): the opened drivers with an
+// adapter each, and the simulated set of them (zel-sim children opened through the same drivers on loopback
+// ports and pseudo-terminals). zel-cli push and the desktop program share this wiring, so both push against
+// exactly the same code whether the instruments are real or simulated.
+
+#include "acquisition/instruments.h"
+#include "app/cli/sim_children.h"
+#include "common/clock.h"
+#include "common/host.h"
+#include "instruments/field/field_instruments.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zel::cli {
+
+class ScopeAdapter : public acq::Scope {
+public:
+    explicit ScopeAdapter(cZEL_Scope& s) : s_(s) {}
+    void ReadSetup() override;
+    bool Acquire(std::string_view source, Waveform& wave) override;
+    void StoreReference(std::string_view source, std::string_view memory) override;
+    int Status() override;
+    double Delay() override;
+    void SetDelay(double seconds) override;
+    void StartPush() override;
+    void StopPush() override {}
+
+private:
+    cZEL_Scope& s_;
+    int lastStatus_ = 1;
+};
+
+// The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
+// unless the start-up is in HD-board mode and the board answered.
+class BoardAdapter : public acq::Board {
+public:
+    BoardAdapter(clsHD& hd, cZEL_Depth& depth, bool inUse) : hd_(hd), depth_(depth), inUse_(inUse) {}
+    bool InUse() const override { return inUse_ && hd_.Connected(); }
+    void EnterReferenceState() override { hd_.Stop(); }
+    acq::FirmwareVersion Firmware() override;
+    void StartPush() override;
+    void StopPush() override { hd_.Stop(); }
+    void WaitTrigger() override { hd_.WaitRecord(2000); }
+    // The conductivity input (column 5, calibrated as the depth board's) and the 3-volt analogue input.
+    std::array<float, 2> AuxValues() override;
+
+private:
+    clsHD& hd_;
+    cZEL_Depth& depth_;
+    bool inUse_;
+};
+
+class DepthAdapter : public acq::PushDepth {
+public:
+    // idleMs > 0: the push ends when the source has sent nothing for that long (a headless push has no
+    // operator to notice a dead line); 0: only ended() or a stop ends it.
+    DepthAdapter(cZEL_Depth& d, Host& host, const Clock& clock, std::int64_t idleMs)
+        : d_(d), host_(host), clock_(clock), idleMs_(idleMs) {}
+    // Depths in metres (rates in cm/s) instead of feet (in/s).
+    bool metric = false;
+    // Whether the push has reached its end (the console's point count); none: only a stop ends it.
+    std::function<bool()> ended;
+
+    bool StatusGood() override { return d_.StatusOK; }
+    void Reset(float) override;
+    // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
+    void Read() override { host_.sleepMs(5); }
+    float Current() override { return metric ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
+    float Rate() override { return metric ? d_.Rate_Cm : d_.Rate_In; }
+    float Conductivity() override { return d_.Conductivity; }
+    int Mode() override { return static_cast<int>(d_.Source()); }
+    float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
+    bool EndOfPush() override;
+    void Pause() override { d_.DepthPause = true; }
+    void Resume() override { d_.DepthPause = false; }
+    float StopDepth() override { return 1e9f; }
+    void SetRatePerMinute(double) override {}
+    void StopEmulation() override { d_.Emulate_Pause(); }
+
+private:
+    cZEL_Depth& d_;
+    Host& host_;
+    const Clock& clock_;
+    std::int64_t idleMs_;
+    bool silent_ = false;
+    long long lastReadings_ = -1;
+    std::int64_t lastReadingMs_ = 0;
+};
+
+class GpsAdapter : public acq::Gps {
+public:
+    explicit GpsAdapter(cZEL_GPS& g) : g_(g) {}
+    acq::Position Current() override { return {g_.Latitude_Dec, g_.Longitude_Dec, g_.QualityIndicator > 0}; }
+
+private:
+    cZEL_GPS& g_;
+};
+
+// The field display at the rig. The loop refreshes it on every pass: the whole push screen goes out when a
+// point brought a new signal, otherwise only the depth and rate rows that moved (the line is 9600 baud).
+class DisplayAdapter : public acq::FieldDisplay {
+public:
+    DisplayAdapter(cZEL_Display_J10& d, DepthAdapter& depth) : d_(d), depth_(depth) {}
+    void setMetric(bool metric) { d_.Units_Metric = metric; }
+    void ShowText(std::string_view text) override;
+    void ShowPoint(float depth, float signal) override;
+    void ShowPause(bool paused) override;
+
+private:
+    cZEL_Display_J10& d_;
+    DepthAdapter& depth_;
+    bool started_ = false;
+};
+
+// What the simulated instruments do; the test aids let end-to-end tests misbehave on purpose.
+struct SimOptions {
+    double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
+    int sweepMs = -1;         // the scope simulator's time per averaged sweep; negative: its own default
+    double reScale = 1.0;     // brightness of the simulated reference emitter
+    std::string scopeDump;    // the scope simulator's record of every curve it sent
+    int depthNoiseEvery = 0;  // line noise on the simulated depth line
+    bool hd = false;          // the data board's simulator too
+    std::string program;      // zel-sim; empty: beside the running program
+};
+
+// Starts the simulators as children (appended to sims) and returns the settings that point the openers at
+// them; empty, with the reason shown, when one did not start.
+std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& options,
+                                           std::vector<std::unique_ptr<SimChild>>& sims);
+
+// The opened drivers (and the simulators behind them, if any) with their adapters: everything a push runs
+// against. Needs a Qt application object (the drivers' sockets and serial ports).
+class PushRig {
+public:
+    PushRig(Host& host, const Clock& clock, std::unique_ptr<FieldInstruments> drivers,
+            std::vector<std::unique_ptr<SimChild>> sims, bool hdInUse, std::int64_t depthIdleMs = 0);
+    ~PushRig();
+
+    acq::Scope& scope() { return scope_; }
+    BoardAdapter& board() { return board_; }
+    DepthAdapter& depth() { return depth_; }
+    acq::Gps& gps() { return gps_; }
+    DisplayAdapter& display() { return display_; }
+    FieldInstruments& drivers() { return *drivers_; }
+    bool simulated() const { return !sims_.empty(); }
+    // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
+    void setMetric(bool metric);
+
+private:
+    std::vector<std::unique_ptr<SimChild>> sims_;
+    std::unique_ptr<FieldInstruments> drivers_;
+    ScopeAdapter scope_;
+    BoardAdapter board_;
+    DepthAdapter depth_;
+    GpsAdapter gps_;
+    DisplayAdapter display_;
+};
+
+// The simulated rig in one step: simulators started, drivers opened at once (no paced start-up). Empty with
+// the reason shown when a simulator did not start or its driver did not open.
+std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const SimOptions& options);
+
+} // namespace zel::cli

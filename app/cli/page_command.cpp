@@ -1,0 +1,177 @@
+// zel-cli page: the log page of each raw log as PDF and/or JPG, drawn by the same renderer as the program's
+// own pages, without a display.
+#include "app/cli/command.h"
+
+#include "app/plot/log_page.h"
+#include "app/plot/plot_model.h"
+#include "app/plot/plot_settings_view.h"
+#include "app/plot/waveform_view.h"
+#include "common/clock.h"
+#include "common/console_host.h"
+#include "common/version.h"
+#include "log/load_file.h"
+#include "log/plot_companion.h"
+#include "log/raw_log_format.h"
+#include "settings/startup/modes.h"
+#include "settings/startup/startup_settings.h"
+
+#include <QGuiApplication>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zel::cli {
+
+namespace {
+
+struct PageArgs {
+    std::vector<std::string> files;
+    std::string to;
+    bool pdf = false;
+    bool jpg = false;
+    int dpi = 150;
+};
+
+// Where a page of the log goes: DIR/<log name>.<extension>, or beside the raw log.
+std::string outputPath(const cZEL_Data& log, const std::string& file, const std::string& to,
+                       const char* ext) {
+    namespace fs = std::filesystem;
+    const fs::path dir = to.empty() ? fs::path(file).parent_path() : fs::path(to);
+    std::string name = log.File_Title_NoExt();
+    if (name.empty()) name = fs::path(file).filename().string();
+    return (dir / (name + ext)).string();
+}
+
+// One file: the pages written, or the reason it failed (the load's own messages went to the host).
+bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vector<std::string>& written,
+             std::string& reason) {
+    SystemClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+    RawLogContext ctx;
+    LoadSession session;
+    session.family = familyOfPath(file);
+    LoadRequest request;
+    request.path = file;
+    request.quiet = true;
+    const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
+    if (r.outcome != LoadOutcome::Loaded) {
+        reason = "not loaded";
+        return false;
+    }
+
+    // The channel labels, model name and page font of the mode the log was made in.
+    StartupSettings defaults;
+    plot::PlotSource source{log, arrays};
+    source.labels = defaults.labels;
+    source.birchMode = ctx.birchMode;
+    std::string modelName = log.mode();
+    int pageFont = 11;
+    if (const ModeEntry* mode = findMode(ctx.modeId)) {
+        for (std::size_t i = 0; i < source.labels.size(); ++i)
+            source.labels[i] = mode->labels[i];
+        modelName = mode->model;
+        pageFont = mode->pageFont;
+    }
+
+    // The log's own plot settings and its latest callout scheme, when its companion has them.
+    const std::string plt = log.File_FullPath_Plt();
+    const plot::PlotSettings settings = plot::plotSettingsFromIni(plt);
+    if (const int scheme = nextCalloutScheme(plt) - 1; scheme >= 1) {
+        CalloutDisplay display;
+        std::string label;
+        LoadCalloutScheme(plt, scheme, log, display, label);
+        // The text the user gave a callout names it on the page when it has no caption of its own.
+        for (int slot = 0; slot < cZEL_Data::kCalloutSlots; ++slot) {
+            const std::string& text = display.text[static_cast<std::size_t>(slot)];
+            if (log.Callout_Caption(slot).empty() && !text.empty() && text != " ")
+                log.Callout_Caption(slot, text);
+        }
+    }
+
+    const plot::PlotModel model = plot::PlotModel::build(source, settings);
+    plot::PageInput input{log, model,
+                          plot::logCallouts(log, arrays, model.channelColours(), source.signalColumn)};
+    input.modelName = modelName;
+    input.fontPoints = pageFont;
+    input.creator = std::string("ZEL ") + kVersionText;
+    input.re = arrays.re.samples;
+    input.waveDeltaX = log.Wave_DeltaX();
+
+    std::string error;
+    if (args.pdf) {
+        const std::string out = outputPath(log, file, args.to, ".pdf");
+        if (!plot::writePdfPage(out, input, error)) {
+            reason = error;
+            return false;
+        }
+        written.push_back(out);
+    }
+    if (args.jpg) {
+        const std::string out = outputPath(log, file, args.to, ".jpg");
+        if (!plot::writeJpgPage(out, input, error, args.dpi)) {
+            reason = error;
+            return false;
+        }
+        written.push_back(out);
+    }
+    return true;
+}
+
+int runPage(const PageArgs& args) {
+    // Pages need fonts, hence a QGuiApplication; without a display it runs on the offscreen platform.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    int argc = 1;
+    char name[] = "zel-cli";
+    char* argv[] = {name, nullptr};
+    QGuiApplication app(argc, argv);
+
+    ConsoleHost host(std::cerr);
+    std::vector<std::string> failed;
+    const std::size_t total = args.files.size();
+    for (std::size_t i = 0; i < total; ++i) {
+        const std::string& file = args.files[i];
+        const std::string counter = std::to_string(i + 1) + "/" + std::to_string(total) + " ";
+        std::vector<std::string> written;
+        std::string reason;
+        if (pageOne(file, args, host, written, reason)) {
+            std::cerr << counter << file << " ->";
+            for (const auto& w : written)
+                std::cerr << ' ' << w;
+            std::cerr << std::endl;
+        } else {
+            std::cerr << counter << file << ": failed (" << reason << ")" << std::endl;
+            failed.push_back(file);
+        }
+    }
+    if (failed.empty()) return 0;
+    std::cerr << "zel-cli page: " << failed.size() << " of " << total << " files failed:";
+    for (const auto& f : failed)
+        std::cerr << ' ' << f;
+    std::cerr << '\n';
+    return 1;
+}
+
+} // namespace
+
+void addPageCommand(CLI::App& app, CommandRunner& run) {
+    auto args = std::make_shared<PageArgs>();
+    auto* cmd = app.add_subcommand("page", "Write the log page of each raw log as PDF and/or JPG");
+    cmd->add_option("FILE", args->files, "raw logs")->required();
+    cmd->add_option("--to", args->to, "folder for the pages (default: beside each raw log)")
+        ->check(CLI::ExistingDirectory);
+    auto* format = cmd->add_option_group("format", "at least one of --pdf, --jpg");
+    format->add_flag("--pdf", args->pdf, "write <name>.pdf");
+    format->add_flag("--jpg", args->jpg, "write <name>.jpg (one file a page)");
+    format->require_option(1, 2);
+    cmd->add_option("--dpi", args->dpi, "resolution of the JPG pages (default 150)")
+        ->check(CLI::Range(36, 600));
+    cmd->callback([args, &run] { run = [args] { return runPage(*args); }; });
+}
+
+} // namespace zel::cli

@@ -1,0 +1,185 @@
+#include "app/plot/log_page.h"
+#include "app/plot/pdf_facts.h"
+#include "app/plot/synthetic_log.h"
+
+#include "common/clock.h"
+#include "common/testing/recording_host.h"
+
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace zel::plot {
+namespace {
+
+namespace fs = std::filesystem;
+using synthetic::PdfFacts;
+
+std::string readFile(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+PdfFacts pdfFacts(const fs::path& p) {
+    return synthetic::readPdfFacts(readFile(p));
+}
+
+class LogPageTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir = fs::temp_directory_path() / ("zel_page_test_" + std::to_string(::getpid()));
+        fs::create_directories(dir);
+        synthetic::fillSyntheticLog(log, arrays, 201, 60);
+        log.Callout_Index(1, 0, 40);
+        log.Callout_Index(1, 1, 80);
+        log.Callout_Caption(1, "Plume");
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    PageInput input(const PlotModel& m) {
+        PageInput in{log, m, logCallouts(log, arrays, m.channelColours())};
+        in.modelName = "Alder";
+        in.creator = "ZEL test";
+        in.re = arrays.re.samples;
+        return in;
+    }
+
+    fs::path dir;
+    zel::testing::RecordingHost host;
+    FakeClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+};
+
+TEST_F(LogPageTest, PdfHasOnePageOfTheSettingsSizeWithEveryEnabledTrack) {
+    PlotSettings s;
+    s.rate.shown = true;
+    s.conductivity.shown = true;
+    s.presFlow[0].shown = true;
+    s.watermark = "CONFIDENTIAL";
+    const PlotModel m = PlotModel::build({log, arrays}, s);
+    const PageInput in = input(m);
+    PageRecord record;
+    std::string error;
+    const fs::path out = dir / "page.pdf";
+    ASSERT_TRUE(writePdfPage(out.string(), in, error, &record)) << error;
+    const PdfFacts f = pdfFacts(out);
+    EXPECT_EQ(f.pages, 1);
+    EXPECT_EQ(f.mediaBox, (std::vector<double>{0, 0, 612, 792})); // Letter, portrait
+    EXPECT_EQ(record.pages, 1);
+    for (const char* title : {"%RE", "Rate", "EC", "Pressure", "est. K (ft/day)", "Depth (ft)",
+                              "CONFIDENTIAL", "Plume", "Site: Synthetic site", "Page 1 of 1"})
+        EXPECT_TRUE(record.contains(title)) << title;
+    EXPECT_FALSE(record.contains("Scatter")); // not enabled
+    EXPECT_FALSE(record.contains("DRAFT"));
+}
+
+TEST_F(LogPageTest, FixedPrintedScaleRunsOverSeveralPagesInPdfAndJpg) {
+    PlotSettings s;
+    s.perInch = true;
+    s.depthPerInch = 0.5; // 10 ft of log at half a foot an inch: several landscape pages
+    s.landscape = true;
+    s.pageSize = PageSize::Legal;
+    s.draft = true;
+    const PlotModel m = PlotModel::build({log, arrays}, s);
+    const PageInput in = input(m);
+    const int pages = logPageCount(in, pageLayoutFor(s));
+    ASSERT_GT(pages, 1);
+
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "long.pdf").string(), in, error, &record)) << error;
+    const PdfFacts f = pdfFacts(dir / "long.pdf");
+    EXPECT_EQ(f.pages, pages);
+    EXPECT_EQ(f.mediaBox, (std::vector<double>{0, 0, 1008, 612})); // Legal, landscape
+    EXPECT_TRUE(record.contains("Page " + std::to_string(pages) + " of " + std::to_string(pages)));
+    EXPECT_TRUE(record.contains("DRAFT"));
+
+    ASSERT_TRUE(writeJpgPage((dir / "long.jpg").string(), in, error, 50)) << error;
+    const QImage first(QString::fromStdString((dir / "long.jpg").string()));
+    EXPECT_EQ(first.size(), QSize(700, 425));
+    EXPECT_TRUE(fs::exists(dir / ("long_" + std::to_string(pages) + ".jpg")));
+    EXPECT_FALSE(fs::exists(dir / ("long_" + std::to_string(pages + 1) + ".jpg")));
+}
+
+TEST_F(LogPageTest, FixedPrintedScaleSetsTheReRangeFromTheTracksWidth) {
+    // The %RE track's scale ends follow its title and unit in the record.
+    const auto reMax = [&](double rePerInch) {
+        PlotSettings s;
+        s.perInch = true;
+        s.rePerInch = rePerInch;
+        const PlotModel m = PlotModel::build({log, arrays}, s);
+        PageRecord record;
+        std::string error;
+        EXPECT_TRUE(writePdfPage((dir / "scale.pdf").string(), input(m), error, &record)) << error;
+        const auto it = std::find(record.texts.begin(), record.texts.end(), "%RE");
+        if (std::distance(it, record.texts.end()) < 4) {
+            ADD_FAILURE() << "no %RE scale on the page";
+            return 0.0;
+        }
+        EXPECT_EQ(*(it + 2), "0");
+        return std::stod(*(it + 3));
+    };
+    const double ten = reMax(10);
+    EXPECT_GT(ten, 20); // the track is several inches wide
+    EXPECT_NEAR(reMax(20), 2 * ten, 0.01 * ten);
+}
+
+TEST_F(LogPageTest, AnUnwritablePathIsAnErrorNotACrash) {
+    const PlotModel m = PlotModel::build({log, arrays}, PlotSettings{});
+    const PageInput in = input(m);
+    std::string error;
+    EXPECT_FALSE(writePdfPage((dir / "missing" / "x.pdf").string(), in, error));
+    EXPECT_FALSE(error.empty());
+    error.clear();
+    EXPECT_FALSE(writeJpgPage((dir / "missing" / "x.jpg").string(), in, error));
+    EXPECT_FALSE(error.empty());
+}
+
+// Values from a damaged or odd file: not numbers, infinities, huge values, depths out of order.
+TEST_F(LogPageTest, GarbageValuesDrawWithoutHarm) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    const float garbage[] = {nan, inf, -inf, 3e38f, -3e38f, 0.0f};
+    for (int p = 0; p < arrays.points(); ++p) {
+        auto row = arrays.columns.row(p);
+        for (std::size_t c = 0; c < row.size(); ++c)
+            if ((p + int(c)) % 3 == 0) row[c] = garbage[(p + c) % std::size(garbage)];
+        arrays.waves.row(p)[static_cast<std::size_t>(p % 60)] = garbage[p % std::size(garbage)];
+    }
+    log.Callout_Range(2, 0, nan);
+    log.Callout_Range(2, 1, inf);
+    log.Callout_Index(3, 0, 30000); // beyond the log
+    log.Callout_Index(3, 1, -5);
+    PlotSettings s;
+    s.rate.shown = s.conductivity.shown = s.scatter.shown = s.fluorescence.shown = true;
+    s.rate.logScale = true;
+    s.presFlow[0].shown = true;
+    s.referenceRe = 1e300;
+    s.depthMin = -1e300;
+    const PlotModel m = PlotModel::build({log, arrays}, s);
+    (void)m.valuesAt(3.0);
+    (void)m.valuesAt(std::numeric_limits<double>::quiet_NaN());
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "garbage.pdf").string(), input(m), error, &record)) << error;
+    EXPECT_EQ(record.pages, 1);
+    EXPECT_TRUE(record.contains("Rate"));
+}
+
+TEST_F(LogPageTest, AnEmptyLogStillMakesAPage) {
+    LogArrays none;
+    const PlotModel m = PlotModel::build({log, none}, PlotSettings{});
+    const PageInput in{log, m};
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "empty.pdf").string(), in, error, &record)) << error;
+    EXPECT_EQ(pdfFacts(dir / "empty.pdf").pages, 1);
+    EXPECT_TRUE(record.contains("%RE"));
+}
+
+} // namespace
+} // namespace zel::plot

@@ -1,0 +1,279 @@
+#include "app/plot/waveform_view.h"
+
+#include "app/plot/paint_text.h"
+
+#include <QFontMetricsF>
+#include <QPolygonF>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zel::plot {
+namespace {
+
+QColor qcolour(Colour c) {
+    return QColor(c.r, c.g, c.b);
+}
+
+float depthOf(const LogArrays& a, int point) {
+    return a.columns.at(point_column::Depth, point).value_or(std::numeric_limits<float>::quiet_NaN());
+}
+
+// The mean waveform, %RE and colour of the given points (all inside the log).
+CalloutWave averageOf(const LogArrays& a, const ChannelColours& colours, const std::vector<int>& points,
+                      int signalColumn) {
+    CalloutWave c;
+    const int samples = a.waves.samplesPerWave();
+    std::vector<double> sum(static_cast<std::size_t>(std::max(0, samples)), 0.0);
+    std::array<double, kMaxChannels> shares{};
+    double signal = 0.0;
+    int signalCount = 0;
+    for (int p : points) {
+        const auto w = a.waves.wave(p);
+        for (std::size_t i = 0; i < sum.size() && i < w.size(); ++i)
+            sum[i] += w[i];
+        if (const auto v = a.columns.at(signalColumn, p); v && std::isfinite(*v)) {
+            signal += *v;
+            ++signalCount;
+        }
+        for (int k = 0; k < kMaxChannels; ++k)
+            if (const auto v = a.columns.at(point_column::Ch1 + k, p); v && std::isfinite(*v))
+                shares[static_cast<std::size_t>(k)] += *v;
+    }
+    const double n = points.empty() ? 1.0 : double(points.size());
+    c.average.reserve(sum.size());
+    for (double v : sum)
+        c.average.push_back(static_cast<float>(v / n));
+    c.meanSignal = signalCount > 0 ? signal / signalCount : 0.0;
+    std::array<float, kMaxChannels> mean{};
+    for (std::size_t k = 0; k < mean.size(); ++k)
+        mean[k] = static_cast<float>(shares[k] / n);
+    c.colour = pointColour(colours, mean);
+    c.firstPoint = points.empty() ? 0 : *std::min_element(points.begin(), points.end());
+    c.lastPoint = points.empty() ? 0 : *std::max_element(points.begin(), points.end());
+    return c;
+}
+
+constexpr std::array<Colour, cZEL_Data::kCalloutSlots> kSlotColours{
+    {{220, 0, 0}, {0, 140, 0}, {0, 70, 220}, {200, 110, 0}, {150, 0, 170}}};
+
+// A series drawn across rect: one min/max pair per pixel column when it has more samples than columns.
+void drawSeries(QPainter& p, std::span<const float> s, const QRectF& r, double xMax, double yLo, double yHi) {
+    if (s.empty() || !(xMax > 0) || !(yHi > yLo)) return;
+    const auto yOf = [&](double v) { return r.bottom() - (v - yLo) / (yHi - yLo) * r.height(); };
+    const auto xOf = [&](double i) { return r.left() + i / xMax * r.width(); };
+    QPolygonF line;
+    const int columns = std::max(1, static_cast<int>(r.width()));
+    if (static_cast<int>(s.size()) <= 2 * columns) {
+        line.reserve(static_cast<qsizetype>(s.size()));
+        for (std::size_t i = 0; i < s.size(); ++i)
+            if (std::isfinite(s[i])) line << QPointF(xOf(double(i)), yOf(s[i]));
+    } else {
+        const double per = double(s.size()) / columns;
+        for (int c = 0; c < columns; ++c) {
+            const auto b = static_cast<std::size_t>(c * per);
+            const auto e = std::min(s.size(), static_cast<std::size_t>((c + 1) * per));
+            float lo = std::numeric_limits<float>::infinity(), hi = -lo;
+            for (std::size_t i = b; i < e; ++i)
+                if (std::isfinite(s[i])) {
+                    lo = std::min(lo, s[i]);
+                    hi = std::max(hi, s[i]);
+                }
+            if (lo > hi) continue;
+            line << QPointF(xOf(double(b)), yOf(lo)) << QPointF(xOf(double(b)), yOf(hi));
+        }
+    }
+    p.drawPolyline(line);
+}
+
+} // namespace
+
+Colour calloutSlotColour(int slot) {
+    return kSlotColours[static_cast<std::size_t>(std::clamp(slot, 0, cZEL_Data::kCalloutSlots - 1))];
+}
+
+std::optional<CalloutWave> calloutForRange(const cZEL_Data& log, const LogArrays& a,
+                                           const ChannelColours& colours, int slot, double top, double bottom,
+                                           int signalColumn) {
+    (void)log;
+    if (!std::isfinite(top) || !std::isfinite(bottom)) return std::nullopt;
+    if (bottom < top) std::swap(top, bottom);
+    std::vector<int> points;
+    for (int p = 0; p < a.points(); ++p) {
+        const float d = depthOf(a, p);
+        if (std::isfinite(d) && d >= top && d <= bottom) points.push_back(p);
+    }
+    if (points.empty()) return std::nullopt;
+    CalloutWave c = averageOf(a, colours, points, signalColumn);
+    c.slot = slot;
+    c.top = top;
+    c.bottom = bottom;
+    return c;
+}
+
+std::vector<CalloutWave> logCallouts(const cZEL_Data& log, const LogArrays& a, const ChannelColours& colours,
+                                     int signalColumn) {
+    std::vector<CalloutWave> out;
+    for (int slot = 0; slot < cZEL_Data::kCalloutSlots; ++slot) {
+        const int i0 = log.Callout_Index(slot, 0), i1 = log.Callout_Index(slot, 1);
+        const double r0 = log.Callout_Range(slot, 0), r1 = log.Callout_Range(slot, 1);
+        if (i0 == 0 && i1 == 0 && r0 == 0.0 && r1 == 0.0) continue; // an unused slot
+        std::optional<CalloutWave> c;
+        if (i0 >= 0 && i1 >= i0 && i1 < a.points() && i1 > 0) {
+            std::vector<int> points;
+            for (int p = i0; p <= i1; ++p)
+                points.push_back(p);
+            c = averageOf(a, colours, points, signalColumn);
+            c->slot = slot;
+            const bool ranged = std::isfinite(r0) && std::isfinite(r1) && (r0 != 0.0 || r1 != 0.0);
+            c->top = ranged ? std::min(r0, r1) : depthOf(a, i0);
+            c->bottom = ranged ? std::max(r0, r1) : depthOf(a, i1);
+        } else {
+            c = calloutForRange(log, a, colours, slot, r0, r1, signalColumn);
+        }
+        if (!c) continue;
+        c->caption = log.Callout_Caption(slot);
+        if (c->caption.empty()) c->caption = "C" + std::to_string(slot + 1);
+        out.push_back(std::move(*c));
+    }
+    return out;
+}
+
+int nearestPoint(const LogArrays& a, double depth) {
+    int best = -1;
+    double gap = std::numeric_limits<double>::infinity();
+    for (int p = 0; p < a.points(); ++p) {
+        const float d = depthOf(a, p);
+        if (!std::isfinite(d)) continue;
+        const double g = std::fabs(d - depth);
+        if (g < gap) {
+            gap = g;
+            best = p;
+        }
+    }
+    return best;
+}
+
+void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
+    if (!(rect.width() > 0) || !(rect.height() > 0)) return;
+    p.save();
+    p.setFont(v.font);
+    const QFontMetricsF fm(v.font, p.device());
+    const double lh = fm.height();
+    const double lineWidth = std::max(1.0, lh / 14.0);
+    const TextSink sink{v.textSink};
+
+    // Legend column beside the plot when there are callouts.
+    const double legendWidth =
+        v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.4, 16.0 * lh);
+    const QRectF plotArea(rect.left() + 4.5 * lh, rect.top() + 1.3 * lh,
+                          std::max(1.0, rect.width() - 4.5 * lh - legendWidth - 0.5 * lh),
+                          std::max(1.0, rect.height() - 2.8 * lh));
+
+    std::size_t samples = std::max({v.wave.size(), v.re.size(), v.background.size()});
+    double lo = std::numeric_limits<double>::infinity(), hi = -lo;
+    const auto take = [&](std::span<const float> s) {
+        for (float x : s)
+            if (std::isfinite(x)) {
+                lo = std::min(lo, double(x));
+                hi = std::max(hi, double(x));
+            }
+    };
+    take(v.wave);
+    take(v.re);
+    take(v.background);
+    for (const auto& c : v.callouts) {
+        take(c.average);
+        samples = std::max(samples, c.average.size());
+    }
+    if (!(lo <= hi)) lo = 0, hi = 1;
+    if (hi - lo < 1e-6) hi = lo + 1.0;
+    const double pad = (hi - lo) * 0.05;
+    lo -= pad;
+    hi += pad;
+    const double xMax = samples > 1 ? double(samples - 1) : 1.0;
+
+    p.fillRect(plotArea, Qt::white);
+    p.setPen(QPen(QColor(220, 220, 220), lineWidth * 0.6));
+    const std::vector<double> yTicks = niceTicks(lo, hi, 5);
+    for (double t : yTicks) {
+        const double y = plotArea.bottom() - (t - lo) / (hi - lo) * plotArea.height();
+        p.drawLine(QPointF(plotArea.left(), y), QPointF(plotArea.right(), y));
+    }
+    p.setPen(Qt::black);
+    for (double t : yTicks) {
+        const double y = plotArea.bottom() - (t - lo) / (hi - lo) * plotArea.height();
+        drawText(p, QRectF(rect.left(), y - lh / 2, 4.2 * lh, lh), Qt::AlignRight | Qt::AlignVCenter,
+                 QString::number(t, 'g', 4), sink);
+    }
+    // The time axis in ns when the time step is known, else in samples.
+    const double nsPerSample = v.deltaX > 0 ? v.deltaX * 1e9 : 0.0;
+    const double xSpan = nsPerSample > 0 ? xMax * nsPerSample : xMax;
+    for (double t : niceTicks(0, xSpan, std::clamp(static_cast<int>(plotArea.width() / (4.0 * lh)), 2, 8))) {
+        const double x = plotArea.left() + t / xSpan * plotArea.width();
+        drawText(p, QRectF(x - 3 * lh, plotArea.bottom(), 6 * lh, lh), Qt::AlignCenter,
+                 QString::number(t, 'g', 4), sink);
+    }
+    drawText(p, QRectF(plotArea.left(), plotArea.bottom() + lh, plotArea.width(), lh * 1.2), Qt::AlignCenter,
+             nsPerSample > 0 ? QStringLiteral("ns") : QStringLiteral("sample"), sink);
+    drawText(p, QRectF(rect.left(), rect.top(), rect.width() - legendWidth, 1.2 * lh),
+             Qt::AlignLeft | Qt::AlignVCenter, QString::fromStdString(v.title), sink);
+
+    p.save();
+    p.setClipRect(plotArea);
+    p.setPen(QPen(QColor(0, 0, 200), lineWidth, Qt::DotLine));
+    int previous = 0;
+    for (std::size_t i = 0; i < v.boundaries.size(); ++i) {
+        const int b = v.boundaries[i];
+        if (b <= 0 || static_cast<std::size_t>(b) >= samples) continue;
+        const double x = plotArea.left() + b / xMax * plotArea.width();
+        p.drawLine(QPointF(x, plotArea.top()), QPointF(x, plotArea.bottom()));
+        if (i < v.channelLabels.size()) {
+            const double x0 = plotArea.left() + previous / xMax * plotArea.width();
+            drawText(p, QRectF(x0, plotArea.top(), x - x0, lh), Qt::AlignCenter,
+                     QString::fromStdString(v.channelLabels[i]), sink);
+        }
+        previous = b;
+    }
+    p.setPen(QPen(QColor(170, 170, 170), lineWidth));
+    drawSeries(p, v.background, plotArea, xMax, lo, hi);
+    p.setPen(QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine));
+    drawSeries(p, v.re, plotArea, xMax, lo, hi);
+    for (const auto& c : v.callouts) {
+        p.setPen(QPen(qcolour(calloutSlotColour(c.slot)), lineWidth * 1.5));
+        drawSeries(p, c.average, plotArea, xMax, lo, hi);
+    }
+    p.setPen(QPen(Qt::black, lineWidth * 1.2));
+    drawSeries(p, v.wave, plotArea, xMax, lo, hi);
+    p.restore();
+    p.setPen(QPen(Qt::black, lineWidth));
+    p.drawRect(plotArea);
+
+    if (legendWidth > 0) {
+        const double x = plotArea.right() + 0.5 * lh;
+        double y = plotArea.top();
+        const QString unit = QString::fromStdString(v.depthUnit);
+        for (const auto& c : v.callouts) {
+            if (y + 2 * lh > rect.bottom()) break;
+            const QRectF swatch(x, y + 0.15 * lh, 1.6 * lh, 1.7 * lh);
+            p.fillRect(swatch, qcolour(c.colour));
+            p.setPen(QPen(qcolour(calloutSlotColour(c.slot)), lineWidth * 2));
+            p.drawRect(swatch);
+            p.setPen(Qt::black);
+            const QRectF text(swatch.right() + 0.4 * lh, y, rect.right() - swatch.right() - 0.4 * lh, lh);
+            drawText(p, text, Qt::AlignLeft | Qt::AlignVCenter, QString::fromStdString(c.caption), sink);
+            drawText(p, text.translated(0, lh), Qt::AlignLeft | Qt::AlignVCenter,
+                     QStringLiteral("%1-%2 %3  %RE %4")
+                         .arg(c.top, 0, 'f', 1)
+                         .arg(c.bottom, 0, 'f', 1)
+                         .arg(unit)
+                         .arg(c.meanSignal, 0, 'f', 1),
+                     sink);
+            y += 2.4 * lh;
+        }
+    }
+    p.restore();
+}
+
+} // namespace zel::plot

@@ -1,0 +1,63 @@
+#include "app/zel/desktop_startup.h"
+
+#include "app/zel/sim_network.h"
+#include "instruments/field/field_config.h"
+#include "settings/data_root.h"
+#include "settings/startup/instance_lock.h"
+#include "settings/startup/platform_network.h"
+
+#include <QLabel>
+
+namespace zel::gui {
+
+bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& host, Clock& clock,
+                  const std::string& dataRoot, const DesktopStartup& how) {
+    // The drivers are created once, opened by the sequence's steps, and handed to the main window for its
+    // pushes. With --sim they are pointed at zel-sim children started here.
+    StartupSettings resolvedSettings = settings;
+    std::vector<std::unique_ptr<cli::SimChild>> sims;
+    std::unique_ptr<FieldInstruments> drivers;
+    if (how.sim && !settings.fileMode) {
+        if (const auto config = cli::startSimulators(host, {}, sims))
+            drivers = std::make_unique<FieldInstruments>(host, clock, *config);
+        else
+            sims.clear();
+    }
+    if (!drivers) drivers = std::make_unique<FieldInstruments>(host, clock, optionsFilePath(dataRoot));
+    applyAddresses(drivers->Config, resolvedSettings);
+    const bool simulated = !sims.empty();
+    SimNetwork simNetwork;
+    SystemNetwork systemNetwork;
+    InstanceLock instances(instanceLockPath(dataRoot));
+
+    StartupHooks hooks;
+    hooks.showVersion = how.showVersion;
+    hooks.hideAcquisitionMenus = [&] { window.hideAcquisition(); };
+    hooks.setConnection = [&](std::string_view v) {
+        if (auto* l = window.findChild<QLabel*>("lblConnection"))
+            l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
+    };
+    hooks.showMainWindow = [&](const StartupSettings& resolved) {
+        window.restoreOptions();
+        window.applyStartupSettings(resolved);
+        // A push needs at least the scope and the depth source; without them the window is the viewer.
+        if (!settings.fileMode && drivers->ScopeOpen() && drivers->DepthOpen())
+            window.setInstruments(std::make_unique<cli::PushRig>(host, clock, std::move(drivers),
+                                                                 std::move(sims), resolved.hd));
+        window.show();
+        if (how.mainWindowShown) how.mainWindowShown();
+    };
+    hooks.openStartFile = [&](const std::string& path) { window.loadLog(path); };
+
+    InstrumentOpeners& openers = *drivers;
+    NetworkProbe& network = simulated ? static_cast<NetworkProbe&>(simNetwork) : systemNetwork;
+    StartupSequence sequence(
+        resolvedSettings,
+        {host, clock, openers, network, how.instanceCheck ? &instances : nullptr, &window.options()}, hooks);
+    if (how.running) *how.running = &sequence;
+    runStartup(sequence, host);
+    if (how.running) *how.running = nullptr;
+    return sequence.state() != StartupSequence::State::Cancelled;
+}
+
+} // namespace zel::gui

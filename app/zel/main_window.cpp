@@ -1,0 +1,1183 @@
+#include "app/zel/main_window.h"
+
+#include "acquisition/acquisition_settings.h"
+#include "analysis/k_estimate.h"
+#include "app/plot/log_page.h"
+#include "common/number_text.h"
+#include "common/text.h"
+#include "common/version.h"
+#include "log/data_export.h"
+#include "log/log_naming.h"
+#include "log/plot_companion.h"
+#include "log/recovery.h"
+#include "log/wave_export.h"
+#include "settings/data_root.h"
+#include "settings/ini_file.h"
+#include "settings/startup/command_line.h"
+#include "settings/startup/modes.h"
+#include "settings/startup/startup_sequence.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDateTime>
+#include <QDockWidget>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+
+namespace zel::gui {
+
+namespace {
+
+QString qs(const std::string& s) {
+    return QString::fromStdString(s);
+}
+
+constexpr const char* kTab = "frmTab";
+constexpr const char* kAdv = "frmAdvOptions";
+constexpr const char* kComm = "frmComm";
+constexpr const char* kHP = "frmHP";
+constexpr const char* kCallout = "frmCallout";
+constexpr const char* kRecentSection = "RecentLogs";
+constexpr const char* kPositionSection = "MainWindow";
+constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
+
+// The page-building helpers: every control gets its persisted name.
+template <class W> W* named(W* w, const char* name) {
+    w->setObjectName(QString::fromLatin1(name));
+    return w;
+}
+
+QLineEdit* lineEdit(QFormLayout* form, const char* name, const QString& label, const QString& value = {}) {
+    auto* e = named(new QLineEdit(value), name);
+    form->addRow(label, e);
+    return e;
+}
+
+QCheckBox* checkBox(QLayout* layout, const char* name, const QString& caption, bool checked = false) {
+    auto* c = named(new QCheckBox(caption), name);
+    c->setChecked(checked);
+    layout->addWidget(c);
+    return c;
+}
+
+QCheckBox* checkBox(QFormLayout* form, const char* name, const QString& caption, bool checked = false) {
+    auto* c = named(new QCheckBox(caption), name);
+    c->setChecked(checked);
+    form->addRow(c);
+    return c;
+}
+
+QComboBox* comboBox(QFormLayout* form, const char* name, const QString& label, const QStringList& items,
+                    int selected) {
+    auto* c = named(new QComboBox, name);
+    c->addItems(items);
+    c->setCurrentIndex(selected);
+    form->addRow(label, c);
+    return c;
+}
+
+QWidget* scrolled(QWidget* page) {
+    auto* area = new QScrollArea;
+    area->setWidget(page);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    return area;
+}
+
+// A number typed into a box, "." as the separator whatever the locale; nothing for an empty or bad text.
+std::optional<double> numberOf(const std::string& text) {
+    const std::string_view t = trimBlanks(text);
+    double v = 0.0;
+    const auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
+    if (t.empty() || ec != std::errc() || end != t.data() + t.size() || !std::isfinite(v))
+        return std::nullopt;
+    return v;
+}
+
+} // namespace
+
+MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings, std::string dataRoot)
+    : host_(host), clock_(clock), settings_(std::move(settings)), dataRoot_(std::move(dataRoot)),
+      log_(host, clock) {
+    setObjectName("frmMain");
+    setWindowTitle(QStringLiteral("ZEL"));
+    resize(1280, 820);
+    session_.family = settings_.colour ? LogFamily::Colour : settings_.o2 ? LogFamily::O2 : LogFamily::Lif;
+
+    plot_ = new DepthPlotWidget;
+    wave_ = new WaveformWidget;
+    rePanel_ = new REPanelWidget;
+    auto* right = new QSplitter(Qt::Vertical);
+    right->addWidget(wave_);
+    right->addWidget(rePanel_);
+    right->setStretchFactor(0, 3);
+    auto* centre = new QSplitter(Qt::Horizontal);
+    centre->addWidget(plot_);
+    centre->addWidget(right);
+    centre->setStretchFactor(0, 3);
+    centre->setStretchFactor(1, 2);
+    centre->setSizes({600, 400});
+    setCentralWidget(centre);
+
+    statusLabel_ = new QLabel;
+    statusBar()->addPermanentWidget(statusLabel_, 1);
+    plot_->onHover = [this](const QString& text) {
+        if (text.isEmpty())
+            statusBar()->clearMessage();
+        else
+            statusBar()->showMessage(text);
+    };
+    plot_->onSelect = [this](double depth) { selectPoint(plot::nearestPoint(arrays_, depth)); };
+
+    buildPages();
+    options_ = std::make_unique<Options>(host_, forms_, optionsFilePath(dataRoot_));
+    presets_ = std::make_unique<Presets>(host_, forms_, plotWindows_, presetsFilePath(dataRoot_));
+    presets_->Redraw = [this] { refreshPlot(true); };
+    buildMenus();
+    log_.setInfoSource([this] { return infoFromPage(); });
+    refreshPlot(false);
+    updateActions();
+}
+
+MainWindow::~MainWindow() {
+    // The push control holds references into the instruments and the recorder slot.
+    push_.reset();
+    reference_.reset();
+    instruments_.reset();
+}
+
+// ---- pages
+
+void MainWindow::buildPages() {
+    tabs_ = named(new QTabWidget, "tabSetup");
+
+    // Information: the operator's texts written into every log.
+    infoPage_ = new QWidget;
+    {
+        auto* form = new QFormLayout(infoPage_);
+        lineEdit(form, "txtSite", "Site");
+        lineEdit(form, "txtClient", "Client");
+        lineEdit(form, "txtJobNumber", "Job");
+        lineEdit(form, "txtOperator", "Operator");
+        lineEdit(form, "txtUnit", "Unit");
+        auto* note = named(new QPlainTextEdit, "txtNote");
+        form->addRow("Notes", note);
+    }
+
+    // Setup: where and how the push is recorded, and how the log is plotted.
+    auto* setupPage = new QWidget;
+    {
+        auto* v = new QVBoxLayout(setupPage);
+        auto* logBox = named(new QGroupBox("Log"), "fraLog");
+        auto* lf = new QFormLayout(logBox);
+        lineEdit(lf, "txtLogName", "Name", "");
+        lineEdit(lf, "txtLogFolder", "Folder", "");
+        checkBox(lf, "chkAutoName", "Record into the folder without asking");
+        v->addWidget(logBox);
+
+        auto* pushBox = named(new QGroupBox("Push"), "fraPush");
+        auto* pf = new QFormLayout(pushBox);
+        // The mode's look: its caption on its fill colour, and its banner when the program's folder has it.
+        auto* banner = named(new QLabel, "picBanner");
+        banner->setVisible(false);
+        pf->addRow(banner);
+        auto* caption = named(new QLabel, "lblProbeCaption");
+        caption->setAlignment(Qt::AlignCenter);
+        caption->setAutoFillBackground(true);
+        pf->addRow(caption);
+        checkBox(pf, "chkMetric", "Depths in metres");
+        lineEdit(pf, "txtStartDepth", "Start depth", "");
+        lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
+        lineEdit(pf, "txtInterval", "Timed interval (s)", "2");
+        lineEdit(pf, "txtStep", "Depth step", "0.05");
+        checkBox(pf, "chkPresFlow", "Log pressure and flow", settings_.pressureFlow);
+        QStringList probes;
+        int selected = 0;
+        for (const ModeEntry& m : modeTable()) {
+            if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
+            probes << QStringLiteral("%1 (mode %2)").arg(QString::fromUtf8(m.model)).arg(m.mode);
+        }
+        // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
+        // old session's probe never overrides a mode switch); choosing another one applies for this session.
+        auto* probe = comboBox(pf, "lstProbe", "Probe", probes, selected);
+        connect(probe, &QComboBox::currentIndexChanged, this, [this](int i) {
+            const auto table = modeTable();
+            if (i < 0 || i >= static_cast<int>(table.size())) return;
+            setMode(settings_, table[static_cast<std::size_t>(i)].mode);
+            if (reference_) reference_->Mode = settings_.mode;
+            applyModeLook();
+            refreshPlot(true);
+        });
+        v->addWidget(pushBox);
+
+        auto* plotBox = named(new QGroupBox("Plot"), "fraPlot");
+        auto* plf = new QFormLayout(plotBox);
+        lineEdit(plf, "txtDepthMin", "Depth from", "");
+        lineEdit(plf, "txtDepthMax", "Depth to", "");
+        lineEdit(plf, "txtSignalMin", "%RE from", "0");
+        lineEdit(plf, "txtSignalMax", "%RE to", "100");
+        lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
+        const char* manual[] = {"Fixed %RE scale", "Fixed scale, track 2", "Fixed scale, track 3"};
+        for (int i = 0; i < 3; ++i) {
+            auto* c = new QCheckBox(manual[i]);
+            setControlArray(c, "chkManualScaleLog", i);
+            plf->addRow(c);
+        }
+        checkBox(plf, "chkRElog", "Logarithmic %RE");
+        checkBox(plf, "chkPlotZoom", "Zoomed %RE track");
+        for (int i = 0; i < 2; ++i) {
+            auto* e = new QLineEdit(i == 0 ? "0" : "9");
+            setControlArray(e, "txt2ndScale_Zoom", i);
+            plf->addRow(i == 0 ? "Zoom from" : "Zoom to", e);
+        }
+        checkBox(plf, "chkPlotRate", "Rate track", true);
+        checkBox(plf, "chkPlotCond", "Conductivity track");
+        checkBox(plf, "chkPlotScat", "Scatter track");
+        checkBox(plf, "chkPlotFluor", "Fluorescence track");
+        checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
+        v->addWidget(plotBox);
+        v->addStretch();
+    }
+
+    // Communications: the instruments' ports and their live read-outs (never restored).
+    auto* commPage = new QWidget;
+    {
+        auto* form = new QFormLayout(commPage);
+        lineEdit(form, "txtScopeAddress", "Scope address", qs(settings_.scopeAddress))->setReadOnly(true);
+        comboBox(form, "cmbDepthSource", "Depth source", {"Emulation", "Interface board", "AD4 counter"}, 1);
+        lineEdit(form, "txtDepthPort", "Depth port", "1");
+        lineEdit(form, "txtGPSPort", "GPS port", "2");
+        lineEdit(form, "txtDisplayPort", "Display port", "3");
+        lineEdit(form, "txtcomm_Depth", "Depth now")->setReadOnly(true);
+        lineEdit(form, "txtcomm_GPS", "Position now")->setReadOnly(true);
+        form->addRow("Connection", named(new QLabel("none"), "lblConnection"));
+    }
+
+    // Advanced options: the RE gates, the scope, the page.
+    auto* advPage = new QWidget;
+    {
+        auto* v = new QVBoxLayout(advPage);
+        auto* reBox = named(new QGroupBox("RE"), "fraRE");
+        auto* rv = new QVBoxLayout(reBox);
+        checkBox(rv, acq::kNoREGateControl, "No RE area check");
+        checkBox(rv, acq::kDiagnosticREControl, "Diagnostic RE");
+        checkBox(rv, acq::kLowOutputREControl, "Low-output RE limits");
+        checkBox(rv, acq::kREOverrideControl, "Override the low-output limits");
+        checkBox(rv, acq::kFixedCutoffsControl, "Fixed channel boundaries");
+        checkBox(rv, "chkSuppressPrompts", "Skip the start-of-push questions");
+        v->addWidget(reBox);
+
+        auto* scopeBox = named(new QGroupBox("Scope"), "fraScope");
+        auto* sf = new QFormLayout(scopeBox);
+        const auto listOf = [](const std::vector<int>& values, int current, int& index) {
+            QStringList l;
+            index = 0;
+            for (int x : values) {
+                if (x == current) index = static_cast<int>(l.size());
+                l << QString::number(x);
+            }
+            return l;
+        };
+        const SwitchLists lists;
+        int index = 0;
+        QStringList items = listOf(lists.averages, settings_.averaging, index);
+        comboBox(sf, "cmbScopeAverage", "Scope Average:", items, index);
+        items = listOf(lists.yScales, settings_.yScale, index);
+        comboBox(sf, "cmbScopeYScale", "Scope Y-Scale:", items, index);
+        items = listOf(lists.reScales, settings_.reScale, index);
+        comboBox(sf, "cmbScopeREScale", "Scope RE Scale:", items, index);
+        sf->addRow(named(new QLabel(qs(reScaleCaption(settings_.reScale))), "lblREScale"));
+        checkBox(sf, "chkUnlockScope", "Leave the scope's front panel unlocked", settings_.unlock);
+        v->addWidget(scopeBox);
+
+        auto* pageBox = named(new QGroupBox("Log page"), "fraPage");
+        auto* gf = new QFormLayout(pageBox);
+        checkBox(gf, "chkGrid", "Grid", true);
+        checkBox(gf, "chkShowLog", "Show the log", true);
+        checkBox(gf, "chkPrint_Black", "Print in black");
+        checkBox(gf, "chkDraft", "DRAFT mark");
+        lineEdit(gf, "txtWatermark", "Watermark");
+        checkBox(gf, "chkHideInfo", "Hide the information block");
+        checkBox(gf, "chkReferenceLineRE", "Reference line at %RE");
+        lineEdit(gf, "txtReferenceLineRE", "", "100");
+        checkBox(gf, "chkReferenceLineDepth", "Reference line at depth");
+        lineEdit(gf, "txtReferenceLineDepth", "", "0");
+        checkBox(gf, "chkReferenceLineCond", "Reference line at conductivity");
+        lineEdit(gf, "txtReferenceLineCond", "", "0");
+        checkBox(gf, "chkDepth_ClipMIN", "Clip above depth");
+        lineEdit(gf, "txtDepth_ClipMIN_Value", "", "0");
+        checkBox(gf, "chkDepth_Clip", "Clip below depth");
+        lineEdit(gf, "txtDepth_Clip_Value", "", "20");
+        // Each pair in a frame of its own, so the two choices are independent.
+        auto* orient = named(new QGroupBox("Orientation"), "fraOrientation");
+        auto* oh = new QHBoxLayout(orient);
+        const char* orientCaptions[] = {"Portrait", "Landscape"};
+        for (int i = 0; i < 2; ++i) {
+            auto* r = new QRadioButton(orientCaptions[i]);
+            setControlArray(r, "optOrientation", i);
+            r->setChecked(i == 0);
+            oh->addWidget(r);
+        }
+        gf->addRow(orient);
+        auto* size = named(new QGroupBox("Page size"), "fraPrintSize");
+        auto* sh = new QHBoxLayout(size);
+        const char* sizeCaptions[] = {"Letter", "Legal"};
+        for (int i = 0; i < 2; ++i) {
+            auto* r = new QRadioButton(sizeCaptions[i]);
+            setControlArray(r, "optPrintSize", i);
+            r->setChecked(i == 0);
+            sh->addWidget(r);
+        }
+        gf->addRow(size);
+        v->addWidget(pageBox);
+        v->addStretch();
+    }
+
+    // Hydraulic profiling: the two surface tests that set the K estimate's reference pressure.
+    auto* hpPage = new QWidget;
+    {
+        auto* form = new QFormLayout(hpPage);
+        auto* reading = lineEdit(form, "txtHPT_Reading", "Pressure reading (PSI)", "");
+        auto* one = named(new QPushButton("1 ft test"), "cmdHPT1ft");
+        auto* zero = named(new QPushButton("0 ft test"), "cmdHPT0ft");
+        auto* oneText = named(new QLabel, "lblHPT1ft");
+        auto* zeroText = named(new QLabel, "lblHPT0ft");
+        form->addRow(one, oneText);
+        form->addRow(zero, zeroText);
+        const auto readingValue = [this, reading]() -> std::optional<float> {
+            const std::optional<double> v = numberOf(reading->text().toStdString());
+            if (!v) host_.message("Enter the pressure reading first.", MsgButtons::Ok, MsgIcon::Exclamation);
+            return v ? std::optional<float>(static_cast<float>(*v)) : std::nullopt;
+        };
+        connect(one, &QPushButton::clicked, this, [this, readingValue, oneText] {
+            if (const auto v = readingValue()) oneText->setText(qs(takeOneFootTest(log_, *v)));
+        });
+        connect(zero, &QPushButton::clicked, this, [this, readingValue, zeroText] {
+            if (const auto v = readingValue()) zeroText->setText(qs(takeZeroFootTest(log_, *v, host_)));
+        });
+    }
+
+    // Callouts: up to five depth ranges whose averaged waveforms are shown beside the plot.
+    auto* calloutPage = new QWidget;
+    {
+        auto* grid = new QGridLayout(calloutPage);
+        grid->addWidget(new QLabel("Top"), 0, 1);
+        grid->addWidget(new QLabel("Bottom"), 0, 2);
+        grid->addWidget(new QLabel("Caption"), 0, 3);
+        for (int i = 0; i < cZEL_Data::kCalloutSlots; ++i) {
+            grid->addWidget(new QLabel(QStringLiteral("C%1").arg(i + 1)), i + 1, 0);
+            const char* names[] = {"txtCalloutTop", "txtCalloutBottom", "txtCalloutCaption"};
+            for (int k = 0; k < 3; ++k) {
+                auto* e = new QLineEdit;
+                setControlArray(e, names[k], i);
+                grid->addWidget(e, i + 1, k + 1);
+            }
+        }
+        int row = cZEL_Data::kCalloutSlots + 1;
+        auto* waves = named(new QCheckBox("Callout waveforms on the page"), "chkCalloutWaves");
+        waves->setChecked(true);
+        grid->addWidget(waves, row++, 0, 1, 4);
+        auto* apply = named(new QPushButton("Show callouts"), "cmdCalloutApply");
+        auto* save = named(new QPushButton("Save scheme..."), "cmdCalloutSave");
+        auto* load = named(new QPushButton("Load scheme"), "cmdCalloutLoad");
+        auto* scheme = named(new QLineEdit("1"), "txtCalloutScheme");
+        grid->addWidget(apply, row, 0, 1, 2);
+        grid->addWidget(save, row++, 2, 1, 2);
+        grid->addWidget(scheme, row, 0, 1, 2);
+        grid->addWidget(load, row++, 2, 1, 2);
+        grid->setRowStretch(row, 1);
+        connect(apply, &QPushButton::clicked, this, [this] { applyCallouts(); });
+        connect(save, &QPushButton::clicked, this, [this] { saveCalloutScheme(); });
+        connect(load, &QPushButton::clicked, this, [this, scheme] {
+            const std::optional<double> n = numberOf(scheme->text().toStdString());
+            loadCalloutScheme(n ? static_cast<int>(*n) : 0);
+        });
+    }
+
+    tabs_->addTab(scrolled(infoPage_), "Info");
+    tabs_->addTab(scrolled(setupPage), "Setup");
+    tabs_->addTab(scrolled(commPage), "Comm");
+    tabs_->addTab(scrolled(advPage), "Advanced");
+    tabs_->addTab(scrolled(hpPage), "HP tests");
+    tabs_->addTab(scrolled(calloutPage), "Callouts");
+    const char* tips[] = {"Log information",     "Setup",   "Communications", "Advanced options",
+                          "Hydraulic profiling", "Callouts"};
+    for (int i = 0; i < tabs_->count(); ++i)
+        tabs_->setTabToolTip(i, QString::fromLatin1(tips[i]));
+
+    forms_.add({infoPage_, setupPage}, kTab);
+    forms_.add({advPage}, kAdv);
+    forms_.add({commPage}, kComm);
+    forms_.add({hpPage}, kHP);
+    forms_.add({calloutPage}, kCallout);
+
+    // A plot setting changed by the user (or restored from a file) redraws the plot at once.
+    for (QWidget* page : {setupPage, advPage, calloutPage}) {
+        for (QCheckBox* c : page->findChildren<QCheckBox*>())
+            connect(c, &QCheckBox::toggled, this, [this] { refreshPlot(true); });
+        for (QRadioButton* r : page->findChildren<QRadioButton*>())
+            connect(r, &QRadioButton::toggled, this, [this] { refreshPlot(true); });
+        for (QLineEdit* e : page->findChildren<QLineEdit*>())
+            connect(e, &QLineEdit::editingFinished, this, [this] { refreshPlot(true); });
+    }
+
+    auto* dock = new QDockWidget("Settings", this);
+    dock->setObjectName("fraSettingsDock");
+    dock->setWidget(tabs_);
+    dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    addDockWidget(Qt::LeftDockWidgetArea, dock);
+    resizeDocks({dock}, {380}, Qt::Horizontal);
+    applyModeLook();
+}
+
+// ---- menus
+
+void MainWindow::buildMenus() {
+    const auto add = [this](QMenu* menu, const char* name, const QString& caption, auto handler) {
+        QAction* a = menu->addAction(caption);
+        a->setObjectName(QString::fromLatin1(name));
+        connect(a, &QAction::triggered, this, handler);
+        return a;
+    };
+
+    QMenu* file = menuBar()->addMenu("&File");
+    file->setObjectName("mnuFile");
+    add(file, "mnuFile_Load", "&Load log...", [this] { loadLog(""); })->setShortcut(QKeySequence::Open);
+    recentMenu_ = file->addMenu("&Recent logs");
+    recentMenu_->setObjectName("mnuFile_Recent");
+    file->addSeparator();
+    add(file, "mnuFile_ExportData", "Export &data text", [this] { exportDataText(); });
+    add(file, "mnuFile_ExportWave", "Export &waveform text...", [this] { exportWaveText(); });
+    file->addSeparator();
+    add(file, "mnuFile_PageJpg", "Log page &JPG...", [this] { logPageDialog(false); });
+    add(file, "mnuFile_PagePdf", "Log page &PDF...", [this] {
+        logPageDialog(true);
+    })->setShortcut(QKeySequence::Print);
+    file->addSeparator();
+    QMenu* presets = file->addMenu("Pre&sets");
+    presets->setObjectName("mnuPresets");
+    add(presets, "mnuPreset_Save", "&Save current plot settings...", [this] { savePreset(); });
+    presetLoadMenu_ = presets->addMenu("&Load");
+    presetDeleteMenu_ = presets->addMenu("&Delete");
+    presetExportMenu_ = presets->addMenu("&Copy as text");
+    add(presets, "mnuPreset_Import", "&Paste from text", [this] { importPresetText(); });
+    file->addSeparator();
+    add(file, "mnuFile_Exit", "E&xit", [this] { close(); })->setShortcut(QKeySequence::Quit);
+
+    acquisitionMenu_ = menuBar()->addMenu("&Acquisition");
+    acquisitionMenu_->setObjectName("mnuAcq");
+    QMenu* acq = acquisitionMenu_;
+    add(acq, "mnuAcq_Background", "&Background", [this] { acquireReference(acq::kBackground); });
+    add(acq, "mnuAcq_RE", "&RE", [this] { acquireReference(acq::kRE); });
+    acq->addSeparator();
+    add(acq, "mnuAcq_Record", "Re&cord (start push)", [this] { startPush(); })->setShortcut(Qt::Key_F5);
+    add(acq, "mnuAcq_Pause", "&Pause depth", [this] { pausePush(); })->setShortcut(Qt::Key_F6);
+    add(acq, "mnuAcq_Stop", "&Stop", [this] { stopPush(); })->setShortcut(Qt::Key_F7);
+    QAction* cont =
+        add(acq, "mnuAcq_Continuous", "C&ontinuous depth", [this](bool on) { setContinuous(on); });
+    cont->setCheckable(true);
+    add(acq, "mnuAcq_Timed", "Continuous Wave Acq.", [this] { toggleTimed(); });
+    acq->addSeparator();
+    add(acq, "mnuAcq_RecoverRE", "Recover RE from the scope", [this] { recoverReference(); });
+    add(acq, "mnuAcq_RescueRE", "Rescue RE", [this] { rescueReference(); });
+    add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
+
+    QMenu* help = menuBar()->addMenu("&Help");
+    help->setObjectName("mnuHelp");
+    add(help, "mnuHelp_ResetINI", "&Reset options file...", [this] { resetOptions(); });
+    add(help, "mnuHelp_About", "&About ZEL", [this] { about(); });
+
+    rebuildRecentMenu();
+    rebuildPresetMenus();
+}
+
+QAction* MainWindow::action(const QString& objectName) const {
+    return findChild<QAction*>(objectName);
+}
+
+void MainWindow::updateActions() {
+    const bool points = arrays_.points() > 0;
+    const bool field = reference_ != nullptr;
+    const auto enable = [this](const char* name, bool on) {
+        if (QAction* a = action(QString::fromLatin1(name))) a->setEnabled(on);
+    };
+    enable("mnuFile_Load", !pushing_);
+    enable("mnuFile_ExportData", !pushing_ && points);
+    enable("mnuFile_ExportWave", points);
+    enable("mnuFile_PageJpg", !pushing_ && points);
+    enable("mnuFile_PagePdf", !pushing_ && points);
+    enable("mnuFile_Recent", !pushing_);
+    recentMenu_->setEnabled(!pushing_ && !recent_.empty());
+    enable("mnuAcq_Background", field && !pushing_);
+    enable("mnuAcq_RE", field && !pushing_);
+    enable("mnuAcq_Record", field && !pushing_);
+    enable("mnuAcq_Pause", pushing_);
+    enable("mnuAcq_Stop", pushing_);
+    enable("mnuAcq_RecoverRE", field && !pushing_);
+    enable("mnuAcq_RescueRE", field && !pushing_);
+    enable("mnuAcq_RecoverTemp", !pushing_);
+    enable("mnuHelp_ResetINI", !pushing_);
+    const QString noInstruments =
+        QStringLiteral("No instruments are open (start zel with --sim to push against the simulators)");
+    for (const char* name :
+         {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE", "mnuAcq_RescueRE"})
+        if (QAction* a = action(QString::fromLatin1(name))) a->setToolTip(field ? QString() : noInstruments);
+    acquisitionMenu_->setToolTipsVisible(true);
+}
+
+void MainWindow::applyStartupSettings(const StartupSettings& s) {
+    settings_ = s;
+    session_.family = s.colour ? LogFamily::Colour : s.o2 ? LogFamily::O2 : LogFamily::Lif;
+    // Loading recomputes the points' %RE and channel values with the layout of the program's mode.
+    session_.processing.acqType = s.labels[0] == "Sctr" ? 1 : 0;
+    if (auto* probe = findChild<QComboBox*>("lstProbe")) {
+        const auto table = modeTable();
+        for (std::size_t i = 0; i < table.size(); ++i)
+            if (table[i].mode == s.mode) probe->setCurrentIndex(static_cast<int>(i));
+    }
+    if (s.pressureFlow)
+        if (auto* pf = findChild<QCheckBox*>("chkPresFlow")) pf->setChecked(true);
+    if (reference_) reference_->Mode = s.mode;
+    applyModeLook();
+    refreshPlot(true);
+}
+
+void MainWindow::applyModeLook() {
+    auto* caption = findChild<QLabel*>("lblProbeCaption");
+    auto* banner = findChild<QLabel*>("picBanner");
+    auto* reScale = findChild<QLabel*>("lblREScale");
+    if (!caption || !banner) return;
+    const ModeLook* look = findLook(settings_.mode);
+    if (!look) {
+        caption->setText(QString::fromStdString(settings_.model));
+        caption->setPalette(QPalette());
+        banner->setVisible(false);
+        return;
+    }
+    const AppliedLook a =
+        applyLook(*look, settings_.reScale, QCoreApplication::applicationDirPath().toStdString());
+    caption->setText(qs(a.caption));
+    QPalette pal;
+    if (a.fill) pal.setColor(QPalette::Window, QColor(a.fill->red, a.fill->green, a.fill->blue));
+    caption->setPalette(pal);
+    const QPixmap picture =
+        a.bannerPicture.empty() ? QPixmap() : QPixmap(QString::fromStdString(a.bannerPicture));
+    banner->setPixmap(picture);
+    banner->setVisible(!picture.isNull());
+    if (reScale) reScale->setText(qs(a.reScaleCaption));
+}
+
+void MainWindow::hideAcquisition() {
+    acquisitionMenu_->menuAction()->setVisible(false);
+}
+
+// ---- options, recent logs, presets
+
+void MainWindow::restoreOptions() {
+    options_->LoadOptions(false);
+    {
+        cInifile ini;
+        ini.Path = options_->path();
+        ini.Section = kPositionSection;
+        QtForm whole({this}, "frmMain");
+        ini.LoadFormPosition(whole);
+    }
+    if (!options_->InitDir.empty()) session_.initialDir = options_->InitDir;
+    loadRecent();
+    rebuildRecentMenu();
+    presets_->RefreshList();
+    rebuildPresetMenus();
+    refreshPlot(true);
+}
+
+void MainWindow::loadRecent() {
+    recent_.clear();
+    cInifile ini;
+    ini.Path = options_->path();
+    ini.Section = kRecentSection;
+    for (int i = 1; i <= kMaxRecent; ++i) {
+        ini.Key = "File" + std::to_string(i);
+        const std::string v(trimBlanks(ini.Value()));
+        if (!v.empty()) recent_.push_back(v);
+    }
+}
+
+void MainWindow::saveRecent() {
+    if (options_->OptionsFileWasReset()) return;
+    ensureParentFolder(options_->path());
+    cInifile ini;
+    ini.Path = options_->path();
+    ini.Section = kRecentSection;
+    ini.DeleteSection();
+    for (std::size_t i = 0; i < recent_.size(); ++i) {
+        ini.Key = "File" + std::to_string(i + 1);
+        ini.Value(recent_[i]);
+    }
+}
+
+void MainWindow::addRecent(const std::string& path) {
+    std::erase(recent_, path);
+    recent_.insert(recent_.begin(), path);
+    if (recent_.size() > static_cast<std::size_t>(kMaxRecent)) recent_.resize(kMaxRecent);
+    saveRecent();
+    rebuildRecentMenu();
+}
+
+void MainWindow::rebuildRecentMenu() {
+    recentMenu_->clear();
+    for (const std::string& path : recent_) {
+        QAction* a = recentMenu_->addAction(qs(path));
+        connect(a, &QAction::triggered, this, [this, path] { loadLog(path); });
+    }
+    recentMenu_->setEnabled(!recent_.empty() && !pushing_);
+}
+
+void MainWindow::rebuildPresetMenus() {
+    presetLoadMenu_->clear();
+    presetDeleteMenu_->clear();
+    presetExportMenu_->clear();
+    for (const std::string& name : presets_->List()) {
+        connect(presetLoadMenu_->addAction(qs(name)), &QAction::triggered, this,
+                [this, name] { loadPreset(name); });
+        connect(presetDeleteMenu_->addAction(qs(name)), &QAction::triggered, this,
+                [this, name] { deletePreset(name); });
+        connect(presetExportMenu_->addAction(qs(name)), &QAction::triggered, this,
+                [this, name] { exportPresetText(name); });
+    }
+    for (QMenu* m : {presetLoadMenu_, presetDeleteMenu_, presetExportMenu_})
+        m->setEnabled(!m->isEmpty());
+}
+
+void MainWindow::savePreset() {
+    if (presets_->Save()) rebuildPresetMenus();
+}
+
+void MainWindow::loadPreset(const std::string& name) {
+    presets_->Load(name);
+}
+
+void MainWindow::deletePreset(const std::string& name) {
+    presets_->Delete(name);
+    rebuildPresetMenus();
+}
+
+void MainWindow::exportPresetText(const std::string& name) {
+    QApplication::clipboard()->setText(qs(presets_->ExportText(name)));
+    status(QStringLiteral("Preset \"%1\" copied to the clipboard as text").arg(qs(name)));
+}
+
+void MainWindow::importPresetText() {
+    const std::string text = QApplication::clipboard()->text().toStdString();
+    if (text.empty()) {
+        host_.message("Copy a preset's text to the clipboard first.", MsgButtons::Ok, MsgIcon::Exclamation,
+                      "Preset");
+        return;
+    }
+    if (presets_->ImportText(text)) rebuildPresetMenus();
+}
+
+// ---- loading and the display
+
+bool MainWindow::loadLog(const std::string& path) {
+    if (pushing_) return false;
+    LoadRequest request;
+    request.path = path;
+    request.plot = {&forms_, &plotWindows_};
+    if (session_.initialDir.empty()) session_.initialDir = options_->InitDir;
+    const LoadResult r = Load_File(request, session_, {log_, arrays_, ctx_}, host_);
+    loadedFromPush_ = false;
+    if (r.outcome != LoadOutcome::Loaded) {
+        // A failed read may have left part of a log: show what is there rather than a stale plot.
+        if (r.outcome == LoadOutcome::Failed) refreshPlot(false);
+        return false;
+    }
+    const std::string folder = std::filesystem::path(r.path).parent_path().string();
+    options_->SaveInitDir(folder);
+    session_.initialDir = folder;
+    addRecent(r.path);
+    refreshPlot(false);
+    showLogInfo();
+    showLogRE();
+    selectPoint(arrays_.points() > 0 ? 0 : -1);
+    updateActions();
+    status(QStringLiteral("Loaded %1: %2 points").arg(qs(r.path)).arg(arrays_.points()));
+    return true;
+}
+
+void MainWindow::refreshPlot(bool keepWindow) {
+    if (!plot_) return;
+    plot::PlotSource source{log_, arrays_};
+    source.labels = settings_.labels;
+    source.birchMode = ctx_.birchMode;
+    const plot::PlotSettings ps = plot::plotSettingsFromForms(forms_);
+    plot_->setModel(plot::PlotModel::build(source, ps), keepWindow);
+    if (selectedPoint_ >= arrays_.points()) selectedPoint_ = -1;
+    selectPoint(selectedPoint_);
+}
+
+void MainWindow::selectPoint(int point) {
+    selectedPoint_ = point;
+    const plot::PlotModel& model = plot_->model();
+    plot::WaveformView view;
+    view.depthUnit = model.depthUnit();
+    for (const std::string& l : settings_.labels)
+        view.channelLabels.push_back(l);
+    view.deltaX = log_.Wave_DeltaX();
+    const std::array<int, 3>& cut = log_.Cutoff_Index();
+    view.boundaries.assign(cut.begin(), cut.end());
+    view.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
+    std::vector<float> wave;
+    if (point >= 0 && point < arrays_.points()) {
+        const auto samples = arrays_.waves.wave(point);
+        wave.assign(samples.begin(), samples.end());
+        const double depth = arrays_.columns(point_column::Depth, point);
+        view.title = "Point " + std::to_string(point) + "  " + formatNumber(depth, "#0.00") + " " +
+                     model.depthUnit() + "  %RE " +
+                     formatNumber(arrays_.columns(point_column::Signal, point), "#0.00");
+    }
+    wave_->setView(std::move(view), std::move(wave), arrays_.re.samples, arrays_.blank.samples);
+}
+
+void MainWindow::showLogInfo() {
+    const QString name = qs(log_.File_Title_NoExt());
+    setWindowTitle(name.isEmpty() ? QStringLiteral("ZEL") : QStringLiteral("ZEL - ") + name);
+    QStringList parts;
+    for (const std::string& s : {log_.File_Title_NoExt(), log_.Site(), log_.Client(), log_.JobNumber()})
+        if (!s.empty()) parts << qs(s);
+    parts << QStringLiteral("%1 points").arg(arrays_.points());
+    if (arrays_.points() > 0) {
+        const char* unit = log_.Metric() ? "m" : "ft";
+        const float depth = log_.Metric() ? log_.Signal_MaxDepth_M() : log_.Signal_MaxDepth_Ft();
+        parts << QStringLiteral("max %RE %1 at %2 %3")
+                     .arg(qs(formatNumber(log_.Signal_MaxValue(), "#0.00")), qs(formatNumber(depth, "#0.00")),
+                          QString::fromLatin1(unit));
+    }
+    statusLabel_->setText(parts.join(QStringLiteral("  |  ")));
+}
+
+QString MainWindow::statusText() const {
+    return statusLabel_->text();
+}
+
+void MainWindow::status(const QString& text) {
+    host_.progress(text.toStdString());
+}
+
+bool MainWindow::requireLog(bool withPoints) {
+    if (log_.File_FullPath().empty() || (withPoints && arrays_.points() == 0)) {
+        host_.message("Load a log first.", MsgButtons::Ok, MsgIcon::Exclamation);
+        return false;
+    }
+    return true;
+}
+
+// ---- exports and log pages
+
+void MainWindow::exportDataText() {
+    if (!requireLog(true)) return;
+    if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, loadedFromPush_))
+        status(QStringLiteral("Data exported to %1").arg(qs(*path)));
+}
+
+void MainWindow::exportWaveText() {
+    if (selectedPoint_ < 0 || selectedPoint_ >= arrays_.points()) {
+        host_.message("Select a depth on the plot first.", MsgButtons::Ok, MsgIcon::Exclamation);
+        return;
+    }
+    const auto wave = arrays_.waves.wave(selectedPoint_);
+    if (const auto path =
+            ExportWaveText(wave, log_.Wave_DeltaX(), settings_.colour, session_.initialDir, host_, clock_))
+        status(QStringLiteral("Waveform exported to %1").arg(qs(*path)));
+}
+
+bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
+    if (!requireLog(true)) return false;
+    const plot::PlotModel& model = plot_->model();
+    plot::PageInput input{log_, model};
+    input.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
+    input.modelName = settings_.model;
+    input.fontPoints = settings_.pageFont;
+    input.window = plot_->depthWindow();
+    input.creator = "ZEL " + std::string(versionText());
+    std::string error;
+    host_.setBusy(true);
+    const bool ok = pdf ? plot::writePdfPage(path, input, error) : plot::writeJpgPage(path, input, error);
+    host_.setBusy(false);
+    if (!ok) {
+        host_.message("Error in Log_Page: " + error, MsgButtons::Ok, MsgIcon::Critical);
+        return false;
+    }
+    status(QStringLiteral("Log page written to %1").arg(qs(path)));
+    return true;
+}
+
+void MainWindow::logPageDialog(bool pdf) {
+    if (!requireLog(true)) return;
+    FileDialogRequest r;
+    r.title = pdf ? "Save log page as PDF..." : "Save log page as JPG...";
+    r.filter = pdf ? "PDF|*.pdf" : "JPG|*.jpg";
+    r.initialDir = std::filesystem::path(log_.File_FullPath()).parent_path().string();
+    r.fileName = log_.File_Title_NoExt() + (pdf ? ".pdf" : ".jpg");
+    const auto chosen = host_.saveFileDialog(r);
+    if (!chosen) return;
+    std::string path = chosen->path;
+    const std::string ext = pdf ? ".pdf" : ".jpg";
+    if (path.size() < ext.size() || !std::equal(ext.rbegin(), ext.rend(), path.rbegin(),
+                                                [](char a, char b) { return a == std::tolower(b); }))
+        path += ext;
+    writeLogPage(path, pdf);
+}
+
+// ---- callouts
+
+void MainWindow::applyCallouts() {
+    Form* form = forms_.form(kCallout);
+    if (!form) return;
+    int count = 0;
+    for (int i = 0; i < cZEL_Data::kCalloutSlots; ++i) {
+        const auto text = [&](const char* name) {
+            FormControl* c = findControl(*form, name, i);
+            return c ? c->text() : std::string();
+        };
+        const std::optional<double> top = numberOf(text("txtCalloutTop"));
+        const std::optional<double> bottom = numberOf(text("txtCalloutBottom"));
+        log_.Callout_Caption(i, text("txtCalloutCaption"));
+        if (!top || !bottom) {
+            // All zeros is how the log files mark an unused slot.
+            log_.Callout_Range(i, 0, 0.0f);
+            log_.Callout_Range(i, 1, 0.0f);
+            log_.Callout_Index(i, 0, 0);
+            log_.Callout_Index(i, 1, 0);
+            continue;
+        }
+        log_.Callout_Range(i, 0, static_cast<float>(std::min(*top, *bottom)));
+        log_.Callout_Range(i, 1, static_cast<float>(std::max(*top, *bottom)));
+        const auto wave =
+            plot::calloutForRange(log_, arrays_, plot_->model().channelColours(), i, *top, *bottom);
+        log_.Callout_Index(i, 0, static_cast<std::int16_t>(wave ? wave->firstPoint : -1));
+        log_.Callout_Index(i, 1, static_cast<std::int16_t>(wave ? wave->lastPoint : -1));
+        if (wave) ++count;
+    }
+    log_.CalloutCount(count);
+    selectPoint(selectedPoint_);
+}
+
+void MainWindow::saveCalloutScheme() {
+    if (!requireLog(true)) return;
+    applyCallouts();
+    const int n = SaveCalloutScheme(log_.File_FullPath_Plt(), log_, calloutDisplay_, host_, clock_);
+    status(QStringLiteral("Callout scheme %1 saved").arg(n));
+}
+
+void MainWindow::loadCalloutScheme(int scheme) {
+    if (!requireLog(true)) return;
+    std::string label;
+    if (!LoadCalloutScheme(log_.File_FullPath_Plt(), scheme, log_, calloutDisplay_, label)) {
+        host_.message("The log has no callout scheme " + std::to_string(scheme) + ".", MsgButtons::Ok,
+                      MsgIcon::Exclamation, "Callouts");
+        return;
+    }
+    Form* form = forms_.form(kCallout);
+    for (int i = 0; form && i < cZEL_Data::kCalloutSlots; ++i) {
+        const bool used = log_.Callout_Range(i, 0) != 0.0f || log_.Callout_Range(i, 1) != 0.0f;
+        if (FormControl* c = findControl(*form, "txtCalloutTop", i))
+            c->setText(used ? formatNumber(log_.Callout_Range(i, 0), "#0.00") : "");
+        if (FormControl* c = findControl(*form, "txtCalloutBottom", i))
+            c->setText(used ? formatNumber(log_.Callout_Range(i, 1), "#0.00") : "");
+        if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(log_.Callout_Caption(i));
+    }
+    // The scheme's point indices stand: its ranges are kept to a tenth and would not find them again.
+    selectPoint(selectedPoint_);
+    status(QStringLiteral("Callout scheme %1 (%2) loaded").arg(scheme).arg(qs(label)));
+}
+
+// ---- acquisition
+
+void MainWindow::setInstruments(std::unique_ptr<cli::PushRig> instruments) {
+    push_.reset();
+    reference_.reset();
+    instruments_ = std::move(instruments);
+    if (instruments_) {
+        cli::PushRig& in = *instruments_;
+        reference_ =
+            std::make_unique<acq::ReferenceControl>(host_, clock_, in.scope(), in.board(), in.depth());
+        reference_->Mode = settings_.mode;
+        reference_->ShowInfoTab = [this] { tabs_->setCurrentIndex(0); };
+        push_ = std::make_unique<acq::PushControl>(host_, clock_, *reference_, in.scope(), in.board(),
+                                                   in.depth(), in.gps(), in.display(), recorder_);
+        push_->PointTaken = [this](int n, const acq::PointRecord& p) {
+            const qint64 now = QDateTime::currentMSecsSinceEpoch();
+            if (auto* live = findChild<QLineEdit*>("txtcomm_Depth"))
+                live->setText(qs(formatNumber(p.depth, "#0.00")));
+            if (auto* live = findChild<QLineEdit*>("txtcomm_GPS"); live && p.position.valid)
+                live->setText(qs(formatNumber(p.position.latitude, "#0.00000") + ", " +
+                                 formatNumber(p.position.longitude, "#0.00000")));
+            status(QStringLiteral("Point %1  depth %2  %RE %3")
+                       .arg(n)
+                       .arg(qs(formatNumber(p.depth, "#0.00")), qs(formatNumber(p.signal, "#0.00"))));
+            if (n == 1 || now - lastLiveRefreshMs_ >= kLiveRefreshMs) {
+                lastLiveRefreshMs_ = now;
+                selectedPoint_ = arrays_.points() - 1;
+                refreshPlot(true);
+            }
+        };
+        if (QLabel* l = findChild<QLabel*>("lblConnection"))
+            l->setText(in.simulated() ? "simulators" : "LAN");
+    }
+    updateActions();
+}
+
+bool MainWindow::requireInstruments() {
+    if (reference_) return true;
+    host_.message("No instruments are open, so acquisition is not available. Start zel with --sim to push "
+                  "against the instrument simulators.",
+                  MsgButtons::Ok, MsgIcon::Exclamation);
+    return false;
+}
+
+std::string MainWindow::controlText(const char* form, const char* name) const {
+    Form* f = const_cast<QtFormSet&>(forms_).form(form);
+    FormControl* c = f ? findControl(*f, name, std::nullopt) : nullptr;
+    try {
+        return c ? c->text() : std::string();
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+bool MainWindow::controlChecked(const char* form, const char* name) const {
+    Form* f = const_cast<QtFormSet&>(forms_).form(form);
+    FormControl* c = f ? findControl(*f, name, std::nullopt) : nullptr;
+    try {
+        return c && c->checkValue() == 1;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+LogInfo MainWindow::infoFromPage() const {
+    LogInfo info;
+    info.site = controlText(kTab, "txtSite");
+    info.client = controlText(kTab, "txtClient");
+    info.jobNumber = controlText(kTab, "txtJobNumber");
+    info.operatorName = controlText(kTab, "txtOperator");
+    info.unit = controlText(kTab, "txtUnit");
+    info.note = controlText(kTab, "txtNote");
+    info.mode = settings_.model;
+    info.version = kVersionText;
+    info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toStdString();
+    info.metric = controlChecked(kTab, "chkMetric");
+    info.emulate = false;
+    return info;
+}
+
+void MainWindow::applyGateOptions() {
+    if (Form* adv = forms_.form(kAdv)) reference_->Gates = acq::ReadGateOptions(*adv);
+    reference_->Mode = settings_.mode;
+    reference_->SuppressPrompts = controlChecked(kAdv, "chkSuppressPrompts");
+}
+
+// A loaded log's RE as the panel showed it when the log was recorded.
+void MainWindow::showLogRE() {
+    std::array<float, 4> areas{};
+    for (std::size_t i = 0; i < areas.size() && i < ctx_.reAreaCh.size(); ++i)
+        areas[i] = ctx_.reAreaCh[i];
+    if (ctx_.reAreaCh.empty()) {
+        rePanel_->clear();
+        return;
+    }
+    rePanel_->show(acq::MakeREPanel(settings_.mode, areas, ctx_.reRatio), log_.RE_Area(), areas);
+}
+
+void MainWindow::showREPanel() {
+    if (!reference_ || !reference_->HasRE) {
+        rePanel_->clear();
+        return;
+    }
+    const cZEL_Waveform& re = reference_->RE();
+    rePanel_->show(reference_->Panel, re.RE_Area,
+                   {re.RE_AreaCH[0], re.RE_AreaCH[1], re.RE_AreaCH[2], re.RE_AreaCH[3]});
+}
+
+bool MainWindow::acquireReference(int kind) {
+    if (pushing_ || !requireInstruments()) return false;
+    applyGateOptions();
+    host_.setBusy(true);
+    const bool ok = reference_->AcquireReference(kind);
+    host_.setBusy(false);
+    if (kind == acq::kRE) showREPanel();
+    if (ok) status(kind == acq::kRE ? QStringLiteral("RE taken") : QStringLiteral("Background taken"));
+    return ok;
+}
+
+bool MainWindow::startPush() {
+    if (pushing_ || !requireInstruments()) return false;
+    applyGateOptions();
+    if (!reference_->HasRE) {
+        host_.message("Take an RE first (Acquisition > RE).", MsgButtons::Ok, MsgIcon::Exclamation);
+        return false;
+    }
+    std::string proposed(trimBlanks(controlText(kTab, "txtLogName")));
+    if (proposed.empty())
+        proposed = nextLogName(lastLogName_, settings_.birch ? NamingMode::Birch : NamingMode::Lif);
+    std::optional<std::string> autoFolder;
+    if (controlChecked(kTab, "chkAutoName")) {
+        std::string folder(trimBlanks(controlText(kTab, "txtLogFolder")));
+        if (folder.empty()) folder = options_->InitDir.empty() ? dataRoot_ : options_->InitDir;
+        std::error_code ec;
+        std::filesystem::create_directories(folder, ec);
+        autoFolder = folder;
+    }
+    const std::optional<std::string> path =
+        chooseLogPath(proposed, LogFamily::Lif, autoFolder, options_->InitDir, host_);
+    if (!path) return false;
+
+    acq::PushSettings& s = push_->Settings;
+    s.metric = controlChecked(kTab, "chkMetric");
+    const std::optional<double> start = numberOf(controlText(kTab, "txtStartDepth"));
+    s.startDepth = start ? std::optional<float>(static_cast<float>(*start)) : std::nullopt;
+    s.startDelaySeconds = static_cast<int>(numberOf(controlText(kTab, "txtStartDelay")).value_or(0.0));
+    s.intervalSetting = static_cast<float>(numberOf(controlText(kTab, "txtInterval")).value_or(2.0));
+    s.stepText = std::string(trimBlanks(controlText(kTab, "txtStep")));
+    instruments_->setMetric(s.metric);
+
+    log_.Clear();
+    ctx_ = {};
+    recorder_.current =
+        std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path, dataRoot_);
+    lastLogName_ = std::filesystem::path(*path).filename().string();
+    lastLogName_ = lastLogName_.substr(0, lastLogName_.find('.'));
+    selectedPoint_ = -1;
+    pushing_ = true;
+    updateActions();
+    status(QStringLiteral("Push starting: %1").arg(qs(*path)));
+    const bool started = push_->StartPush();
+    loadedFromPush_ = started;
+    pushing_ = false;
+    refreshPlot(true);
+    showLogInfo();
+    updateActions();
+    const std::string raw = recorder_.current->Files().rawLog;
+    if (started && !raw.empty()) {
+        addRecent(raw);
+        options_->SaveInitFile(raw);
+        status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
+    } else if (!started) {
+        status(QStringLiteral("The push was not started"));
+    }
+    if (closeAfterPush_) close();
+    return started && !raw.empty();
+}
+
+void MainWindow::pausePush() {
+    if (pushing_) push_->PausePush();
+}
+
+void MainWindow::stopPush() {
+    if (pushing_) push_->RequestStop();
+}
+
+void MainWindow::setContinuous(bool on) {
+    if (!push_) return;
+    push_->SetContinuous(on);
+    if (QAction* a = action("mnuAcq_Continuous")) a->setChecked(push_->Settings.continuous);
+}
+
+void MainWindow::toggleTimed() {
+    if (!push_) return;
+    const std::string caption = push_->ToggleTimed();
+    if (QAction* a = action("mnuAcq_Timed")) a->setText(qs(caption));
+}
+
+void MainWindow::recoverReference() {
+    if (pushing_ || !requireInstruments()) return;
+    applyGateOptions();
+    reference_->RecoverReference();
+    showREPanel();
+}
+
+void MainWindow::rescueReference() {
+    if (pushing_ || !requireInstruments()) return;
+    applyGateOptions();
+    reference_->RescueReference(true);
+    showREPanel();
+}
+
+void MainWindow::recoverFromTempFile() {
+    if (pushing_) return;
+    FileDialogRequest r;
+    r.title = "Recover push from temporary file...";
+    r.filter = "Temporary point file|*.lif.raw.bin.temp";
+    r.initialDir = options_->InitDir;
+    const auto temp = host_.openFileDialog(r);
+    if (!temp) return;
+    r.title = "Raw log of the same set-up (for the header)...";
+    r.filter = "Raw Data|*.lif.raw.bin";
+    r.initialDir = std::filesystem::path(temp->path).parent_path().string();
+    const auto header = host_.openFileDialog(r);
+    if (!header) return;
+    const RecoveryResult result = RecoverFromTempFile(temp->path, header->path, log_, arrays_, ctx_, host_);
+    loadedFromPush_ = false;
+    if (!result.ok) {
+        refreshPlot(false);
+        return;
+    }
+    addRecent(result.recoveredPath);
+    refreshPlot(false);
+    showLogInfo();
+    updateActions();
+    status(QStringLiteral("Recovered %1 points into %2").arg(result.points).arg(qs(result.recoveredPath)));
+}
+
+// ---- help
+
+void MainWindow::resetOptions() {
+    options_->ResetOptionsFile();
+}
+
+void MainWindow::about() {
+    host_.message("ZEL\r\n" + versionText() +
+                      "\r\nField and office program of the direct-push laser-induced-fluorescence logging "
+                      "system.",
+                  MsgButtons::Ok, MsgIcon::Information, "About ZEL");
+}
+
+void MainWindow::closeEvent(QCloseEvent* e) {
+    if (pushing_) {
+        // The push saves its log before the window goes: stop it and close once it is written.
+        closeAfterPush_ = true;
+        push_->RequestStop();
+        e->ignore();
+        return;
+    }
+    options_->SaveOptions();
+    saveRecent();
+    if (!options_->OptionsFileWasReset()) {
+        cInifile ini;
+        ini.Path = options_->path();
+        ini.Section = kPositionSection;
+        ini.SaveFormPosition(QtForm({this}, "frmMain"));
+    }
+    e->accept();
+}
+
+} // namespace zel::gui

@@ -1,0 +1,185 @@
+#pragma once
+// The main window: the log plot with the waveform of the selected depth and the RE panel, the setup pages
+// (information, setup, communications, advanced options, hydraulic profiling, callouts) whose controls
+// persist through the options file by their names, and the File, Acquisition and Help menus.
+//
+// Every message goes through the Host it is given, so the tests read and answer them. The menu handlers are
+// public: the tests call them as the menus do.
+
+#include "acquisition/log_recorder.h"
+#include "acquisition/push.h"
+#include "acquisition/reference.h"
+#include "app/cli/field_rig.h"
+#include "app/zel/plot_widgets.h"
+#include "app/zel/qt_form.h"
+#include "common/clock.h"
+#include "common/host.h"
+#include "log/load_file.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+#include "log/plot_companion.h"
+#include "settings/options.h"
+#include "settings/presets.h"
+#include "settings/startup/startup_settings.h"
+
+#include <QMainWindow>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QTabWidget;
+
+namespace zel::gui {
+
+// The push's recorder changes from push to push; the push control keeps this one.
+class RecorderSlot final : public acq::PushRecorder {
+public:
+    std::unique_ptr<acq::LogRecorder> current;
+    bool Begin(const acq::ReferenceControl& r, float firstDepth, int depthMode) override {
+        return current && current->Begin(r, firstDepth, depthMode);
+    }
+    bool Append(const acq::PointRecord& p) override { return current && current->Append(p); }
+    void Finish() override {
+        if (current) current->Finish();
+    }
+};
+
+class MainWindow final : public QMainWindow {
+public:
+    static constexpr int kMaxRecent = 8;
+
+    // dataRoot: where the options file, the presets and the run log live.
+    MainWindow(Host& host, const Clock& clock, StartupSettings settings, std::string dataRoot);
+    ~MainWindow() override;
+
+    // The instruments a push runs against; without them the acquisition entries say so and do nothing.
+    void setInstruments(std::unique_ptr<cli::PushRig> instruments);
+    // The post-load step: the command line's mode, look and pressure/flow box on the setup page.
+    void applyStartupSettings(const StartupSettings& settings);
+    // File mode: no instrument, no acquisition menu.
+    void hideAcquisition();
+    // The second, full restore of the options (the first ran on the splash), then the recent logs.
+    void restoreOptions();
+    Options& options() { return *options_; }
+    QtFormSet& forms() { return forms_; }
+
+    // File menu.
+    bool loadLog(const std::string& path); // empty: the load dialog
+    void exportDataText();
+    void exportWaveText();
+    bool writeLogPage(const std::string& path, bool pdf);
+    void logPageDialog(bool pdf);
+    void savePreset();
+    void loadPreset(const std::string& name);
+    void deletePreset(const std::string& name);
+    void exportPresetText(const std::string& name);
+    void importPresetText();
+    std::vector<std::string> recentLogs() const { return recent_; }
+
+    // Acquisition menu.
+    bool acquireReference(int kind);
+    bool startPush();
+    void pausePush();
+    void stopPush();
+    void setContinuous(bool on);
+    void toggleTimed();
+    void recoverReference();
+    void rescueReference();
+    void recoverFromTempFile();
+    bool pushing() const { return pushing_; }
+    acq::ReferenceControl* reference() { return reference_.get(); }
+    acq::PushControl* push() { return push_.get(); }
+
+    // Help menu.
+    void resetOptions();
+    void about();
+
+    // Callouts: the slots from the callout page's ranges, then a scheme saved to or read from the companion.
+    void applyCallouts();
+    void saveCalloutScheme();
+    void loadCalloutScheme(int scheme);
+
+    // The plot from the log and the current plot settings; keepWindow keeps the user's zoom.
+    void refreshPlot(bool keepWindow);
+    void selectPoint(int point);
+
+    const cZEL_Data& log() const { return log_; }
+    const LogArrays& arrays() const { return arrays_; }
+    DepthPlotWidget& depthPlot() { return *plot_; }
+    WaveformWidget& waveform() { return *wave_; }
+    REPanelWidget& rePanel() { return *rePanel_; }
+    QAction* action(const QString& objectName) const;
+    QString statusText() const;
+
+protected:
+    void closeEvent(QCloseEvent* e) override;
+
+private:
+    void buildPages();
+    void buildMenus();
+    void updateActions();
+    // The mode's caption, fill colour, banner and RE scale caption on the setup page.
+    void applyModeLook();
+    void rebuildRecentMenu();
+    void rebuildPresetMenus();
+    void addRecent(const std::string& path);
+    void loadRecent();
+    void saveRecent();
+    void showLogInfo();
+    void showREPanel();
+    void showLogRE();
+    void applyGateOptions();
+    LogInfo infoFromPage() const;
+    std::string controlText(const char* form, const char* name) const;
+    bool controlChecked(const char* form, const char* name) const;
+    bool requireInstruments();
+    bool requireLog(bool withPoints);
+    void status(const QString& text);
+
+    Host& host_;
+    const Clock& clock_;
+    StartupSettings settings_;
+    std::string dataRoot_;
+
+    cZEL_Data log_;
+    LogArrays arrays_;
+    RawLogContext ctx_;
+    LoadSession session_;
+    PlotWindows plotWindows_;
+    CalloutDisplay calloutDisplay_;
+    int selectedPoint_ = -1;
+
+    QtFormSet forms_;
+    std::unique_ptr<Options> options_;
+    std::unique_ptr<Presets> presets_;
+    std::vector<std::string> recent_;
+
+    std::unique_ptr<cli::PushRig> instruments_;
+    std::unique_ptr<acq::ReferenceControl> reference_;
+    RecorderSlot recorder_;
+    std::unique_ptr<acq::PushControl> push_;
+    bool pushing_ = false;
+    bool closeAfterPush_ = false;
+    // The per-point values are the push's own (not computed again from a loaded log's waveforms).
+    bool loadedFromPush_ = false;
+    qint64 lastLiveRefreshMs_ = 0;
+    std::string lastLogName_;
+
+    DepthPlotWidget* plot_ = nullptr;
+    WaveformWidget* wave_ = nullptr;
+    REPanelWidget* rePanel_ = nullptr;
+    QTabWidget* tabs_ = nullptr;
+    QWidget* infoPage_ = nullptr;
+    QLabel* statusLabel_ = nullptr;
+    QMenu* acquisitionMenu_ = nullptr;
+    QMenu* recentMenu_ = nullptr;
+    QMenu* presetLoadMenu_ = nullptr;
+    QMenu* presetDeleteMenu_ = nullptr;
+    QMenu* presetExportMenu_ = nullptr;
+};
+
+} // namespace zel::gui

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Makes docs/zel-main-window.png: a simulated push into a demo log with zel-cli, then zel showing that log
+# under a virtual X server, its main window saved by zel's own --screenshot.
+#   tools/screenshot.sh [OUTPUT.png]     (default docs/zel-main-window.png; build dir: $ZEL_BUILD_DIR or build)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT=$PWD
+BUILD=${ZEL_BUILD_DIR:-build}
+OUT=${1:-$ROOT/docs/zel-main-window.png}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; elif command -v sudo >/dev/null; then sudo "$@"; else
+        echo "screenshot.sh: need root (or sudo) to run: $*" >&2
+        exit 1
+    fi
+}
+
+install_missing() { # package list
+    local missing=() p
+    while read -r p; do
+        p=${p%%#*}
+        p=${p//[[:space:]]/}
+        [ -n "$p" ] || continue
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+    done <"$1"
+    if [ ${#missing[@]} -gt 0 ]; then
+        echo "screenshot.sh: installing ${missing[*]}" >&2
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+    fi
+}
+
+./zel.sh setup
+install_missing "$ROOT/tools/debian-packages-screenshot.txt"
+[ -f "$BUILD/CMakeCache.txt" ] || cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$BUILD" --target zel zel-cli zel-sim
+
+WORK=$(mktemp -d)
+trap 'rm -rf "$WORK"' EXIT
+# A data root of its own: the picture shows the design-time settings, not this machine's options file.
+export ZEL_DATA_ROOT=$WORK/data
+"$BUILD/bin/zel-cli" push --sim --points 150 --rate 0.5 --sweep-ms 0 --out "$WORK/demo" --name Demo --yes \
+    >/dev/null 2>"$WORK/push.err" || { cat "$WORK/push.err" >&2; exit 1; }
+mkdir -p "$(dirname "$OUT")"
+xvfb-run -a -s "-screen 0 1400x900x24" "$BUILD/bin/zel" "$WORK/demo/Demo.lif.raw.bin" --screenshot "$OUT"
+echo "screenshot.sh: wrote $OUT"
