@@ -231,8 +231,11 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
             p.setPen(Qt::black);
             const QRectF title(r.left(), rect.top(), r.width(), lh);
             drawFitted(p, title, QString::fromStdString(t.title), sink);
-            const QString unit = QString::fromStdString(t.unit) + (t.scale == Scale::Log ? " (log)" : "");
-            drawFitted(p, title.translated(0, lh), unit, sink);
+            // The %RE track's title is its unit already: the unit line then only says whether it is a log
+            // scale.
+            const QString unit = QString::fromStdString(t.unit == t.title ? std::string() : t.unit) +
+                                 (t.scale == Scale::Log ? " (log)" : "");
+            if (!unit.isEmpty()) drawFitted(p, title.translated(0, lh), unit, sink);
             const QRectF range = title.translated(0, 2 * lh).adjusted(lh * 0.15, 0, -lh * 0.15, 0);
             const QString lo = rangeText(t.min), hi = rangeText(t.max);
             // The two ends share the track's width; a narrow track gets them smaller rather than overlapping.
