@@ -181,6 +181,20 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     }
 }
 
+TEST_F(MainWindowTest, StartUpWithSimOpensTheSimulatedInstrumentsForTheAcquisitionMenu) {
+    MainWindow w(loopHost, clock, StartupSettings{}, file(""));
+    DesktopStartup how;
+    how.instanceCheck = false;
+    how.sim = true;
+    ASSERT_TRUE(startDesktop(w, parseCommandLine(""), loopHost, clock, file(""), how));
+    const std::vector<std::string> steps = host.progressTexts();
+    EXPECT_NE(std::find(steps.begin(), steps.end(), "Initializing scope..."), steps.end());
+    // The scope and the depth board answered through the start-up's openers: the window can push.
+    ASSERT_NE(w.reference(), nullptr);
+    EXPECT_TRUE(w.action("mnuAcq_RE")->isEnabled());
+    EXPECT_EQ(message("No instruments are open"), nullptr);
+}
+
 TEST_F(MainWindowTest, SettingsAndRecentLogsPersistThroughTheOptionsFileUntilReset) {
     const std::string path = smallLog();
     {
