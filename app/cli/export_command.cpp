@@ -1,4 +1,5 @@
 // zel-cli export: the data export of each log, loaded quietly as a batch load does.
+#include "app/cli/batch.h"
 #include "app/cli/command.h"
 
 #include "common/clock.h"
@@ -41,24 +42,11 @@ std::optional<std::string> exportOne(const std::string& file, const std::string&
 
 int runExport(const ExportArgs& args) {
     ConsoleHost host(std::cerr);
-    std::vector<std::string> failed;
-    const std::size_t total = args.files.size();
-    for (std::size_t i = 0; i < total; ++i) {
-        const std::string& file = args.files[i];
-        const std::string counter = std::to_string(i + 1) + "/" + std::to_string(total) + " ";
-        if (const auto written = exportOne(file, args.to, host)) {
-            std::cout << counter << file << " -> " << *written << std::endl;
-        } else {
-            std::cout << counter << file << ": failed" << std::endl;
-            failed.push_back(file);
-        }
-    }
-    if (failed.empty()) return 0;
-    std::cerr << "zel-cli export: " << failed.size() << " of " << total << " files failed:";
-    for (const auto& f : failed)
-        std::cerr << ' ' << f;
-    std::cerr << '\n';
-    return 1;
+    return runBatch("export", args.files, std::cout, [&](const std::string& file, std::string& text) {
+        const auto written = exportOne(file, args.to, host);
+        if (written) text = *written;
+        return written.has_value();
+    });
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // zel-cli page: the log page of each raw log as PDF and/or JPG, drawn by the same renderer as the program's
 // own pages, without a display.
+#include "app/cli/batch.h"
 #include "app/cli/command.h"
 
 #include "app/plot/log_page.h"
@@ -132,29 +133,13 @@ int runPage(const PageArgs& args) {
     QGuiApplication app(argc, argv);
 
     ConsoleHost host(std::cerr);
-    std::vector<std::string> failed;
-    const std::size_t total = args.files.size();
-    for (std::size_t i = 0; i < total; ++i) {
-        const std::string& file = args.files[i];
-        const std::string counter = std::to_string(i + 1) + "/" + std::to_string(total) + " ";
+    return runBatch("page", args.files, std::cerr, [&](const std::string& file, std::string& text) {
         std::vector<std::string> written;
-        std::string reason;
-        if (pageOne(file, args, host, written, reason)) {
-            std::cerr << counter << file << " ->";
-            for (const auto& w : written)
-                std::cerr << ' ' << w;
-            std::cerr << std::endl;
-        } else {
-            std::cerr << counter << file << ": failed (" << reason << ")" << std::endl;
-            failed.push_back(file);
-        }
-    }
-    if (failed.empty()) return 0;
-    std::cerr << "zel-cli page: " << failed.size() << " of " << total << " files failed:";
-    for (const auto& f : failed)
-        std::cerr << ' ' << f;
-    std::cerr << '\n';
-    return 1;
+        if (!pageOne(file, args, host, written, text)) return false;
+        for (const auto& w : written)
+            text += (text.empty() ? "" : " ") + w;
+        return true;
+    });
 }
 
 } // namespace

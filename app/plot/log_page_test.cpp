@@ -107,7 +107,8 @@ TEST_F(LogPageTest, FixedPrintedScaleRunsOverSeveralPagesInPdfAndJpg) {
 }
 
 TEST_F(LogPageTest, FixedPrintedScaleSetsTheReRangeFromTheTracksWidth) {
-    // The %RE track's scale ends follow its title in the record (its unit is its title, so it has no unit line).
+    // The %RE track's scale ends follow its title in the record (its unit is its title, so it has no unit
+    // line).
     const auto reMax = [&](double rePerInch) {
         PlotSettings s;
         s.perInch = true;
