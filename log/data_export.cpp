@@ -26,6 +26,18 @@ std::string listField(const PointMatrix& m, int column, int point, int decimals,
     return v ? formatNumber(listValue(*v, decimals), format) : std::string();
 }
 
+// A sensor's depth (the point's depth less the sensor's offset on the probe) and its value, or two empty
+// fields when the log has no such sensor.
+void appendSensorPair(std::string& out, bool logged, float depth, const PointMatrix& m, int column, int point,
+                      int decimals) {
+    if (!logged) {
+        out += "\t\t";
+        return;
+    }
+    out +=
+        '\t' + formatNumber(depth, kDepthFormat) + '\t' + listField(m, column, point, decimals, kValueFormat);
+}
+
 } // namespace
 
 std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool conductivityLogged,
@@ -44,17 +56,10 @@ std::string dataExportText(const cZEL_Data& log, const LogArrays& arrays, bool c
         for (int ch : columns.channels)
             out += '\t' + field(c, ch, p, kValueFormat);
         out += '\t' + listField(c, point_column::Rate, p, list_decimals::Rate, kValueFormat);
-        if (conductivityLogged)
-            out += '\t' + formatNumber(depth - log.CondOffset(), kDepthFormat) + '\t' +
-                   listField(c, columns.conductivity, p, list_decimals::Conductivity, kValueFormat);
-        else
-            out += "\t\t";
-        if (hammer)
-            out += '\t' + formatNumber(depth - log.Blow_Offset(), kDepthFormat) + '\t' +
-                   listField(arrays.hammer, hammer_column::BlowCount, p, list_decimals::BlowCounts,
-                             kValueFormat);
-        else
-            out += "\t\t";
+        appendSensorPair(out, conductivityLogged, depth - log.CondOffset(), c, columns.conductivity, p,
+                         list_decimals::Conductivity);
+        appendSensorPair(out, hammer, depth - log.Blow_Offset(), arrays.hammer, hammer_column::BlowCount, p,
+                         list_decimals::BlowCounts);
         out += '\t';
         if (presFlow) {
             const PointMatrix& h = arrays.presFlow;
@@ -79,17 +84,10 @@ std::string colourExportText(const cZEL_Data& log, const LogArrays& arrays, bool
         out += formatNumber(depth, kDepthFormat);
         out += '\t' + listField(c, point_column::Rate, p, list_decimals::Rate, kValueFormat);
         out += "\t\t\t\t"; // RGB and the Munsell hue, value and chroma
-        if (conductivityLogged)
-            out += '\t' + formatNumber(depth - log.CondOffset(), kDepthFormat) + '\t' +
-                   listField(c, point_column::Conductivity, p, list_decimals::Conductivity, kValueFormat);
-        else
-            out += "\t\t";
-        if (hammer)
-            out += '\t' + formatNumber(depth - log.Blow_Offset(), kDepthFormat) + '\t' +
-                   listField(arrays.hammer, hammer_column::BlowCount, p, list_decimals::BlowCounts,
-                             kValueFormat);
-        else
-            out += "\t\t";
+        appendSensorPair(out, conductivityLogged, depth - log.CondOffset(), c, point_column::Conductivity, p,
+                         list_decimals::Conductivity);
+        appendSensorPair(out, hammer, depth - log.Blow_Offset(), arrays.hammer, hammer_column::BlowCount, p,
+                         list_decimals::BlowCounts);
         out += "\r\n";
     }
     return out;
