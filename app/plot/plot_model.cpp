@@ -227,7 +227,8 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         if (kind == TrackKind::Conductivity && s.referenceCond) t.references.push_back(*s.referenceCond);
         m.tracks_.push_back(std::move(t));
     };
-    pointTrack(TrackKind::Rate, s.rate, "Rate", depthUnit + "/min", point_column::Rate, {0, 110, 0});
+    // The push records the rate as the depth source gives it: inches or centimetres a second.
+    pointTrack(TrackKind::Rate, s.rate, "Rate", m.metric_ ? "cm/s" : "in/s", point_column::Rate, {0, 110, 0});
     pointTrack(TrackKind::Conductivity, s.conductivity, "EC", "mS/m",
                src.birchMode ? point_column::ConductivityBirch : point_column::Conductivity, {200, 0, 0});
     pointTrack(TrackKind::Scatter, s.scatter, "Scatter", "mV", point_column::Scatter, {90, 90, 90});
