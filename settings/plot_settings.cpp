@@ -1,6 +1,7 @@
 #include "settings/plot_settings.h"
 
 #include "settings/basic_convert.h"
+#include "settings/profile.h"
 
 #include <stdexcept>
 #include <string_view>
@@ -205,6 +206,7 @@ std::vector<std::string> plotSettingsKeys() {
 }
 
 void SavePlotSettings(cInifile& ini, FormSet& forms, const PlotWindows& windows) {
+    ini::FileBatch batch(ini.Path);
     for (const Item& item : items()) {
         try {
             std::string value = savedValue(forms, windows, item);

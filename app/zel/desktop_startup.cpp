@@ -1,5 +1,6 @@
 #include "app/zel/desktop_startup.h"
 
+#include "app/plot/qt_text.h"
 #include "app/zel/sim_network.h"
 #include "instruments/field/field_config.h"
 #include "settings/data_root.h"
@@ -34,8 +35,7 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     hooks.showVersion = how.showVersion;
     hooks.hideAcquisitionMenus = [&] { window.hideAcquisition(); };
     hooks.setConnection = [&](std::string_view v) {
-        if (auto* l = window.findChild<QLabel*>("lblConnection"))
-            l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
+        if (auto* l = window.findChild<QLabel*>("lblConnection")) l->setText(toQt(v));
     };
     hooks.showMainWindow = [&](const StartupSettings& resolved) {
         window.restoreOptions();

@@ -3,6 +3,7 @@
 #include "acquisition/acquisition_settings.h"
 #include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
+#include "app/plot/qt_text.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -48,6 +49,11 @@ namespace zel::gui {
 namespace {
 
 QString qs(const std::string& s) {
+    return toQt(s);
+}
+
+// A path in the system's own encoding (not the files' 8-bit text).
+QString qpath(const std::string& s) {
     return QString::fromStdString(s);
 }
 
@@ -214,7 +220,7 @@ void MainWindow::buildPages() {
         int selected = 0;
         for (const ModeEntry& m : modeTable()) {
             if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
-            probes << QStringLiteral("%1 (mode %2)").arg(QString::fromUtf8(m.model)).arg(m.mode);
+            probes << QStringLiteral("%1 (mode %2)").arg(toQt(m.model)).arg(m.mode);
         }
         // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
         // old session's probe never overrides a mode switch); choosing another one applies for this session.
@@ -568,7 +574,7 @@ void MainWindow::applyModeLook() {
     if (!caption || !banner) return;
     const ModeLook* look = findLook(settings_.mode);
     if (!look) {
-        caption->setText(QString::fromStdString(settings_.model));
+        caption->setText(toQt(settings_.model));
         caption->setPalette(QPalette());
         banner->setVisible(false);
         return;
@@ -627,6 +633,7 @@ void MainWindow::saveRecent() {
     cInifile ini;
     ini.Path = options_->path();
     ini.Section = kRecentSection;
+    ini::FileBatch batch(ini.Path);
     ini.DeleteSection();
     for (std::size_t i = 0; i < recent_.size(); ++i) {
         ini.Key = "File" + std::to_string(i + 1);
@@ -645,7 +652,7 @@ void MainWindow::addRecent(const std::string& path) {
 void MainWindow::rebuildRecentMenu() {
     recentMenu_->clear();
     for (const std::string& path : recent_) {
-        QAction* a = recentMenu_->addAction(qs(path));
+        QAction* a = recentMenu_->addAction(qpath(path));
         connect(a, &QAction::triggered, this, [this, path] { loadLog(path); });
     }
     recentMenu_->setEnabled(!recent_.empty() && !pushing_);
@@ -686,7 +693,7 @@ void MainWindow::exportPresetText(const std::string& name) {
 }
 
 void MainWindow::importPresetText() {
-    const std::string text = QApplication::clipboard()->text().toStdString();
+    const std::string text = fromQt(QApplication::clipboard()->text());
     if (text.empty()) {
         host_.message("Copy a preset's text to the clipboard first.", MsgButtons::Ok, MsgIcon::Exclamation,
                       "Preset");
@@ -719,7 +726,7 @@ bool MainWindow::loadLog(const std::string& path) {
     showLogRE();
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
-    status(QStringLiteral("Loaded %1: %2 points").arg(qs(r.path)).arg(arrays_.points()));
+    status(QStringLiteral("Loaded %1: %2 points").arg(qpath(r.path)).arg(arrays_.points()));
     return true;
 }
 
@@ -758,7 +765,7 @@ void MainWindow::selectPoint(int point) {
 }
 
 void MainWindow::showLogInfo() {
-    const QString name = qs(log_.File_Title_NoExt());
+    const QString name = qpath(log_.File_Title_NoExt());
     setWindowTitle(name.isEmpty() ? QStringLiteral("ZEL") : QStringLiteral("ZEL - ") + name);
     QStringList parts;
     for (const std::string& s : {log_.File_Title_NoExt(), log_.Site(), log_.Client(), log_.JobNumber()})
@@ -779,7 +786,7 @@ QString MainWindow::statusText() const {
 }
 
 void MainWindow::status(const QString& text) {
-    host_.progress(text.toStdString());
+    host_.progress(fromQt(text));
 }
 
 bool MainWindow::requireLog(bool withPoints) {
@@ -795,7 +802,7 @@ bool MainWindow::requireLog(bool withPoints) {
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
     if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, loadedFromPush_))
-        status(QStringLiteral("Data exported to %1").arg(qs(*path)));
+        status(QStringLiteral("Data exported to %1").arg(qpath(*path)));
 }
 
 void MainWindow::exportWaveText() {
@@ -806,7 +813,7 @@ void MainWindow::exportWaveText() {
     const auto wave = arrays_.waves.wave(selectedPoint_);
     if (const auto path =
             ExportWaveText(wave, log_.Wave_DeltaX(), settings_.colour, session_.initialDir, host_, clock_))
-        status(QStringLiteral("Waveform exported to %1").arg(qs(*path)));
+        status(QStringLiteral("Waveform exported to %1").arg(qpath(*path)));
 }
 
 bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
@@ -826,7 +833,7 @@ bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
         host_.message("Error in Log_Page: " + error, MsgButtons::Ok, MsgIcon::Critical);
         return false;
     }
-    status(QStringLiteral("Log page written to %1").arg(qs(path)));
+    status(QStringLiteral("Log page written to %1").arg(qpath(path)));
     return true;
 }
 
@@ -984,7 +991,7 @@ LogInfo MainWindow::infoFromPage() const {
     info.note = controlText(kTab, "txtNote");
     info.mode = settings_.model;
     info.version = kVersionText;
-    info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toStdString();
+    info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toLatin1().toStdString();
     info.metric = controlChecked(kTab, "chkMetric");
     info.emulate = false;
     return info;
@@ -1069,7 +1076,7 @@ bool MainWindow::startPush() {
     selectedPoint_ = -1;
     pushing_ = true;
     updateActions();
-    status(QStringLiteral("Push starting: %1").arg(qs(*path)));
+    status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
     const bool started = push_->StartPush();
     loadedFromPush_ = started;
     pushing_ = false;
@@ -1145,7 +1152,7 @@ void MainWindow::recoverFromTempFile() {
     refreshPlot(false);
     showLogInfo();
     updateActions();
-    status(QStringLiteral("Recovered %1 points into %2").arg(result.points).arg(qs(result.recoveredPath)));
+    status(QStringLiteral("Recovered %1 points into %2").arg(result.points).arg(qpath(result.recoveredPath)));
 }
 
 // ---- help
