@@ -189,8 +189,8 @@ std::size_t formatFixedFast(float v, int decimals, char* out) {
 
 // A list element is read back by this program and by Basic's Val, neither of which knows a text for NaN or
 // infinity (the runtime's "1.#INF" and "-1.#IND" read as 1 and -1 at best, or break the list). So an
-// infinity is written as the largest float of its sign, which both read back as that float, and NaN, which
-// no sample can mean, as 0.
+// infinity is written as the largest float of its sign (its seven digits, 3.402823E+38, which both read back
+// as the same finite float), and NaN, which no sample can mean, as 0.
 float writable(float v) {
     if (std::isnan(v)) return 0.0f;
     if (std::isinf(v)) return v > 0 ? std::numeric_limits<float>::max() : -std::numeric_limits<float>::max();

@@ -38,7 +38,8 @@ TEST(DataLists, ElementsAreTheNumberPatternsText) {
 // must see the same values.
 TEST(DataLists, NonFiniteValuesAreWrittenSoThatEveryReaderLoadsThem) {
     const float inf = std::numeric_limits<float>::infinity();
-    const float top = std::numeric_limits<float>::max();
+    // The largest float's seven significant digits, read back.
+    const float top = 3.402823e38f;
     const std::vector<float> values{std::nanf(""), inf, -inf, 1.5f, -std::nanf("")};
     for (int decimals : {0, 2, 3}) {
         const std::string text = formatDataList(values, decimals);
@@ -54,6 +55,7 @@ TEST(DataLists, NonFiniteValuesAreWrittenSoThatEveryReaderLoadsThem) {
             pos = end + 1;
         }
         EXPECT_EQ(listValue(inf, decimals), top);
+        EXPECT_EQ(listValue(-inf, decimals), -top);
         EXPECT_EQ(formatListElement(std::nanf(""), decimals), formatListElement(0.0f, decimals));
     }
 }

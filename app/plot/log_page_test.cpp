@@ -55,6 +55,20 @@ protected:
     LogArrays arrays;
 };
 
+// The log's 8-bit texts reach the page as the characters they stand for (the record holds UTF-8).
+TEST_F(LogPageTest, EightBitTextsOfTheLogAreShownAsTheirCharacters) {
+    log.Site("S\xE3o Jos\xE9");
+    const PlotModel m = PlotModel::build({log, arrays}, PlotSettings{});
+    PageInput in = input(m);
+    in.modelName = "Alder\xAE";
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "enc.pdf").string(), in, error, &record)) << error;
+    EXPECT_TRUE(record.contains("Alder\xC2\xAE"));
+    EXPECT_TRUE(record.contains("Site: S\xC3\xA3o Jos\xC3\xA9"));
+    EXPECT_FALSE(record.contains("\xEF\xBF\xBD")); // no replacement character
+}
+
 TEST_F(LogPageTest, PdfHasOnePageOfTheSettingsSizeWithEveryEnabledTrack) {
     PlotSettings s;
     s.rate.shown = true;

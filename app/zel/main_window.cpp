@@ -229,6 +229,7 @@ void MainWindow::buildPages() {
             const auto table = modeTable();
             if (i < 0 || i >= static_cast<int>(table.size())) return;
             setMode(settings_, table[static_cast<std::size_t>(i)].mode);
+            settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
             if (reference_) reference_->Mode = settings_.mode;
             applyModeLook();
             refreshPlot(true);
@@ -264,18 +265,20 @@ void MainWindow::buildPages() {
         v->addStretch();
     }
 
-    // Communications: the instruments' ports and their live read-outs (never restored).
+    // Communications: the instruments' ports and their live read-outs, whose names ("txtcomm_", "label")
+    // keep them out of the options file: a stale address or connection state must not come back.
     auto* commPage = new QWidget;
     {
         auto* form = new QFormLayout(commPage);
-        lineEdit(form, "txtScopeAddress", "Scope address", qs(settings_.scopeAddress))->setReadOnly(true);
+        lineEdit(form, "txtcomm_ScopeAddress", "Scope address", qs(settings_.scopeAddress))
+            ->setReadOnly(true);
         comboBox(form, "cmbDepthSource", "Depth source", {"Emulation", "Interface board", "AD4 counter"}, 1);
         lineEdit(form, "txtDepthPort", "Depth port", "1");
         lineEdit(form, "txtGPSPort", "GPS port", "2");
         lineEdit(form, "txtDisplayPort", "Display port", "3");
         lineEdit(form, "txtcomm_Depth", "Depth now")->setReadOnly(true);
         lineEdit(form, "txtcomm_GPS", "Position now")->setReadOnly(true);
-        form->addRow("Connection", named(new QLabel("none"), "lblConnection"));
+        form->addRow("Connection", named(new QLabel("none"), "labelConnection"));
     }
 
     // Advanced options: the RE gates, the scope, the page.
@@ -562,6 +565,18 @@ void MainWindow::applyStartupSettings(const StartupSettings& s) {
     }
     if (s.pressureFlow)
         if (auto* pf = findChild<QCheckBox*>("chkPresFlow")) pf->setChecked(true);
+    // Values the command line chose from the advanced options' lists override the ones the options file
+    // restored a moment ago.
+    const SwitchLists lists;
+    const auto select = [this](const char* name, const std::vector<int>& values, int value, bool fromSwitch) {
+        auto* box = findChild<QComboBox*>(name);
+        if (!fromSwitch || !box) return;
+        const auto at = std::find(values.begin(), values.end(), value);
+        if (at != values.end()) box->setCurrentIndex(static_cast<int>(at - values.begin()));
+    };
+    select("cmbScopeAverage", lists.averages, s.averaging, s.averagingFromSwitch);
+    select("cmbScopeYScale", lists.yScales, s.yScale, s.yScaleFromSwitch);
+    select("cmbScopeREScale", lists.reScales, s.reScale, s.reScaleFromSwitch);
     if (reference_) reference_->Mode = s.mode;
     applyModeLook();
     refreshPlot(true);
@@ -572,7 +587,9 @@ void MainWindow::applyModeLook() {
     auto* banner = findChild<QLabel*>("picBanner");
     auto* reScale = findChild<QLabel*>("lblREScale");
     if (!caption || !banner) return;
-    const ModeLook* look = findLook(settings_.mode);
+    // The look the start-up's post-load step chose ("/MODE4" and "/MODE51" take the Alder look), or the
+    // probe's own once one is chosen on the setup page; none keeps the design-time look.
+    const ModeLook* look = settings_.look ? findLook(*settings_.look) : nullptr;
     if (!look) {
         caption->setText(toQt(settings_.model));
         caption->setPalette(QPalette());
@@ -947,7 +964,7 @@ void MainWindow::setInstruments(std::unique_ptr<cli::PushRig> instruments) {
                 refreshPlot(true);
             }
         };
-        if (QLabel* l = findChild<QLabel*>("lblConnection"))
+        if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
     }
     updateActions();
