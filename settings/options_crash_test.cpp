@@ -3,6 +3,7 @@
 
 #include "common/testing/recording_host.h"
 #include "settings/data_root.h"
+#include "settings/ini_file.h"
 #include "settings/memory_form.h"
 #include "settings/options.h"
 #include "settings/profile.h"
@@ -81,8 +82,35 @@ TEST_F(OptionsCrashTest, AKilledSaveLeavesTheOldOrTheNewFileWhole) {
         ASSERT_TRUE(now == a || now == b) << "round " << round << ": " << now.size() << " bytes";
     }
     EXPECT_LE(leftovers(), 1u);
-    options.SaveOptions(); // a temporary file left by a killed writer goes with the next save
+    fill('c');
+    options.SaveOptions(); // a temporary file left by a killed writer goes with the next write
     EXPECT_EQ(leftovers(), 0u);
+}
+
+// Two copies of the program writing the same file at once: each write starts from the other's last one, so
+// no key is lost.
+TEST_F(OptionsCrashTest, TwoWritersAtOnceLoseNoUpdate) {
+    constexpr int kKeys = 60;
+    pid_t children[2];
+    for (int w = 0; w < 2; ++w) {
+        children[w] = ::fork();
+        ASSERT_GE(children[w], 0);
+        if (children[w] == 0) {
+            for (int k = 0; k < kKeys; ++k)
+                ini::writeProfileString(path, "Shared", "w" + std::to_string(w) + "_" + std::to_string(k),
+                                        "1");
+            ::_exit(0);
+        }
+    }
+    for (pid_t c : children) {
+        int status = 0;
+        ::waitpid(c, &status, 0);
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    cInifile ini;
+    ini.Path = path;
+    ini.Section = "Shared";
+    EXPECT_EQ(ini.EnumerateCurrentSection().size(), 2u * kKeys);
 }
 
 TEST_F(OptionsCrashTest, ASaveWritesTheFileOnce) {

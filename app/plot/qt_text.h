@@ -7,6 +7,7 @@
 
 #include "common/windows1252.h"
 
+#include <QList>
 #include <QString>
 
 #include <string>

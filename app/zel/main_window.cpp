@@ -35,6 +35,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -559,6 +560,8 @@ void MainWindow::applyStartupSettings(const StartupSettings& s) {
     // Loading recomputes the points' %RE and channel values with the layout of the program's mode.
     session_.processing.acqType = s.labels[0] == "Sctr" ? 1 : 0;
     if (auto* probe = findChild<QComboBox*>("lstProbe")) {
+        // Selected quietly: a choice made here would bring the probe's own look, not the one start-up chose.
+        const QSignalBlocker quiet(probe);
         const auto table = modeTable();
         for (std::size_t i = 0; i < table.size(); ++i)
             if (table[i].mode == s.mode) probe->setCurrentIndex(static_cast<int>(i));

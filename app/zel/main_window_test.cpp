@@ -181,6 +181,33 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     }
 }
 
+// The post-load step: the look the switches chose, and the switches' values selected in the advanced lists
+// over what the options file restored a moment before.
+TEST_F(MainWindowTest, ThePostLoadStepAppliesTheLookAndTheSwitchValuesOverTheRestoredOptions) {
+    put(file("ini/ZEL_Options.ini"),
+        "[AdvOptions]\r\n0,cmbScopeAverage=0\r\n1,cmbScopeYScale=0\r\n2,cmbScopeREScale=0\r\n");
+    struct Case {
+        const char* line;
+        const char* caption;
+        const char *average, *yScale, *reScale; // the lists' texts after the step
+    };
+    // Lists no switch named keep the restored entry (the first of each list).
+    for (const Case& c :
+         {Case{"/MODE4", "Alder", "16", "50", "1"}, Case{"/MODE51/S256", "Alder", "256", "1", "1"},
+          Case{"/MODE2", "Dogwood", "2", "1", "100"}, Case{"/MODE52/Y020", "Alder", "2", "20", "1"},
+          Case{"/MODE21/RE200", "Elm", "2", "1", "200"}}) {
+        auto w = newWindow();
+        w->options().LoadOptions(true); // the splash's restore, then the main window's
+        w->restoreOptions();
+        ASSERT_EQ(child<QComboBox>(*w, "cmbScopeAverage")->currentText(), "2");
+        w->applyStartupSettings(parseCommandLine(c.line));
+        EXPECT_EQ(child<QLabel>(*w, "lblProbeCaption")->text(), c.caption) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeAverage")->currentText(), c.average) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeYScale")->currentText(), c.yScale) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeREScale")->currentText(), c.reScale) << c.line;
+    }
+}
+
 TEST_F(MainWindowTest, StartUpWithSimOpensTheSimulatedInstrumentsForTheAcquisitionMenu) {
     MainWindow w(loopHost, clock, StartupSettings{}, file(""));
     DesktopStartup how;
