@@ -24,14 +24,7 @@ constexpr int kControlsPerForm = 60;
 
 // Beside this program, on the disk, so that the fsyncs are real.
 fs::path folder() {
-    static const fs::path dir = [] {
-        const fs::path d = fs::read_symlink("/proc/self/exe").parent_path() /
-                           ("options_bench_" + std::to_string(::getpid()));
-        fs::create_directories(d);
-        std::atexit([] { fs::remove_all(folder()); });
-        return d;
-    }();
-    return dir;
+    return fs::read_symlink("/proc/self/exe").parent_path() / ("options_bench_" + std::to_string(::getpid()));
 }
 
 std::string bloatedFile() {
@@ -46,12 +39,17 @@ struct Setup {
     zel::MemoryFormSet forms;
     std::string path = (folder() / "ZEL_Options.ini").string();
     Setup() {
+        fs::create_directories(folder());
         for (const char* name : zel::Options::kSavedForms) {
             zel::MemoryForm& f = forms.add(name);
             for (int i = 0; i < kControlsPerForm; ++i)
                 f.add(zel::ControlType::TextBox, "txtValue" + std::to_string(i)).withText("12.5");
         }
         std::ofstream(path, std::ios::binary | std::ios::trunc) << bloatedFile();
+    }
+    ~Setup() {
+        std::error_code ec;
+        fs::remove_all(folder(), ec);
     }
 };
 

@@ -1196,6 +1196,9 @@ void MainWindow::closeEvent(QCloseEvent* e) {
         e->ignore();
         return;
     }
+    // One replacement of the options file for everything the exit keeps.
+    if (!options_->OptionsFileWasReset()) ensureParentFolder(options_->path());
+    ini::FileBatch batch(options_->path());
     options_->SaveOptions();
     saveRecent();
     if (!options_->OptionsFileWasReset()) {

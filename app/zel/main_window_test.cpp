@@ -6,6 +6,7 @@
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
+#include "settings/profile.h"
 #include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
 #include "settings/test_files.h"
@@ -233,12 +234,18 @@ TEST_F(MainWindowTest, SettingsAndRecentLogsPersistThroughTheOptionsFileUntilRes
         child<QLineEdit>(*w, "txtcomm_Depth")->setText("12.3");
         for (QRadioButton* r : w->findChildren<QRadioButton*>("optOrientation"))
             r->setChecked(r->property("controlIndex").toInt() == 1);
+        const auto writes = ini::fileWriteCount();
         w->close();
+        // The dialogs, the recent logs and the window's place: one replacement of the file.
+        EXPECT_EQ(ini::fileWriteCount() - writes, 1u);
     }
     const std::string options = get(file("ini/ZEL_Options.ini"));
+    RecordProperty("options_file_bytes", static_cast<int>(options.size()));
     EXPECT_NE(options.find("[Tab]"), std::string::npos);
     EXPECT_NE(options.find("[AdvOptions]"), std::string::npos);
-    EXPECT_EQ(options.find("txtcomm_Depth"), std::string::npos);
+    for (const char* readOut :
+         {"txtcomm_Depth", "txtcomm_ScopeAddress", "labelConnection", "txtScopeAddress"})
+        EXPECT_EQ(options.find(readOut), std::string::npos) << readOut;
 
     auto w = newWindow();
     w->options().LoadOptions(true); // what the splash restores for the instruments
