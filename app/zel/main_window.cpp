@@ -1077,6 +1077,9 @@ bool MainWindow::startPush() {
     const std::optional<std::string> path =
         chooseLogPath(proposed, LogFamily::Lif, autoFolder, options_->InitDir, host_);
     if (!path) return false;
+    // A new log named for recording: its folder and name are where the next session starts.
+    options_->SaveInitDir(std::filesystem::path(*path).parent_path().string());
+    options_->SaveInitFile(*path);
 
     acq::PushSettings& s = push_->Settings;
     s.metric = controlChecked(kTab, "chkMetric");
@@ -1106,7 +1109,6 @@ bool MainWindow::startPush() {
     const std::string raw = recorder_.current->Files().rawLog;
     if (started && !raw.empty()) {
         addRecent(raw);
-        options_->SaveInitFile(raw);
         status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
     } else if (!started) {
         status(QStringLiteral("The push was not started"));

@@ -6,6 +6,7 @@
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
+#include "settings/plot_settings.h"
 #include "settings/profile.h"
 #include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
@@ -338,6 +339,14 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     ASSERT_FALSE(w->recentLogs().empty());
     EXPECT_EQ(w->recentLogs().front(), raw);
     EXPECT_TRUE(w->action("mnuAcq_Record")->isEnabled());
+    // The companion carries the whole plot-settings set, controls this window lacks included.
+    cInifile companion;
+    companion.Path = file("logs/Sim-1.lif.plt");
+    companion.Section = "Settings";
+    EXPECT_EQ(companion.EnumerateCurrentSection(), plotSettingsKeys());
+    // The log named for recording is where the next session starts.
+    EXPECT_EQ(w->options().InitDir, file("logs"));
+    EXPECT_EQ(w->options().InitFile.rfind(file("logs/Sim-1"), 0), 0u) << w->options().InitFile;
 }
 
 } // namespace
