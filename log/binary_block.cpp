@@ -81,9 +81,9 @@ bool BinaryFile::close() {
     return ok;
 }
 
-std::optional<std::uint64_t> findBlockMarker(BinaryFile& file, std::uint64_t fileSize) {
+std::optional<std::uint64_t> findBlockMarker(BinaryFile& file, std::uint64_t fileSize, std::uint64_t from) {
     std::vector<char> chunk(kChunk);
-    for (std::uint64_t offset = 0; offset < fileSize; offset += kStep) {
+    for (std::uint64_t offset = from; offset < fileSize; offset += kStep) {
         const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, fileSize - offset));
         if (!file.seek(offset)) return std::nullopt;
         const std::size_t got = file.readSome(chunk.data(), want);
@@ -108,8 +108,37 @@ std::optional<TrailerState> inspectTrailer(const std::string& path) {
             st.stored = static_cast<std::int32_t>(getLe32(word));
     }
     st.marker = findBlockMarker(file, st.fileSize);
-    if (st.marker) st.textLength = *st.marker + kMarker.size() + 2;
+    if (st.marker) {
+        st.textLength = *st.marker + kMarker.size() + 2;
+        st.keysEnd = findMarkerLineEnd(file, st.fileSize, *st.marker).value_or(st.textLength);
+    }
     return st;
+}
+
+bool endsMarkerLine(BinaryFile& file, std::uint64_t offset) {
+    constexpr std::string_view kLine = "DATA=Binary Appended\r\n";
+    if (offset < kLine.size()) return false;
+    const bool atStart = offset == kLine.size();
+    const std::uint64_t from = offset - kLine.size() - (atStart ? 0 : 1);
+    std::array<char, kLine.size() + 1> buf{};
+    const std::size_t n = kLine.size() + (atStart ? 0 : 1);
+    if (!file.seek(from) || !file.read(buf.data(), n)) return false;
+    std::string_view got(buf.data(), n);
+    if (!atStart) {
+        if (got.front() != '\n') return false;
+        got.remove_prefix(1);
+    }
+    for (std::size_t i = 0; i < 4; ++i)
+        if ((got[i] & ~0x20) != kLine[i]) return false;
+    return got.substr(4) == kLine.substr(4);
+}
+
+std::optional<std::uint64_t> findMarkerLineEnd(BinaryFile& file, std::uint64_t fileSize, std::uint64_t from) {
+    for (auto at = findBlockMarker(file, fileSize, from); at; at = findBlockMarker(file, fileSize, *at + 1)) {
+        const std::uint64_t end = *at + kMarker.size() + 2;
+        if (end <= fileSize && endsMarkerLine(file, end)) return end;
+    }
+    return std::nullopt;
 }
 
 bool rewriteTrailer(const std::string& path, std::uint32_t textLength) {

@@ -43,14 +43,27 @@ private:
 // Offset of the first "Appended" in the file, searched chunk by chunk as the program always has: chunks of
 // 10,010 bytes from offset 0, advancing by 10,000, the last one cut at the end of the file. The 10 bytes of
 // overlap find a marker that straddles two chunks. nullopt when the file holds none.
-std::optional<std::uint64_t> findBlockMarker(BinaryFile& file, std::uint64_t fileSize);
+// With from, the search starts at that offset (the first "Appended" at or after it).
+std::optional<std::uint64_t> findBlockMarker(BinaryFile& file, std::uint64_t fileSize,
+                                             std::uint64_t from = 0);
+
+// Whether the bytes just before offset are a whole line "DATA=Binary Appended" ended by CR LF (the key's
+// letters in any case), at the start of the file or behind a line feed: the only place where the writer's
+// own marker line ends. A value never holds a line break, so an "Appended" typed into one is not such a line.
+bool endsMarkerLine(BinaryFile& file, std::uint64_t offset);
+// The end (just past its CR LF) of the first such line that starts at or after from; nullopt when none.
+std::optional<std::uint64_t> findMarkerLineEnd(BinaryFile& file, std::uint64_t fileSize,
+                                               std::uint64_t from = 0);
 
 // What the block search finds against what the trailer says.
 struct TrailerState {
     std::uint64_t fileSize = 0;
     std::optional<std::uint64_t> marker; // offset of "Appended"
     std::uint64_t textLength = 0;        // L_found: marker + 8 + 2 (its CR LF)
-    std::optional<std::int32_t> stored;  // L_stored, the trailer word (absent in files under 4 bytes)
+    // The end of the first "DATA=Binary Appended" line: where the text part whose keys are read ends (an
+    // "Appended" typed into an earlier value does not cut it short). L_found when the file has no such line.
+    std::uint64_t keysEnd = 0;
+    std::optional<std::int32_t> stored; // L_stored, the trailer word (absent in files under 4 bytes)
     bool matches() const {
         return stored && *stored >= 0 && static_cast<std::uint64_t>(*stored) == textLength;
     }

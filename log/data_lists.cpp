@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace zel {
 namespace {
@@ -186,9 +187,20 @@ std::size_t formatFixedFast(float v, int decimals, char* out) {
     return static_cast<std::size_t>(p - out);
 }
 
+// A list element is read back by this program and by Basic's Val, neither of which knows a text for NaN or
+// infinity (the runtime's "1.#INF" and "-1.#IND" read as 1 and -1 at best, or break the list). So an
+// infinity is written as the largest float of its sign (its seven digits, 3.402823E+38, which both read back
+// as the same finite float), and NaN, which no sample can mean, as 0.
+float writable(float v) {
+    if (std::isnan(v)) return 0.0f;
+    if (std::isinf(v)) return v > 0 ? std::numeric_limits<float>::max() : -std::numeric_limits<float>::max();
+    return v;
+}
+
 } // namespace
 
 std::string formatListElement(float value, int decimals) {
+    value = writable(value);
     char buf[48];
     if (const std::size_t n = formatFixedFast(value, decimals, buf)) return std::string(buf, n);
     std::string pattern = "#0";
@@ -220,7 +232,7 @@ std::string formatDataList(std::span<const float> values, int decimals) {
             out.append(buf, n);
             continue;
         }
-        std::string e = formatNumber(values[i], pattern);
+        std::string e = formatNumber(writable(values[i]), pattern);
         std::replace(e.begin(), e.end(), ',', '.');
         out += e;
     }

@@ -12,7 +12,9 @@
 namespace zel {
 
 // Each element through the pattern "#0." and decimals zeros ("#0" for none), every "," of an element made
-// ".", elements joined with ","; a joined text that starts with "," loses that first character.
+// ".", elements joined with ","; a joined text that starts with "," loses that first character. An infinity
+// is written as the largest float of its sign (to seven digits) and NaN as 0, so that every reader can load
+// the list.
 std::string formatDataList(std::span<const float> values, int decimals);
 
 // One element as formatDataList writes it.

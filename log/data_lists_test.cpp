@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -30,6 +32,32 @@ TEST(DataLists, ElementsAreTheNumberPatternsText) {
           Case{12345678.0f, 2, "12345680.00"}, Case{0.0004f, 3, "0.000"}, Case{-0.0004f, 3, "-0.000"},
           Case{0.0f, 2, "0.00"}, Case{99.995f, 2, "100.00"}, Case{9999999.5f, 0, "10000000"}})
         EXPECT_EQ(formatListElement(c.value, c.decimals), c.text) << c.value;
+}
+
+// NaN and infinity: the list must load in this program's reader and in a Basic-style Val reader, and both
+// must see the same values.
+TEST(DataLists, NonFiniteValuesAreWrittenSoThatEveryReaderLoadsThem) {
+    const float inf = std::numeric_limits<float>::infinity();
+    // The largest float's seven significant digits, read back.
+    const float top = 3.402823e38f;
+    const std::vector<float> values{std::nanf(""), inf, -inf, 1.5f, -std::nanf("")};
+    for (int decimals : {0, 2, 3}) {
+        const std::string text = formatDataList(values, decimals);
+        EXPECT_EQ(text.find_first_of("#INFinfNa"), std::string::npos) << text;
+        std::vector<float> back;
+        ASSERT_TRUE(parseDataList(text, 10, back).ok) << text;
+        EXPECT_EQ(back, (std::vector<float>{0.0f, top, -top, decimals ? 1.5f : 2.0f, 0.0f})) << text;
+        std::size_t pos = 0;
+        for (float expected : back) {
+            const std::size_t end = std::min(text.find(',', pos), text.size());
+            EXPECT_EQ(static_cast<float>(val(std::string_view(text).substr(pos, end - pos))), expected)
+                << text.substr(pos, end - pos);
+            pos = end + 1;
+        }
+        EXPECT_EQ(listValue(inf, decimals), top);
+        EXPECT_EQ(listValue(-inf, decimals), -top);
+        EXPECT_EQ(formatListElement(std::nanf(""), decimals), formatListElement(0.0f, decimals));
+    }
 }
 
 // The integer fast path must give the general pattern text for every float; compare them on a spread of

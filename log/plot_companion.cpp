@@ -2,6 +2,7 @@
 
 #include "common/number_text.h"
 #include "settings/ini_file.h"
+#include "settings/profile.h"
 
 #include <algorithm>
 
@@ -56,6 +57,7 @@ int nextCalloutScheme(const std::string& pltPath) {
 int SaveCalloutScheme(const std::string& pltPath, const cZEL_Data& log, const CalloutDisplay& display,
                       Host& host, const Clock& clock) {
     const std::string label = host.input(kLabelPrompt, kLabelTitle, "").value_or("");
+    ini::FileBatch batch(pltPath);
     const int scheme = nextCalloutScheme(pltPath);
     cInifile ini = at(pltPath, "PLOT_" + std::to_string(scheme));
     put(ini, "Time", generalDateText(clock.now()));
@@ -97,6 +99,7 @@ bool LoadCalloutScheme(const std::string& pltPath, int scheme, cZEL_Data& log, C
 }
 
 void SaveDissipation(const std::string& pltPath, const cZEL_Data& log) {
+    ini::FileBatch batch(pltPath);
     cInifile ini = at(pltPath, "Dissipation");
     for (int i = 0; i < cZEL_Data::kDissipationTests; ++i)
         put(ini, "DisInclude" + std::to_string(i), boolText(log.DisInclude(i)));

@@ -4,6 +4,8 @@
 #include "common/number_text.h"
 #include "log/binary_block.h"
 #include "log/data_lists.h"
+#include "log/log_limits.h"
+#include "waveform/waveform.h"
 
 #include <algorithm>
 #include <array>
@@ -108,17 +110,37 @@ std::optional<Located> locate(const std::string& path, std::string& error) {
         error = "the text part runs to the end of the file: there is no data block.";
         return std::nullopt;
     }
-    if (st->textLength > ini::kMaxDocumentBytes) {
+    if (st->keysEnd > ini::kMaxDocumentBytes) {
         error = "the text part is too large for a raw log.";
         return std::nullopt;
     }
-    Located loc{*st, std::string(static_cast<std::size_t>(st->textLength), '\0')};
+    Located loc{*st, std::string(static_cast<std::size_t>(st->keysEnd), '\0')};
     BinaryFile f(path, "rb");
     if (!f.isOpen() || !f.read(loc.text.data(), loc.text.size())) {
         error = "cannot read the text part of " + path + ".";
         return std::nullopt;
     }
     return loc;
+}
+
+// Where the waveform block starts. The block search's L stands unless the trailer says otherwise and is
+// provably right: it points just past the writer's own marker line and exactly the block the header
+// describes (and the trailer) lies behind it. Then the "Appended" the search found stands in an earlier
+// value, and the trailer is trusted as it is.
+struct BlockPlace {
+    std::uint64_t offset = 0;
+    bool mend = false; // the trailer is to be rewritten with offset
+};
+
+BlockPlace placeBlock(const std::string& path, const TrailerState& st, std::uint64_t blockBytes) {
+    if (st.matches()) return {st.textLength, false};
+    if (st.stored && *st.stored >= 0) {
+        const auto stored = static_cast<std::uint64_t>(*st.stored);
+        BinaryFile f(path, "rb");
+        if (stored + blockBytes + 4 == st.fileSize && f.isOpen() && endsMarkerLine(f, stored))
+            return {stored, false};
+    }
+    return {st.textLength, true};
 }
 
 // The trailer rewritten with the L the search found; the message first, as the program always showed it.
@@ -370,7 +392,9 @@ void ReadGps(const RawLogText& t, cZEL_Data& log) {
 
 void ReadDataInfo(const RawLogText& t, cZEL_Data& log, RawLogContext& ctx) {
     const auto d = kDataInfo;
-    ctx.channels = integer(t, d, "Channels");
+    // A count out of range is kept as -1, which the load refuses: clamping it would hide a damaged file.
+    const double channels = number64(t, d, "Channels");
+    ctx.channels = channels >= 0 && channels <= kMaxChannels ? static_cast<int>(std::lround(channels)) : -1;
     log.Wave_DeltaX(number(t, d, "Wave_DeltaX"));
     ctx.waveDelay = number64(t, d, "Wave_Delay");
     ctx.fiberLength = number(t, d, "Fiber_Length");
@@ -475,6 +499,10 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
                "Wave_Points is not a sample count from 0 to " + std::to_string(kMaxSamplesPerWave - 1) + ".");
         return result;
     }
+    if (ctx.channels < 0 || ctx.channels > kMaxChannels) {
+        report(host, "Channels is not a channel count from 0 to " + std::to_string(kMaxChannels) + ".");
+        return result;
+    }
     if (!dataCols || *dataCols < 0 || *dataCols > kMaxDataColumns) {
         report(host, "Data_Cols is not a column count from 0 to " + std::to_string(kMaxDataColumns) + ".");
         return result;
@@ -488,6 +516,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     pause();
 
     ListReader lists{text, host};
+    BlockPlace place;
     const bool withPresFlow = log.PresFlow() || hasPresFlowLists(text);
     result.hdBoard = ctx.family != LogFamily::Colour && *wavePoints == kHdWavePoints;
     ctx.hdBoardMode = result.hdBoard;
@@ -515,7 +544,8 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         const std::uint64_t points = static_cast<std::uint64_t>(*dataPoints) + 1;
         const std::uint64_t samples = static_cast<std::uint64_t>(*wavePoints) + 1;
         const std::uint64_t blockBytes = 4 * points * samples;
-        const std::uint64_t room = loc->state.fileSize - loc->state.textLength;
+        place = placeBlock(path, loc->state, blockBytes);
+        const std::uint64_t room = loc->state.fileSize - place.offset;
         if (blockBytes + 4 > room) {
             report(host, "Data_Points " + std::to_string(*dataPoints) + " and Wave_Points " +
                              std::to_string(*wavePoints) + " need " + std::to_string(blockBytes + 4) +
@@ -523,11 +553,11 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
             return result;
         }
         result.trailer = loc->state.stored;
-        if (!loc->state.matches()) {
-            if (!mendTrailer(path, loc->state.textLength, options.quiet, host))
-                report(host, "the trailer of " + path + " could not be rewritten.");
-            result.repaired = true;
-        }
+        result.trailerMismatch = place.mend;
+        // The message where the program always showed it; the file itself is only mended once the whole
+        // load has succeeded, so a load that fails leaves the file as it found it.
+        if (place.mend && options.repair && !options.quiet)
+            host.message(kAlteredMessage, MsgButtons::Ok, MsgIcon::Exclamation);
         const int columns = std::clamp(static_cast<int>(*dataCols), kMinDataColumns, kMaxDataColumns);
         // Every sample comes from the block, whose size was checked against the file above; a read that
         // fails anyway clears the arrays below, so no unset sample is ever seen.
@@ -545,8 +575,8 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
                  readPointLists(lists, log, arrays, ctx, static_cast<int>(points));
             const bool process =
                 ok && ctx.family != LogFamily::Colour && !result.reMissing && processing.reference(arrays);
-            ok = ok && readWaveBlock(path, loc->state.textLength, arrays, host,
-                                     process ? &processing : nullptr, result.pointValues);
+            ok = ok && readWaveBlock(path, place.offset, arrays, host, process ? &processing : nullptr,
+                                     result.pointValues);
         }
     }
     if (!ok) {
@@ -563,6 +593,12 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     }
     pause();
     ReadStats(text, log, ctx);
+    if (place.mend && options.repair) {
+        if (rewriteTrailer(path, static_cast<std::uint32_t>(place.offset)))
+            result.repaired = true;
+        else
+            report(host, "the trailer of " + path + " could not be rewritten.");
+    }
     result.ok = true;
     result.text = std::move(loc->text);
     return result;
@@ -575,29 +611,44 @@ TrailerRepairReport CheckAndRepairTrailer(const std::string& path, Host& host, b
     r.fileSize = loc->state.fileSize;
     r.textLength = loc->state.textLength;
     r.trailer = loc->state.stored;
+    std::optional<long long> dataPoints, wavePoints;
     try {
         const RawLogText text(loc->text);
-        const auto wavePoints = size(text, "Wave_Points");
+        dataPoints = size(text, "Data_Points");
+        wavePoints = size(text, "Wave_Points");
         r.hdBoard = familyOfPath(path) != LogFamily::Colour && wavePoints && *wavePoints == kHdWavePoints;
     } catch (const std::exception&) {
         r.error = "the text part is too large for a raw log.";
         return r;
     }
-    r.ok = true;
-    if (r.hdBoard) return r;
-    if (r.fileSize < r.textLength + 4) {
-        r.ok = false;
-        r.error = "the file ends before there is room for a trailer behind the text part.";
+    if (r.hdBoard) {
+        r.ok = true;
         return r;
     }
-    r.mismatch = !loc->state.matches();
-    if (r.mismatch) {
-        r.repaired = mendTrailer(path, r.textLength, quiet, host);
-        if (!r.repaired) {
-            r.ok = false;
-            r.error = "the trailer could not be rewritten.";
-        }
+    if (!dataPoints || *dataPoints < 0 || *dataPoints > kMaxPointIndex || !wavePoints || *wavePoints < 0 ||
+        *wavePoints >= kMaxSamplesPerWave) {
+        r.error = "Data_Points and Wave_Points do not give the size of a data block.";
+        return r;
     }
+    const std::uint64_t blockBytes =
+        4 * static_cast<std::uint64_t>(*dataPoints + 1) * static_cast<std::uint64_t>(*wavePoints + 1);
+    const BlockPlace place = placeBlock(path, loc->state, blockBytes);
+    r.blockOffset = place.offset;
+    r.mismatch = place.mend;
+    if (!place.mend) {
+        r.ok = true;
+        return r;
+    }
+    if (r.fileSize < place.offset + blockBytes + 4) {
+        r.error = "Data_Points and Wave_Points need " + std::to_string(blockBytes) +
+                  " bytes of data block and a trailer behind the text part, but the file has " +
+                  std::to_string(r.fileSize - std::min(r.fileSize, place.offset)) +
+                  ": it is cut short, and a trailer written now would overwrite a sample.";
+        return r;
+    }
+    r.repaired = mendTrailer(path, r.textLength, quiet, host);
+    r.ok = r.repaired;
+    if (!r.repaired) r.error = "the trailer could not be rewritten.";
     return r;
 }
 

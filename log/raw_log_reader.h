@@ -42,11 +42,15 @@ struct RawLogLoadOptions {
     // The pause after each of the first five steps (INFO, GPS, DATA_INFO, the preparation, DATA), in which
     // an interactive program redraws; 0 for batch and internal loads.
     int stepPauseMs = 0;
+    // false: a trailer that does not match is reported in the result but neither mended nor announced
+    // (a read-only look at a file).
+    bool repair = true;
 };
 
 struct RawLogLoadResult {
     bool ok = false;
-    bool repaired = false; // the trailer did not match the text part and was rewritten
+    bool repaired = false;        // the trailer did not match the text part and was rewritten
+    bool trailerMismatch = false; // the trailer did not match (rewritten or not)
     bool hdBoard = false;
     bool reMissing = false;
     // The points' %RE, S, F and channel areas were recomputed from the waveforms (not for a log without
@@ -70,13 +74,17 @@ struct TrailerRepairReport {
     std::uint64_t fileSize = 0;
     std::uint64_t textLength = 0;        // L found by the block search
     std::optional<std::int32_t> trailer; // L stored in the trailer
+    std::uint64_t blockOffset = 0;       // where the block starts: textLength, or a trusted trailer's L
     bool hdBoard = false;                // no trailer to check
     bool mismatch = false;
     bool repaired = false;
 };
 
 // The loader's trailer check on its own: finds the text part, compares the trailer and rewrites it when it
-// differs (showing the "altered or corrupted" message unless quiet). The text part is never changed.
+// differs (showing the "altered or corrupted" message unless quiet). The text part is never changed. A
+// trailer the loader trusts (just past the marker line, the header's block behind it) is left alone, and a
+// file whose block is shorter than its header says is refused: a trailer written over its end would
+// overwrite a sample.
 TrailerRepairReport CheckAndRepairTrailer(const std::string& path, Host& host, bool quiet);
 
 } // namespace zel

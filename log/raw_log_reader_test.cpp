@@ -323,5 +323,106 @@ TEST_F(RawLogReaderTest, RepairReportsWhatItFoundAndDid) {
     EXPECT_FALSE(CheckAndRepairTrailer(path, host, true).ok);
 }
 
+// "Appended" typed into Notes comes before the marker line. Every key is read from the whole text part; the
+// block goes where the trailer says when that is provably right, else where the first "Appended" puts it.
+TEST_F(RawLogReaderTest, AppendedInAValueNeitherCutsTheTextNorMovesASoundBlock) {
+    std::string text = kText;
+    text.replace(text.find("a\x03"), 1, "rods Appended");
+    const std::size_t first = text.find("Appended") + 10;
+    const std::string sound = withTrailer(text, kBlock);
+
+    auto r = load(sound);
+    ASSERT_TRUE(r.ok);
+    EXPECT_FALSE(r.repaired || r.trailerMismatch);
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_EQ(log.Note(), "rods Appended\r\nb");
+    EXPECT_EQ(arrays.re.samples, (std::vector<float>{1.0f, 2.0f}));
+    EXPECT_EQ(arrays.waves(1, 1), -1.0f);
+    EXPECT_EQ(readAll(path), sound);
+    auto check = CheckAndRepairTrailer(path, host, true);
+    EXPECT_TRUE(check.ok && !check.mismatch && !check.repaired);
+    EXPECT_EQ(check.textLength, first);
+    EXPECT_EQ(check.blockOffset, text.size());
+    EXPECT_EQ(readAll(path), sound);
+
+    // Not provably right: a trailer that misses the marker line, or a block of another size behind it. The
+    // block then stands at the first "Appended" and the trailer is mended to it; the keys are all read.
+    for (const std::string& bytes : {text + kBlock + le32(7), text + kBlock + kOne + le32(text.size())}) {
+        r = load(bytes);
+        ASSERT_TRUE(r.ok);
+        EXPECT_TRUE(r.repaired && r.trailerMismatch);
+        EXPECT_EQ(host.messages(), std::vector<std::string>{std::string(kAlteredMessage)});
+        EXPECT_EQ(log.Note(), "rods Appended\r\nb");
+        EXPECT_EQ(log.DataPoints(), 1);
+        EXPECT_EQ(arrays.re.samples, (std::vector<float>{1.0f, 2.0f}));
+        const std::string now = readAll(path);
+        EXPECT_EQ(now.substr(0, now.size() - 4), bytes.substr(0, bytes.size() - 4));
+        EXPECT_EQ(now.substr(now.size() - 4), le32(static_cast<std::uint32_t>(first)));
+    }
+}
+
+TEST_F(RawLogReaderTest, ALoadThatFailsOrMustNotRepairLeavesTheFileAsItWas) {
+    std::string edited = kText;
+    edited.replace(edited.find("a\x03"), 1, "abcde");
+    const std::string stale = edited + kBlock + le32(static_cast<std::uint32_t>(kText.size()));
+    std::string damaged = stale;
+    damaged.replace(damaged.find("RE=1.00, 2.00"), 13, "RE=1.00, xyz!");
+    auto r = load(damaged);
+    EXPECT_FALSE(r.ok);
+    EXPECT_FALSE(r.repaired);
+    EXPECT_EQ(readAll(path), damaged);
+
+    RawLogLoadOptions readOnly;
+    readOnly.repair = false;
+    r = load(stale, readOnly);
+    ASSERT_TRUE(r.ok);
+    EXPECT_TRUE(r.trailerMismatch);
+    EXPECT_FALSE(r.repaired);
+    EXPECT_TRUE(host.messages().empty());
+    EXPECT_EQ(arrays.waves(1, 1), -1.0f);
+    EXPECT_EQ(readAll(path), stale);
+}
+
+TEST_F(RawLogReaderTest, MissingOrEmptyReIsWavePointsPlusOneZeros) {
+    for (const std::string& re : {std::string(), std::string("RE=\r\n"), std::string("RE= \r\n")}) {
+        std::string text = kText;
+        text.replace(text.find("RE=1.00, 2.00\r\n"), 15, re);
+        const auto r = load(withTrailer(text, kBlock));
+        ASSERT_TRUE(r.ok) << re;
+        EXPECT_TRUE(r.reMissing);
+        EXPECT_EQ(arrays.re.samples, (std::vector<float>{0.0f, 0.0f})) << re;
+    }
+}
+
+TEST_F(RawLogReaderTest, ChannelsIsBoundedBeforeAnyWriterTrustsIt) {
+    auto withChannels = [](const std::string& n) {
+        std::string text = kText;
+        text.insert(text.find("Wave_Points"), "Channels=" + n + "\r\n");
+        return withTrailer(text, kBlock);
+    };
+    for (const char* n : {"8", "-1", "2147483647", "1e12"}) {
+        EXPECT_FALSE(load(withChannels(n)).ok) << n;
+        ASSERT_EQ(host.messages().size(), 1u);
+        EXPECT_NE(host.messages()[0].find("Channels is not a channel count from 0 to 7."), std::string::npos);
+    }
+    EXPECT_TRUE(load(withChannels("7")).ok);
+    EXPECT_EQ(ctx.channels, 7);
+}
+
+TEST_F(RawLogReaderTest, RepairRefusesABlockShorterThanTheHeaderSays) {
+    // Cut inside the block: the last 4 bytes are a sample, and a trailer over them would destroy it.
+    const std::string cut = kText + kOne + kTwo + kThree;
+    writeAll(path, cut);
+    auto r = CheckAndRepairTrailer(path, host, true);
+    EXPECT_FALSE(r.ok);
+    EXPECT_FALSE(r.repaired);
+    EXPECT_NE(r.error.find("cut short"), std::string::npos) << r.error;
+    EXPECT_EQ(readAll(path), cut);
+    std::string badHeader = kText;
+    badHeader.replace(badHeader.find("Wave_Points=1"), 13, "Wave_Points=x");
+    writeAll(path, withTrailer(badHeader, kBlock));
+    EXPECT_FALSE(CheckAndRepairTrailer(path, host, true).ok);
+}
+
 } // namespace
 } // namespace zel

@@ -1,7 +1,9 @@
 #include "log/raw_log_writer.h"
 
 #include "common/testing/recording_host.h"
+#include "log/raw_log_reader.h"
 #include "log/raw_log_test_data.h"
+#include "log/run_log.h"
 
 #include <gtest/gtest.h>
 
@@ -140,6 +142,42 @@ protected:
     RawLogContext ctx;
     TempFolder dir;
 };
+
+// Texts are the files' 8-bit code page, byte for byte: the registered sign is the single byte AE, accented
+// letters and the dash of a note are their Windows-1252 bytes, through save, load, the run log and a save of
+// the loaded log.
+TEST_F(RawLogWriterTest, EightBitTextsStayTheirBytesThroughSaveLoadAndRunLog) {
+    log.mode("Alder\xAE");
+    log.Site("S\xE3o Jos\xE9");
+    log.Note("caf\xE9 \x96 n\xF6tes\r\nline \x80 two");
+    const auto first = SaveRawLog(dir.file("enc"), log, arrays, ctx, host);
+    ASSERT_TRUE(first.ok);
+    const std::string bytes = readAll(first.path);
+    for (const std::string line : {"Mode=Alder\xAE\r\n", "Site=S\xE3o Jos\xE9\r\n",
+                                   "Notes=caf\xE9 \x96 n\xF6tes\x03line \x80 two\r\n"})
+        EXPECT_NE(bytes.find(line), std::string::npos) << line;
+    EXPECT_EQ(bytes.find("\xC2\xAE"), std::string::npos);
+
+    cZEL_Data loaded{host, clock};
+    LogArrays loadedArrays;
+    RawLogContext loadedCtx;
+    ASSERT_TRUE(LoadRawLog(first.path, loaded, loadedArrays, loadedCtx, host).ok);
+    EXPECT_EQ(loaded.mode(), "Alder\xAE");
+    EXPECT_EQ(loadedCtx.modeFamily, ModeFamily::Uv);
+    EXPECT_EQ(loaded.Site(), "S\xE3o Jos\xE9");
+    EXPECT_EQ(loaded.Note(), "caf\xE9 \x96 n\xF6tes\r\nline \x80 two");
+
+    const std::string runLog = readAll(WriteRunLog(dir.path.string(), loaded, clock, false));
+    EXPECT_NE(runLog.find("\r\nMode=Alder\xAE\r\n"), std::string::npos);
+    EXPECT_NE(runLog.find("\r\nSite=S\xE3o Jos\xE9\r\n"), std::string::npos);
+
+    const std::string text = bytes.substr(0, bytes.find("Binary Appended"));
+    const auto again = SaveRawLog(dir.file("enc2"), loaded, loadedArrays, loadedCtx, host);
+    ASSERT_TRUE(again.ok);
+    const std::string second = readAll(again.path);
+    const std::string info = text.substr(0, text.find("[STATS]"));
+    EXPECT_EQ(second.substr(0, info.size()), info);
+}
 
 TEST_F(RawLogWriterTest, FileIsTextPartThenPointsThenTrailerEvenUnderACommaLocale) {
     // A locale whose decimal separator is "," must not reach the file.

@@ -3,6 +3,7 @@
 #include "common/number_text.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
+#include "settings/profile.h"
 
 namespace zel {
 
@@ -25,6 +26,7 @@ void WriteReReference(const std::string& root, bool background, const std::array
     cInifile ini;
     ini.Path = reReferencePath(root);
     ensureParentFolder(ini.Path);
+    ini::FileBatch batch(ini.Path);
     ini.Section = section(background);
     ini.Key = "Time";
     ini.Value(formatDateTime(clock.now(), "YYYY-MM-DD HH:mm:ss"));

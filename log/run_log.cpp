@@ -4,6 +4,7 @@
 #include "log/path_text.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
+#include "settings/profile.h"
 
 namespace zel {
 
@@ -17,6 +18,7 @@ std::string WriteRunLog(const std::string& root, const cZEL_Data& log, const Clo
     cInifile ini;
     ini.Path = runLogPath(root, log.ZEL_Unit(), clock.now(), colourMode);
     ensureParentFolder(ini.Path);
+    ini::FileBatch batch(ini.Path);
     ini.Section = log.File_Title_NoExt();
     ini.DeleteSection();
     const auto put = [&ini](const char* key, const std::string& value) {

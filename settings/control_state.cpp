@@ -2,6 +2,7 @@
 
 #include "settings/basic_convert.h"
 #include "settings/ini_file.h"
+#include "settings/profile.h"
 
 #include <stdexcept>
 #include <vector>
@@ -61,6 +62,7 @@ void SaveControlStates(const std::string& iniPath, Form& form) {
     ini.Path = iniPath;
     ini.Section = controlStateSection(form.name());
     if (ini.Section.empty()) return;
+    ini::FileBatch batch(iniPath);
     // Deleting first means a control that no longer exists leaves no stale key behind.
     ini.DeleteSection();
     for (std::size_t i = 0; i < form.controlCount(); ++i) {

@@ -85,6 +85,7 @@ void cInifile::SaveFormPosition(const Form& form) {
          {"Top", std::to_string(r.top)},
          {"Width", std::to_string(r.width)},
          {"Height", std::to_string(r.height)}}};
+    ini::FileBatch batch(Path);
     for (const auto& [key, value] : keys)
         setResult(ini::writeProfileString(Path, Section, key, value));
 }

@@ -145,6 +145,60 @@ TEST_F(IniFileTest, WritesStartFromTheFileAsItIsNow) {
     EXPECT_EQ(get(path), "[S]\r\na=1\r\nb=9\r\nc=3\r\n");
 }
 
+// A batch answers and edits exactly as the single writes do, but writes the file once, at its end.
+TEST_F(IniFileTest, ABatchGivesTheBytesOfTheSingleWritesInOneWrite) {
+    const auto script = [&](const std::string& name, std::string* seenInside) {
+        cInifile ini = at(name, "S", "a");
+        ini.Value("1");
+        ini.Key = "b";
+        ini.Value("two\r\nlines");
+        ini.Section = "T";
+        ini.Key = "k";
+        ini.Value("");
+        ini.Section = "S";
+        ini.Key = "a";
+        ini.DeleteKey();
+        ini.Key = "b";
+        if (seenInside) *seenInside = ini.Value() + "|" + ini.Sections();
+        ini.Section = "U";
+        ini.DeleteSection();
+    };
+    put(file("single.ini"), "; kept\r\n[U]\r\nx=1\r\n");
+    put(file("batched.ini"), "; kept\r\n[U]\r\nx=1\r\n");
+    script("single.ini", nullptr);
+
+    const auto writes = ini::fileWriteCount();
+    std::string inside;
+    {
+        ini::FileBatch batch(file("batched.ini"));
+        ini::FileBatch nested(file("batched.ini"));
+        script("batched.ini", &inside);
+        EXPECT_EQ(nested.commit(), 1);
+        EXPECT_EQ(get(file("batched.ini")), "; kept\r\n[U]\r\nx=1\r\n"); // nothing written yet
+    }
+    EXPECT_EQ(ini::fileWriteCount() - writes, 1u);
+    EXPECT_EQ(inside, "two\r\nlines|U"s + '\0' + "S" + '\0' + "T" + '\0');
+    EXPECT_EQ(get(file("batched.ini")), get(file("single.ini")));
+
+    // A batch of deletes on a missing file creates nothing; one that changes nothing writes nothing.
+    {
+        ini::FileBatch batch(file("absent.ini"));
+        at("absent.ini", "S", "k").DeleteSection();
+    }
+    EXPECT_FALSE(std::filesystem::exists(file("absent.ini")));
+    {
+        ini::FileBatch batch(file("batched.ini"));
+        at("batched.ini", "T", "k").Value("");
+    }
+    EXPECT_EQ(ini::fileWriteCount() - writes, 1u);
+    // A batch in a folder that does not exist fails as the single write does.
+    ini::FileBatch lost(file("no_such_folder/x.ini"));
+    cInifile ini = at("no_such_folder/x.ini", "S", "k");
+    ini.Value("v");
+    EXPECT_EQ(lost.commit(), 0);
+    EXPECT_FALSE(std::filesystem::exists(ini.Path));
+}
+
 // A raw log: text part, then binary bytes that happen to hold line breaks, "=" and a header.
 TEST_F(IniFileTest, TextLimitedReadEqualsTheReadOfTheTextAlone) {
     const std::string text =

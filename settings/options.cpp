@@ -4,6 +4,7 @@
 #include "settings/control_state.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
+#include "settings/profile.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -84,6 +85,8 @@ void Options::SaveOptions() {
         step = 1;
         ensureParentFolder(path_);
         step = 2;
+        // One replacement of the file for the whole save: the forms' sections and "Misc" land together.
+        ini::FileBatch batch(path_);
         for (const char* name : kSavedForms)
             if (Form* f = forms_.form(name)) SaveControlStates(path_, *f);
         step = 3;
@@ -189,6 +192,7 @@ void Options::SaveFileUtilities(Form& dialog) {
         cInifile ini;
         ini.Path = path_;
         ini.Section = "FileUtilities";
+        ini::FileBatch batch(path_);
         for (const char* key : kFileUtilityKeys) {
             try {
                 std::string value;

@@ -1,7 +1,10 @@
 #include "settings/plot_settings.h"
 
 #include "settings/basic_convert.h"
+#include "settings/control_state.h"
+#include "settings/profile.h"
 
+#include <map>
 #include <stdexcept>
 #include <string_view>
 
@@ -176,6 +179,104 @@ std::string savedValue(FormSet& forms, const PlotWindows& w, const Item& item) {
     return c.text();
 }
 
+// Design defaults that are not the plain ones (check box "0", first option of an array "True", the others
+// "False", text empty): the ranges and switches a new installation plots with, the same as the desktop's
+// controls start with.
+const std::map<std::string, std::string, std::less<>>& specialDefaults() {
+    static const std::map<std::string, std::string, std::less<>> d = [] {
+        std::map<std::string, std::string, std::less<>> m{
+            {"FTtxtSignalMin", "0"},
+            {"FTtxtSignalMax", "100"},
+            {"FTtxtSignalFloor", "0"},
+            {"FTtxt2ndScale_Zoom0", "0"},
+            {"FTtxt2ndScale_Zoom1", "9"},
+            {"FTchkPlotRate", "1"},
+            {"FAchkGrid", "1"},
+            {"FAchkShowLog", "1"},
+            {"FAtxtReferenceLineRE", "100"},
+            {"FAtxtReferenceLineDepth", "0"},
+            {"FAtxtReferenceLineCond", "0"},
+            {"FAtxtFtPerInch", "5"},
+            {"FAtxtRePerInch", "50"},
+            {"FAtxtDepth_ClipMIN_Value", "0"},
+            {"FAtxtDepth_Clip_Value", "20"},
+            {"FCtxtCutoff", "0"},
+            {"FCtxtCutoffTau", "0"},
+            {"FCtxtPlotFitMax", "100"},
+            {"FWtxtAvgInterval", "1"},
+            {"FCchkCalloutWaves", "1"},
+        };
+        for (const char* track : {"Rate", "Cond", "Sctr", "Fluor", "NNLS"}) {
+            m[std::string("FTtxt2ndScale_") + track + "0"] = "0";
+            m[std::string("FTtxt2ndScale_") + track + "1"] = "100";
+        }
+        for (int i = 0; i < 4; ++i) {
+            m["FTchkPresFlowAuto" + std::to_string(i)] = "1";
+            m["FTtxtPFscale" + std::to_string(2 * i)] = "0";
+            m["FTtxtPFscale" + std::to_string(2 * i + 1)] = "100";
+        }
+        return m;
+    }();
+    return d;
+}
+
+std::string defaultOf(const Item& item) {
+    if (auto it = specialDefaults().find(item.key); it != specialDefaults().end()) return it->second;
+    const std::string_view prefix = std::string_view(item.row->name).substr(0, 3);
+    if (prefix == "chk") return "0";
+    if (prefix == "opt") return item.index == item.row->first ? "True" : "False";
+    return "";
+}
+
+// The control values the options file keeps, looked up by form, control name and array index; each form's
+// section is listed once, on its first use.
+class StoredControls {
+public:
+    explicit StoredControls(std::string path) : path_(std::move(path)) {}
+
+    std::optional<std::string> value(const Item& item) {
+        const std::string section = controlStateSection(formOfTag(item.row->tag));
+        auto [it, added] = keys_.try_emplace(section);
+        if (added) {
+            cInifile ini;
+            ini.Path = path_;
+            ini.Section = section;
+            for (const std::string& key : ini.EnumerateCurrentSection()) {
+                // "ordinal,name" or "ordinal,name,index"; the first key of a control wins, as a read does.
+                const std::size_t a = key.find(',');
+                if (a == std::string::npos) continue;
+                const std::size_t b = key.find(',', a + 1);
+                const std::string name =
+                    key.substr(a + 1, b == std::string::npos ? std::string::npos : b - a - 1);
+                int index = -1;
+                if (b != std::string::npos) {
+                    const auto n = basicInteger(std::string_view(key).substr(b + 1));
+                    if (!n) continue;
+                    index = *n;
+                }
+                it->second.try_emplace({name, index}, key);
+            }
+        }
+        const auto found = it->second.find({item.row->name, item.index});
+        if (found == it->second.end()) return std::nullopt;
+        cInifile ini;
+        ini.Path = path_;
+        ini.Section = section;
+        ini.Key = found->second;
+        std::string v = ini.Value();
+        // Only a value the control itself could hold stands in for it.
+        const std::string_view prefix = std::string_view(item.row->name).substr(0, 3);
+        if (prefix == "chk" && !basicInteger(v)) return std::nullopt;
+        if (prefix == "opt" && !basicBoolean(v)) return std::nullopt;
+        if (prefix == "opt") v = *basicBoolean(v) ? "True" : "False";
+        return v;
+    }
+
+private:
+    std::string path_;
+    std::map<std::string, std::map<std::pair<std::string, int>, std::string>> keys_;
+};
+
 void loadValue(FormSet& forms, PlotWindows& w, const Item& item, const std::string& value) {
     const Row& r = *item.row;
     switch (r.slot) {
@@ -204,15 +305,26 @@ std::vector<std::string> plotSettingsKeys() {
     return keys;
 }
 
-void SavePlotSettings(cInifile& ini, FormSet& forms, const PlotWindows& windows) {
+std::string plotSettingDefault(std::string_view key) {
+    for (const Item& item : items())
+        if (item.key == key) return defaultOf(item);
+    return "";
+}
+
+void SavePlotSettings(cInifile& ini, FormSet& forms, const PlotWindows& windows,
+                      const std::string& storedOptionsPath) {
+    StoredControls stored(storedOptionsPath);
+    ini::FileBatch batch(ini.Path);
     for (const Item& item : items()) {
+        std::string value;
         try {
-            std::string value = savedValue(forms, windows, item);
-            ini.Key = item.key;
-            ini.Value(value);
+            value = savedValue(forms, windows, item);
         } catch (const std::exception&) {
-            // a control this build of the program lacks
+            // a control this program lacks, or one that cannot be read
+            value = stored.value(item).value_or(defaultOf(item));
         }
+        ini.Key = item.key;
+        ini.Value(value);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "settings/test_files.h"
 
 #include <cctype>
+#include <map>
 
 namespace zel {
 namespace {
@@ -154,7 +155,7 @@ TEST_F(PlotSettingsTest, RoundTripAndControlsTheProgramLacks) {
     forms.at("frmWaveMath").remove("txtAvgInterval");
     windows.width[0][0] = 3;
     SavePlotSettings(ini, forms, windows);
-    EXPECT_EQ(get(ini.Path).find("FWtxtAvgInterval"), std::string::npos);
+    EXPECT_NE(get(ini.Path).find("\r\nFWtxtAvgInterval=1\r\n"), std::string::npos); // the design default
 
     MemoryFormSet fresh;
     buildForms(fresh);
@@ -166,6 +167,52 @@ TEST_F(PlotSettingsTest, RoundTripAndControlsTheProgramLacks) {
     EXPECT_FALSE(fresh.at("frmCallout").at("optPlotFit", 0).optionValue());
     EXPECT_EQ(fresh.at("frmWaveMath").at("chkLifetime").checkValue(), 1);
     EXPECT_EQ(loaded, windows);
+}
+
+// A program with no dialogs at all (the console tool) still writes the whole set: the options file's values
+// for the controls it keeps, the design defaults for the rest.
+TEST_F(PlotSettingsTest, WithoutControlsTheStoredOptionsAndTheDefaultsFillTheSet) {
+    const std::string options = optionsFilePath(dataRoot());
+    put(options, "[WaveMath]\r\n4,txtAvgInterval=3.5\r\n7,chkBaseline=1\r\n"
+                 "[Callout]\r\n2,optPlotFit,3=True\r\n3,optPlotFit,0=False\r\n9,chkCutoff=x\r\n"
+                 "[Tab]\r\n1,txtDepthMax=45\r\n1,txtDepthMax=46\r\n12,chkPlotRate=0\r\n");
+    MemoryFormSet none;
+    SavePlotSettings(ini, none, windows);
+    const std::string bytes = get(ini.Path);
+    std::vector<std::pair<std::string, std::string>> lines;
+    for (std::size_t pos = bytes.find("\r\n") + 2; pos < bytes.size(); pos = bytes.find("\r\n", pos) + 2) {
+        const std::size_t eq = bytes.find('=', pos);
+        lines.emplace_back(bytes.substr(pos, eq - pos),
+                           bytes.substr(eq + 1, bytes.find("\r\n", pos) - eq - 1));
+    }
+    ASSERT_EQ(lines.size(), 141u);
+    std::map<std::string, std::string> value;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].first, kExpectedKeys[i]);
+        value[lines[i].first] = lines[i].second;
+    }
+    const std::pair<const char*, const char*> expected[] = {{"FWtxtAvgInterval", "3.5"},
+                                                            {"FWchkBaseline", "1"},
+                                                            {"FCoptPlotFit3", "True"},
+                                                            {"FCoptPlotFit0", "False"},
+                                                            {"FCoptPlotFit1", "False"},
+                                                            {"FCchkCutoff", "0"}, // "x" is no check value
+                                                            {"FTtxtDepthMax", "45"},
+                                                            {"FTchkPlotRate", "0"},
+                                                            {"FTtxtDepthMin", " "},
+                                                            {"FTtxtSignalMax", "100"},
+                                                            {"FTchkPresFlowAuto2", "1"},
+                                                            {"FTtxtPFscale5", "100"},
+                                                            {"FAoptOrientation0", "True"},
+                                                            {"FAoptOrientation1", "False"},
+                                                            {"FAtxtDepth_Clip_Value", "20"},
+                                                            {"FCchkCalloutWaves", "1"},
+                                                            {"PlotWidth32", "0"},
+                                                            {"ClusterVisible", "False"}};
+    for (const auto& [key, v] : expected)
+        EXPECT_EQ(value[key], v) << key;
+    EXPECT_EQ(plotSettingDefault("FAtxtRePerInch"), "50");
+    EXPECT_EQ(plotSettingDefault("NoSuchKey"), "");
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
 #include "settings/ini_text.h"
+#include "settings/profile.h"
 
 namespace zel {
 namespace {
@@ -90,6 +91,7 @@ bool Presets::ImportText(std::string_view text) {
         break;
     }
     ensureParentFolder(path_);
+    ini::FileBatch batch(path_);
     ini.Section = name;
     for (std::size_t i = 1; i < all.size(); ++i) {
         const std::string_view line = all[i];

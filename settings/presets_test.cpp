@@ -5,6 +5,7 @@
 #include "settings/memory_form.h"
 #include "settings/test_files.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace zel {
@@ -49,10 +50,26 @@ TEST_F(PresetsTest, SaveAsksForALabelAndBlankCancels) {
     EXPECT_EQ(host.events().front().text, "Input label for this preset. Leave blank to cancel save.");
     EXPECT_EQ(presets.List(), (std::vector<std::string>{"Deep", "Very deep"}));
     const std::string bytes = get(path);
-    const std::string deep =
-        "[Deep]\r\nFTtxtDepthMin=0\r\nFTtxtDepthMax=30\r\nFAtxtWatermark= \r\nPlotVisible1=False\r\n";
+    const std::string deep = "[Deep]\r\nFTtxtDepthMin=0\r\nFTtxtDepthMax=30\r\nFTtxtElevScale0= \r\n";
     EXPECT_EQ(bytes.substr(0, deep.size()), deep);
+    EXPECT_NE(bytes.find("\r\nFAtxtWatermark= \r\n"), std::string::npos);
     EXPECT_NE(bytes.find("\r\n[Very deep]\r\nFTtxtDepthMin=0\r\nFTtxtDepthMax=80\r\n"), std::string::npos);
+}
+
+// A whole preset (every key, an 8-bit watermark over two lines) exported as text and imported again gives
+// back the same bytes.
+TEST_F(PresetsTest, ExportThenImportGivesBackTheSamePreset) {
+    forms.at("frmAdvOptions").at("txtWatermark").setText("Entw\xFCrfe\r\n\xA9 2016");
+    Presets presets(host, forms, windows, path);
+    host.answerInput("Full");
+    ASSERT_TRUE(presets.Save());
+    const std::string saved = get(path);
+    const std::string text = presets.ExportText("Full");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 141);
+    EXPECT_NE(text.find("\r\nFAtxtWatermark=Entw\xFCrfe\x03\xA9 2016\r\n"), std::string::npos);
+    presets.Delete("Full");
+    EXPECT_TRUE(presets.ImportText(text));
+    EXPECT_EQ(get(path), saved);
 }
 
 TEST_F(PresetsTest, LoadDeleteAndExport) {

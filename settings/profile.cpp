@@ -1,5 +1,6 @@
 #include "settings/profile.h"
 
+#include "common/atomic_file.h"
 #include "settings/ini_text.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -25,6 +27,7 @@ constexpr std::size_t kMaxCachedFiles = 8;
 constexpr std::size_t kMaxCachedBytes = std::size_t{96} << 20;
 
 std::atomic<std::uint64_t> gFileReads{0};
+std::atomic<std::uint64_t> gFileWrites{0};
 
 struct FileState {
     std::uintmax_t size = 0;
@@ -59,21 +62,54 @@ std::uintmax_t bytesToRead(const FileState& st, ReadLimit limit) {
     return std::min<std::uintmax_t>(n, kMaxDocumentBytes);
 }
 
+// The text of a file under a FileBatch: the bytes as they were read and as the batch's edits left them.
+struct Batch {
+    int depth = 0;
+    bool readable = false; // false: the file could not be read; every edit fails
+    bool existed = false;
+    bool exists = false; // a write creates the file, a delete of a missing file does not
+    std::string original;
+    std::unique_ptr<IniDocument> doc;
+    std::unique_ptr<FolderLock> lock;
+};
+
+std::string batchKey(const std::string& path) {
+    return fs::path(path).lexically_normal().string();
+}
+
 class FileCache {
 public:
     // Runs the query on the parsed file, or with nullptr when the file cannot be read.
     void query(const std::string& path, ReadLimit limit, const std::function<void(const IniDocument*)>& fn) {
         std::lock_guard lock(mutex_);
+        if (Batch* b = batch(path)) {
+            if (!b->readable || !b->exists) return fn(nullptr);
+            const std::string& bytes = b->doc->bytes();
+            if (limit && *limit < bytes.size()) {
+                const IniDocument prefix(bytes.substr(0, static_cast<std::size_t>(*limit)));
+                return fn(&prefix);
+            }
+            return fn(b->doc.get());
+        }
         fn(document(path, limit));
     }
+
+    // Called with the lock held.
+    Batch* batch(const std::string& path) {
+        if (batches_.empty()) return nullptr;
+        auto it = batches_.find(batchKey(path));
+        return it == batches_.end() ? nullptr : &it->second;
+    }
+    std::map<std::string, Batch>& batches() { return batches_; }
 
     void forgetAll() {
         std::lock_guard lock(mutex_);
         entries_.clear();
     }
 
-    // Edits hold the cache's lock so that no read sees a half-written file of ours.
-    std::mutex& mutex() { return mutex_; }
+    // Edits hold the cache's lock so that no read sees a half-written file of ours; a batch holds it for
+    // its life, and its own reads and edits take it again.
+    std::recursive_mutex& mutex() { return mutex_; }
     void forgetLocked(const std::string& path) {
         std::erase_if(entries_, [&](const Entry& e) { return e.path == path; });
     }
@@ -142,8 +178,9 @@ private:
         }
     }
 
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;
     std::vector<Entry> entries_;
+    std::map<std::string, Batch> batches_;
     std::uint64_t useCounter_ = 0;
 };
 
@@ -152,36 +189,45 @@ FileCache& cache() {
     return c;
 }
 
+// The file's bytes as they are on disk now; nullopt when it exists but cannot be read (or is too large to
+// edit); an empty text with existed false when it does not exist.
+std::optional<std::string> currentBytes(const std::string& path, bool& existed) {
+    std::error_code ec;
+    existed = fs::exists(path, ec);
+    if (!existed) return std::string();
+    const auto st = regularFileState(path);
+    if (!st || st->size > kMaxDocumentBytes) return std::nullopt;
+    return readBytes(path, st->size);
+}
+
+long writeOut(const std::string& path, const std::string& bytes) {
+    if (!replaceFileAtomically(path, bytes)) return 0;
+    ++gFileWrites;
+    return 1;
+}
+
 // Every edit starts from the bytes on disk, never from the cache: another program may have changed the
 // file since we last read it, and the profile functions work on the file as it is now.
 long edit(const std::string& path, bool createIfMissing, const std::function<void(IniDocument&)>& change) {
     std::lock_guard lock(cache().mutex());
-    cache().forgetLocked(path);
-    std::error_code ec;
-    const bool exists = fs::exists(path, ec);
-    std::string original;
-    if (exists) {
-        const auto st = regularFileState(path);
-        if (!st || st->size > kMaxDocumentBytes) return 0;
-        auto bytes = readBytes(path, st->size);
-        if (!bytes) return 0;
-        original = std::move(*bytes);
-    } else if (!createIfMissing) {
-        return 1;
-    }
     try {
-        IniDocument doc(original);
+        if (Batch* b = cache().batch(path)) {
+            if (!b->readable) return 0;
+            if (!b->exists && !createIfMissing) return 1;
+            change(*b->doc);
+            b->exists = true;
+            return 1;
+        }
+        cache().forgetLocked(path);
+        const FolderLock folder(path);
+        bool exists = false;
+        auto original = currentBytes(path, exists);
+        if (!original) return 0;
+        if (!exists && !createIfMissing) return 1;
+        IniDocument doc(*original);
         change(doc);
-        if (exists && doc.bytes() == original) return 1;
-        const bool appendOnly = exists && doc.unchangedPrefix() == original.size();
-        std::ofstream out(path,
-                          appendOnly ? std::ios::binary | std::ios::app : std::ios::binary | std::ios::trunc);
-        if (!out) return 0;
-        const std::string& b = doc.bytes();
-        const std::size_t from = appendOnly ? original.size() : 0;
-        out.write(b.data() + from, static_cast<std::streamsize>(b.size() - from));
-        out.close();
-        return out ? 1 : 0;
+        if (exists && doc.bytes() == *original) return 1;
+        return writeOut(path, doc.bytes());
     } catch (const std::exception&) {
         return 0;
     }
@@ -266,12 +312,58 @@ long writeProfileSection(const std::string& path, std::string_view section, std:
     return edit(path, true, [&](IniDocument& d) { d.writeSection(section, lines); });
 }
 
+FileBatch::FileBatch(const std::string& path) : path_(path), key_(batchKey(path)) {
+    cache().mutex().lock();
+    open_ = true;
+    Batch& b = cache().batches()[key_];
+    if (b.depth++ > 0) return;
+    cache().forgetLocked(path);
+    b.lock = std::make_unique<FolderLock>(path);
+    try {
+        auto bytes = currentBytes(path, b.existed);
+        if (!bytes) return;
+        b.original = std::move(*bytes);
+        b.doc = std::make_unique<IniDocument>(b.original);
+        b.exists = b.existed;
+        b.readable = true;
+    } catch (const std::exception&) {
+        b.readable = false;
+    }
+}
+
+FileBatch::~FileBatch() {
+    commit();
+}
+
+long FileBatch::commit() {
+    if (!open_) return 1;
+    open_ = false;
+    long result = 1;
+    auto& batches = cache().batches();
+    auto it = batches.find(key_);
+    if (it != batches.end() && --it->second.depth == 0) {
+        Batch& b = it->second;
+        if (!b.readable)
+            result = 0;
+        else if (b.exists && !(b.existed && b.doc->bytes() == b.original))
+            result = writeOut(path_, b.doc->bytes());
+        cache().forgetLocked(path_);
+        batches.erase(it);
+    }
+    cache().mutex().unlock();
+    return result;
+}
+
 void forgetCachedFiles() {
     cache().forgetAll();
 }
 
 std::uint64_t fileReadCount() {
     return gFileReads.load();
+}
+
+std::uint64_t fileWriteCount() {
+    return gFileWrites.load();
 }
 
 } // namespace zel::ini

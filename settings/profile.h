@@ -8,6 +8,10 @@
 // in the same clock tick would not move it), the bytes are compared before the cached parse is used.
 // Writes always start from the bytes on disk, so a change made by another program in between is kept.
 //
+// Every write replaces the whole file crash-safely (common/atomic_file.h) with the folder locked against
+// other processes from the read of the old bytes to the rename of the new ones. A FileBatch gathers the
+// writes of one save operation (a dialog's section, all of the options) into one such replacement.
+//
 // A read can be limited to the first `limit` bytes of the file: a raw log's text part ends where its
 // binary block begins, and the readers pass that offset so that 20 MB of waveforms are neither read nor
 // parsed. The answers are those the whole-file read gives for a file holding only those bytes.
@@ -46,10 +50,33 @@ long deleteProfileSection(const std::string& path, std::string_view section);
 // entries: NUL-separated lines ("key=value"), ended by an empty entry or the end of the text.
 long writeProfileSection(const std::string& path, std::string_view section, std::string_view entries);
 
+// While a FileBatch of a path lives, the writes, deletes and reads of that path (on this thread; other
+// threads wait for it) work on its text in memory, with the profile functions' exact edits and answers;
+// the text is written once, when the batch is committed or destroyed. The folder stays locked against other
+// processes for the batch's life, so no other copy of the program can slip a change in between. Batches of
+// the same path nest (the outermost one writes).
+class FileBatch {
+public:
+    explicit FileBatch(const std::string& path);
+    ~FileBatch();
+    FileBatch(const FileBatch&) = delete;
+    FileBatch& operator=(const FileBatch&) = delete;
+    // Writes the file now (an outer batch of the same path: nothing yet) and ends the batch; non-zero on
+    // success or when nothing needed writing. The destructor commits a batch not yet committed.
+    long commit();
+
+private:
+    std::string path_;
+    std::string key_;
+    bool open_ = false;
+};
+
 // Drops every cached parse (the next read of any file goes to the disk).
 void forgetCachedFiles();
 // How many times a file's bytes were read from disk since the program started; lets tests and the
 // benchmark see whether a read was served from the cache.
 std::uint64_t fileReadCount();
+// How many times a file was written (replaced) since the program started.
+std::uint64_t fileWriteCount();
 
 } // namespace zel::ini

@@ -2,6 +2,7 @@
 
 #include "common/clock.h"
 #include "common/console_host.h"
+#include "common/windows1252.h"
 #include "log/data_lists.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
@@ -37,32 +38,10 @@ Json plain(std::span<const float> values) {
     return a;
 }
 
-bool validUtf8(std::string_view s) {
-    for (std::size_t i = 0; i < s.size();) {
-        const auto c = static_cast<unsigned char>(s[i]);
-        const std::size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-        if (n == 0 || i + n > s.size()) return false;
-        for (std::size_t k = 1; k < n; ++k)
-            if ((static_cast<unsigned char>(s[i + k]) >> 6) != 2) return false;
-        i += n;
-    }
-    return true;
-}
-
-// Logs from the field hold 8-bit Windows texts (the registered sign of the model names); JSON needs UTF-8.
+// The header's texts are the file's 8-bit Windows text (the registered sign of the model names is the single
+// byte AE); JSON needs UTF-8.
 std::string utf8(std::string_view s) {
-    if (validUtf8(s)) return std::string(s);
-    std::string out;
-    for (char ch : s) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (c < 0x80) {
-            out += ch;
-        } else {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
+    return windows1252ToUtf8(s);
 }
 
 Json header(const RawLogText& text) {
@@ -98,7 +77,9 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     cZEL_Data log(host, clock);
     LogArrays arrays;
     RawLogContext ctx;
-    const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host);
+    RawLogLoadOptions options;
+    options.repair = !args.noRepair;
+    const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host, options);
     if (!r.ok) {
         err << "zel-cli info: " << args.path << " could not be loaded:\n" << shownStream.str();
         return 1;
@@ -119,6 +100,7 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     j["depth_max"] = {{"ft", plain(log.Depth_Max_Ft())}, {"m", plain(log.Depth_Max_M())}};
     j["dogwood"] = log.Dogwood();
     j["repaired"] = r.repaired;
+    j["trailer_mismatch"] = r.trailerMismatch;
     Json messages = Json::array();
     for (const std::string& m : host.shown())
         messages.push_back(utf8(m));
@@ -126,6 +108,13 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     if (args.lists) j["lists"] = lists(text);
     if (args.wave) j["wave"] = {{"point", *args.wave}, {"samples", plain(arrays.waves.wave(*args.wave))}};
     out << j.dump(2) << '\n';
+    if (r.repaired)
+        err << "zel-cli info: " << args.path
+            << ": the trailer did not match the text part and was rewritten to " << r.textLength
+            << " (the text part is unchanged)\n";
+    else if (r.trailerMismatch)
+        err << "zel-cli info: " << args.path << ": the trailer does not match the text part (" << r.textLength
+            << " found); the file was left as it is\n";
     return 0;
 }
 
@@ -135,6 +124,8 @@ void addInfoCommand(CLI::App& app, CommandRunner& run) {
     cmd->add_option("FILE", args->path, "raw log (.lif.raw.bin, .o2.raw.bin, .clr.raw.bin)")->required();
     cmd->add_flag("--lists", args->lists, "also print every DATA list in full");
     cmd->add_option("--wave", args->wave, "also print the waveform of point N");
+    cmd->add_flag("--no-repair", args->noRepair,
+                  "leave a trailer that does not match the text part as it is (the file is not written)");
     cmd->callback([args, &run] { run = [args] { return runInfo(*args, std::cout, std::cerr); }; });
 }
 

@@ -14,6 +14,7 @@ struct InfoArgs {
     std::string path;
     bool lists = false;
     std::optional<int> wave;
+    bool noRepair = false; // --no-repair: a read-only look, the file is never written
 };
 
 // 0 when the log loaded, 1 otherwise (the reason on err).

@@ -27,7 +27,11 @@ int runRepair(const std::string& path, std::ostream& out, std::ostream& err) {
         return 0;
     }
     out << "trailer: " << (r.trailer ? std::to_string(*r.trailer) : std::string("missing")) << '\n';
-    if (!r.mismatch)
+    if (!r.mismatch && r.blockOffset != r.textLength)
+        out << "result: the trailer points just past the \"DATA=Binary Appended\" line with the whole data "
+               "block behind it (the \"Appended\" at offset "
+            << r.textLength - 10 << " stands in a value), nothing done\n";
+    else if (!r.mismatch)
         out << "result: the trailer matches the text part, nothing done\n";
     else
         out << "result: the trailer did not match the text part; trailer rewritten to " << r.textLength

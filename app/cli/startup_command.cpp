@@ -2,6 +2,7 @@
 
 #include "common/clock.h"
 #include "common/console_host.h"
+#include "common/windows1252.h"
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
 #include "settings/data_root.h"
@@ -45,7 +46,7 @@ bool isExistingFile(const std::string& path) {
 nlohmann::ordered_json settingsJson(const StartupSettings& s, const std::vector<std::string>& steps) {
     nlohmann::ordered_json j;
     j["mode"] = s.mode;
-    j["model"] = s.model;
+    j["model"] = windows1252ToUtf8(s.model);
     j["labels"] = s.labels;
     j["page_font"] = s.pageFont;
     j["scope_address"] = s.scopeAddress;

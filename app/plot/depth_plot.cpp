@@ -1,5 +1,7 @@
 #include "app/plot/depth_plot.h"
 
+#include "app/plot/qt_text.h"
+
 #include "app/plot/paint_text.h"
 
 #include <QFontMetricsF>
@@ -230,11 +232,11 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         if (style.drawTitles) {
             p.setPen(Qt::black);
             const QRectF title(r.left(), rect.top(), r.width(), lh);
-            drawFitted(p, title, QString::fromStdString(t.title), sink);
+            drawFitted(p, title, toQt(t.title), sink);
             // The %RE track's title is its unit already: the unit line then only says whether it is a log
             // scale.
-            const QString unit = QString::fromStdString(t.unit == t.title ? std::string() : t.unit) +
-                                 (t.scale == Scale::Log ? " (log)" : "");
+            const QString unit =
+                toQt(t.unit == t.title ? std::string() : t.unit) + (t.scale == Scale::Log ? " (log)" : "");
             if (!unit.isEmpty()) drawFitted(p, title.translated(0, lh), unit, sink);
             const QRectF range = title.translated(0, 2 * lh).adjusted(lh * 0.15, 0, -lh * 0.15, 0);
             const QString lo = rangeText(t.min), hi = rangeText(t.max);
@@ -272,7 +274,7 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         p.drawLine(QPointF(left + lineWidth, y0),
                    QPointF(left + lineWidth, y0 + std::max(y1 - y0, lineWidth)));
         drawText(p, QRectF(left + 3 * lineWidth, y0, right - left, lh), Qt::AlignLeft | Qt::AlignTop,
-                 QString::fromStdString(b.label), sink);
+                 toQt(b.label), sink);
     }
 
     if (model.settings().referenceDepth) {
@@ -304,7 +306,7 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         p.setPen(QPen(Qt::black, lineWidth));
         const double x = l.secondaryScale.left();
         drawText(p, QRectF(x, rect.top(), l.secondaryScale.width(), l.titleHeight),
-                 Qt::AlignCenter | Qt::TextWordWrap, QString::fromStdString(axis.title), sink);
+                 Qt::AlignCenter | Qt::TextWordWrap, toQt(axis.title), sink);
         const int count = std::max(2, static_cast<int>(height / (3.0 * lh)));
         for (double v : niceTicks(axis.toValue(window.top), axis.toValue(window.bottom), count)) {
             const double y = window.toY(axis.toDepth(v), top, height);

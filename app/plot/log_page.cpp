@@ -1,6 +1,7 @@
 #include "app/plot/log_page.h"
 
 #include "app/plot/paint_text.h"
+#include "app/plot/qt_text.h"
 #include "common/date_time.h"
 
 #include <QFileInfo>
@@ -66,7 +67,7 @@ double plotDataInches(const PageGeometry& g, double dpi) {
 }
 
 QString qs(const std::string& s) {
-    return QString::fromStdString(s);
+    return toQt(s);
 }
 
 QString number(double v, int decimals) {
@@ -82,8 +83,9 @@ void drawHeader(QPainter& p, const PageGeometry& g, const PageInput& in, const T
     p.save();
     p.setFont(titleFont);
     p.setPen(Qt::black);
-    const QString title = (in.modelName.empty() ? QString() : qs(in.modelName) + QStringLiteral("  ")) +
-                          qs(log.File_Title_NoExt().empty() ? log.File_Title() : log.File_Title_NoExt());
+    const QString title =
+        (in.modelName.empty() ? QString() : qs(in.modelName) + QStringLiteral("  ")) +
+        QString::fromStdString(log.File_Title_NoExt().empty() ? log.File_Title() : log.File_Title_NoExt());
     drawText(p, QRectF(g.header.left(), g.header.top(), g.header.width(), 1.5 * lh),
              Qt::AlignLeft | Qt::AlignVCenter, title, sink);
     if (in.model.settings().draft) {

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -54,6 +55,22 @@ protected:
     cZEL_Data log{host, clock};
     LogArrays arrays;
 };
+
+// The log's 8-bit texts reach the page as the characters they stand for (the record holds UTF-8).
+TEST_F(LogPageTest, EightBitTextsOfTheLogAreShownAsTheirCharacters) {
+    log.Site("S\xE3o Jos\xE9");
+    const PlotModel m = PlotModel::build({log, arrays}, PlotSettings{});
+    PageInput in = input(m);
+    in.modelName = "Alder\xAE";
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "enc.pdf").string(), in, error, &record)) << error;
+    EXPECT_TRUE(std::any_of(record.texts.begin(), record.texts.end(),
+                            [](const std::string& t) { return t.starts_with("Alder\xC2\xAE  "); }));
+    EXPECT_TRUE(record.contains("Site: S\xC3\xA3o Jos\xC3\xA9"));
+    for (const std::string& t : record.texts)
+        EXPECT_EQ(t.find("\xEF\xBF\xBD"), std::string::npos) << t; // no replacement character
+}
 
 TEST_F(LogPageTest, PdfHasOnePageOfTheSettingsSizeWithEveryEnabledTrack) {
     PlotSettings s;

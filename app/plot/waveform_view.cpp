@@ -1,6 +1,7 @@
 #include "app/plot/waveform_view.h"
 
 #include "app/plot/paint_text.h"
+#include "app/plot/qt_text.h"
 
 #include <QFontMetricsF>
 #include <QPolygonF>
@@ -218,7 +219,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     drawText(p, QRectF(plotArea.left(), plotArea.bottom() + lh, plotArea.width(), lh * 1.2), Qt::AlignCenter,
              nsPerSample > 0 ? QStringLiteral("ns") : QStringLiteral("sample"), sink);
     drawText(p, QRectF(rect.left(), rect.top(), rect.width() - legendWidth, 1.2 * lh),
-             Qt::AlignLeft | Qt::AlignVCenter, QString::fromStdString(v.title), sink);
+             Qt::AlignLeft | Qt::AlignVCenter, toQt(v.title), sink);
 
     p.save();
     p.setClipRect(plotArea);
@@ -231,8 +232,8 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
         p.drawLine(QPointF(x, plotArea.top()), QPointF(x, plotArea.bottom()));
         if (i < v.channelLabels.size()) {
             const double x0 = plotArea.left() + previous / xMax * plotArea.width();
-            drawText(p, QRectF(x0, plotArea.top(), x - x0, lh), Qt::AlignCenter,
-                     QString::fromStdString(v.channelLabels[i]), sink);
+            drawText(p, QRectF(x0, plotArea.top(), x - x0, lh), Qt::AlignCenter, toQt(v.channelLabels[i]),
+                     sink);
         }
         previous = b;
     }
@@ -253,7 +254,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     if (legendWidth > 0) {
         const double x = plotArea.right() + 0.5 * lh;
         double y = plotArea.top();
-        const QString unit = QString::fromStdString(v.depthUnit);
+        const QString unit = toQt(v.depthUnit);
         for (const auto& c : v.callouts) {
             if (y + 2 * lh > rect.bottom()) break;
             const QRectF swatch(x, y + 0.15 * lh, 1.6 * lh, 1.7 * lh);
@@ -262,7 +263,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
             p.drawRect(swatch);
             p.setPen(Qt::black);
             const QRectF text(swatch.right() + 0.4 * lh, y, rect.right() - swatch.right() - 0.4 * lh, lh);
-            drawText(p, text, Qt::AlignLeft | Qt::AlignVCenter, QString::fromStdString(c.caption), sink);
+            drawText(p, text, Qt::AlignLeft | Qt::AlignVCenter, toQt(c.caption), sink);
             drawText(p, text.translated(0, lh), Qt::AlignLeft | Qt::AlignVCenter,
                      QStringLiteral("%1-%2 %3  %RE %4")
                          .arg(c.top, 0, 'f', 1)

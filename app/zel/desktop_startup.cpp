@@ -1,5 +1,6 @@
 #include "app/zel/desktop_startup.h"
 
+#include "app/plot/qt_text.h"
 #include "app/zel/sim_network.h"
 #include "instruments/field/field_config.h"
 #include "settings/data_root.h"
@@ -7,6 +8,7 @@
 #include "settings/startup/platform_network.h"
 
 #include <QLabel>
+#include <QTimer>
 
 namespace zel::gui {
 
@@ -35,8 +37,7 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     hooks.showVersion = how.showVersion;
     hooks.hideAcquisitionMenus = [&] { window.hideAcquisition(); };
     hooks.setConnection = [&](std::string_view v) {
-        if (auto* l = window.findChild<QLabel*>("lblConnection"))
-            l->setText(QString::fromUtf8(v.data(), qsizetype(v.size())));
+        if (auto* l = window.findChild<QLabel*>("labelConnection")) l->setText(toQt(v));
     };
     hooks.showMainWindow = [&](const StartupSettings& resolved) {
         window.restoreOptions();
@@ -56,7 +57,14 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
         resolvedSettings,
         {host, clock, openers, network, how.instanceCheck ? &instances : nullptr, &window.options()}, hooks);
     if (how.running) *how.running = &sequence;
+    // The splash's one-second timer: it also fires while an opener waits on a device and lets the events
+    // run, so the count goes on and a device that hangs is skipped after 50 s.
+    QTimer ticker;
+    ticker.setInterval(1000);
+    QObject::connect(&ticker, &QTimer::timeout, [&sequence] { sequence.poll(); });
+    ticker.start();
     runStartup(sequence, host);
+    ticker.stop();
     if (how.running) *how.running = nullptr;
     return sequence.state() != StartupSequence::State::Cancelled;
 }

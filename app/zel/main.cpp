@@ -1,6 +1,7 @@
 // zel: the desktop program. Takes the original command line (mode switches, "/F", a log to open) and a few
 // switches of its own for development and documentation (--sim, --screenshot).
 
+#include "app/plot/qt_text.h"
 #include "app/zel/desktop_startup.h"
 #include "app/zel/main_window.h"
 #include "app/zel/qt_host.h"
@@ -77,7 +78,7 @@ QPixmap splashPicture(const zel::StartupSettings& s) {
     small.setBold(false);
     p.setFont(small);
     p.drawText(QRect(0, 120, 520, 30), Qt::AlignCenter,
-               QStringLiteral("Laser-induced fluorescence logging - ") + QString::fromStdString(s.model));
+               QStringLiteral("Laser-induced fluorescence logging - ") + zel::toQt(s.model));
     return pm;
 }
 

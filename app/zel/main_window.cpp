@@ -3,6 +3,7 @@
 #include "acquisition/acquisition_settings.h"
 #include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
+#include "app/plot/qt_text.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -34,6 +35,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -48,6 +50,11 @@ namespace zel::gui {
 namespace {
 
 QString qs(const std::string& s) {
+    return toQt(s);
+}
+
+// A path in the system's own encoding (not the files' 8-bit text).
+QString qpath(const std::string& s) {
     return QString::fromStdString(s);
 }
 
@@ -214,7 +221,7 @@ void MainWindow::buildPages() {
         int selected = 0;
         for (const ModeEntry& m : modeTable()) {
             if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
-            probes << QStringLiteral("%1 (mode %2)").arg(QString::fromUtf8(m.model)).arg(m.mode);
+            probes << QStringLiteral("%1 (mode %2)").arg(toQt(m.model)).arg(m.mode);
         }
         // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
         // old session's probe never overrides a mode switch); choosing another one applies for this session.
@@ -223,6 +230,7 @@ void MainWindow::buildPages() {
             const auto table = modeTable();
             if (i < 0 || i >= static_cast<int>(table.size())) return;
             setMode(settings_, table[static_cast<std::size_t>(i)].mode);
+            settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
             if (reference_) reference_->Mode = settings_.mode;
             applyModeLook();
             refreshPlot(true);
@@ -258,18 +266,20 @@ void MainWindow::buildPages() {
         v->addStretch();
     }
 
-    // Communications: the instruments' ports and their live read-outs (never restored).
+    // Communications: the instruments' ports and their live read-outs, whose names ("txtcomm_", "label")
+    // keep them out of the options file: a stale address or connection state must not come back.
     auto* commPage = new QWidget;
     {
         auto* form = new QFormLayout(commPage);
-        lineEdit(form, "txtScopeAddress", "Scope address", qs(settings_.scopeAddress))->setReadOnly(true);
+        lineEdit(form, "txtcomm_ScopeAddress", "Scope address", qs(settings_.scopeAddress))
+            ->setReadOnly(true);
         comboBox(form, "cmbDepthSource", "Depth source", {"Emulation", "Interface board", "AD4 counter"}, 1);
         lineEdit(form, "txtDepthPort", "Depth port", "1");
         lineEdit(form, "txtGPSPort", "GPS port", "2");
         lineEdit(form, "txtDisplayPort", "Display port", "3");
         lineEdit(form, "txtcomm_Depth", "Depth now")->setReadOnly(true);
         lineEdit(form, "txtcomm_GPS", "Position now")->setReadOnly(true);
-        form->addRow("Connection", named(new QLabel("none"), "lblConnection"));
+        form->addRow("Connection", named(new QLabel("none"), "labelConnection"));
     }
 
     // Advanced options: the RE gates, the scope, the page.
@@ -550,12 +560,26 @@ void MainWindow::applyStartupSettings(const StartupSettings& s) {
     // Loading recomputes the points' %RE and channel values with the layout of the program's mode.
     session_.processing.acqType = s.labels[0] == "Sctr" ? 1 : 0;
     if (auto* probe = findChild<QComboBox*>("lstProbe")) {
+        // Selected quietly: a choice made here would bring the probe's own look, not the one start-up chose.
+        const QSignalBlocker quiet(probe);
         const auto table = modeTable();
         for (std::size_t i = 0; i < table.size(); ++i)
             if (table[i].mode == s.mode) probe->setCurrentIndex(static_cast<int>(i));
     }
     if (s.pressureFlow)
         if (auto* pf = findChild<QCheckBox*>("chkPresFlow")) pf->setChecked(true);
+    // Values the command line chose from the advanced options' lists override the ones the options file
+    // restored a moment ago.
+    const SwitchLists lists;
+    const auto select = [this](const char* name, const std::vector<int>& values, int value, bool fromSwitch) {
+        auto* box = findChild<QComboBox*>(name);
+        if (!fromSwitch || !box) return;
+        const auto at = std::find(values.begin(), values.end(), value);
+        if (at != values.end()) box->setCurrentIndex(static_cast<int>(at - values.begin()));
+    };
+    select("cmbScopeAverage", lists.averages, s.averaging, s.averagingFromSwitch);
+    select("cmbScopeYScale", lists.yScales, s.yScale, s.yScaleFromSwitch);
+    select("cmbScopeREScale", lists.reScales, s.reScale, s.reScaleFromSwitch);
     if (reference_) reference_->Mode = s.mode;
     applyModeLook();
     refreshPlot(true);
@@ -566,9 +590,11 @@ void MainWindow::applyModeLook() {
     auto* banner = findChild<QLabel*>("picBanner");
     auto* reScale = findChild<QLabel*>("lblREScale");
     if (!caption || !banner) return;
-    const ModeLook* look = findLook(settings_.mode);
+    // The look the start-up's post-load step chose ("/MODE4" and "/MODE51" take the Alder look), or the
+    // probe's own once one is chosen on the setup page; none keeps the design-time look.
+    const ModeLook* look = settings_.look ? findLook(*settings_.look) : nullptr;
     if (!look) {
-        caption->setText(QString::fromStdString(settings_.model));
+        caption->setText(toQt(settings_.model));
         caption->setPalette(QPalette());
         banner->setVisible(false);
         return;
@@ -627,6 +653,7 @@ void MainWindow::saveRecent() {
     cInifile ini;
     ini.Path = options_->path();
     ini.Section = kRecentSection;
+    ini::FileBatch batch(ini.Path);
     ini.DeleteSection();
     for (std::size_t i = 0; i < recent_.size(); ++i) {
         ini.Key = "File" + std::to_string(i + 1);
@@ -645,7 +672,7 @@ void MainWindow::addRecent(const std::string& path) {
 void MainWindow::rebuildRecentMenu() {
     recentMenu_->clear();
     for (const std::string& path : recent_) {
-        QAction* a = recentMenu_->addAction(qs(path));
+        QAction* a = recentMenu_->addAction(qpath(path));
         connect(a, &QAction::triggered, this, [this, path] { loadLog(path); });
     }
     recentMenu_->setEnabled(!recent_.empty() && !pushing_);
@@ -686,7 +713,7 @@ void MainWindow::exportPresetText(const std::string& name) {
 }
 
 void MainWindow::importPresetText() {
-    const std::string text = QApplication::clipboard()->text().toStdString();
+    const std::string text = fromQt(QApplication::clipboard()->text());
     if (text.empty()) {
         host_.message("Copy a preset's text to the clipboard first.", MsgButtons::Ok, MsgIcon::Exclamation,
                       "Preset");
@@ -719,7 +746,7 @@ bool MainWindow::loadLog(const std::string& path) {
     showLogRE();
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
-    status(QStringLiteral("Loaded %1: %2 points").arg(qs(r.path)).arg(arrays_.points()));
+    status(QStringLiteral("Loaded %1: %2 points").arg(qpath(r.path)).arg(arrays_.points()));
     return true;
 }
 
@@ -758,7 +785,7 @@ void MainWindow::selectPoint(int point) {
 }
 
 void MainWindow::showLogInfo() {
-    const QString name = qs(log_.File_Title_NoExt());
+    const QString name = qpath(log_.File_Title_NoExt());
     setWindowTitle(name.isEmpty() ? QStringLiteral("ZEL") : QStringLiteral("ZEL - ") + name);
     QStringList parts;
     for (const std::string& s : {log_.File_Title_NoExt(), log_.Site(), log_.Client(), log_.JobNumber()})
@@ -779,7 +806,7 @@ QString MainWindow::statusText() const {
 }
 
 void MainWindow::status(const QString& text) {
-    host_.progress(text.toStdString());
+    host_.progress(fromQt(text));
 }
 
 bool MainWindow::requireLog(bool withPoints) {
@@ -795,7 +822,7 @@ bool MainWindow::requireLog(bool withPoints) {
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
     if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, loadedFromPush_))
-        status(QStringLiteral("Data exported to %1").arg(qs(*path)));
+        status(QStringLiteral("Data exported to %1").arg(qpath(*path)));
 }
 
 void MainWindow::exportWaveText() {
@@ -806,7 +833,7 @@ void MainWindow::exportWaveText() {
     const auto wave = arrays_.waves.wave(selectedPoint_);
     if (const auto path =
             ExportWaveText(wave, log_.Wave_DeltaX(), settings_.colour, session_.initialDir, host_, clock_))
-        status(QStringLiteral("Waveform exported to %1").arg(qs(*path)));
+        status(QStringLiteral("Waveform exported to %1").arg(qpath(*path)));
 }
 
 bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
@@ -826,7 +853,7 @@ bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
         host_.message("Error in Log_Page: " + error, MsgButtons::Ok, MsgIcon::Critical);
         return false;
     }
-    status(QStringLiteral("Log page written to %1").arg(qs(path)));
+    status(QStringLiteral("Log page written to %1").arg(qpath(path)));
     return true;
 }
 
@@ -940,7 +967,7 @@ void MainWindow::setInstruments(std::unique_ptr<cli::PushRig> instruments) {
                 refreshPlot(true);
             }
         };
-        if (QLabel* l = findChild<QLabel*>("lblConnection"))
+        if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
     }
     updateActions();
@@ -984,7 +1011,7 @@ LogInfo MainWindow::infoFromPage() const {
     info.note = controlText(kTab, "txtNote");
     info.mode = settings_.model;
     info.version = kVersionText;
-    info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toStdString();
+    info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toLatin1().toStdString();
     info.metric = controlChecked(kTab, "chkMetric");
     info.emulate = false;
     return info;
@@ -1050,6 +1077,9 @@ bool MainWindow::startPush() {
     const std::optional<std::string> path =
         chooseLogPath(proposed, LogFamily::Lif, autoFolder, options_->InitDir, host_);
     if (!path) return false;
+    // A new log named for recording: its folder and name are where the next session starts.
+    options_->SaveInitDir(std::filesystem::path(*path).parent_path().string());
+    options_->SaveInitFile(*path);
 
     acq::PushSettings& s = push_->Settings;
     s.metric = controlChecked(kTab, "chkMetric");
@@ -1069,7 +1099,7 @@ bool MainWindow::startPush() {
     selectedPoint_ = -1;
     pushing_ = true;
     updateActions();
-    status(QStringLiteral("Push starting: %1").arg(qs(*path)));
+    status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
     const bool started = push_->StartPush();
     loadedFromPush_ = started;
     pushing_ = false;
@@ -1079,7 +1109,6 @@ bool MainWindow::startPush() {
     const std::string raw = recorder_.current->Files().rawLog;
     if (started && !raw.empty()) {
         addRecent(raw);
-        options_->SaveInitFile(raw);
         status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
     } else if (!started) {
         status(QStringLiteral("The push was not started"));
@@ -1145,7 +1174,7 @@ void MainWindow::recoverFromTempFile() {
     refreshPlot(false);
     showLogInfo();
     updateActions();
-    status(QStringLiteral("Recovered %1 points into %2").arg(result.points).arg(qs(result.recoveredPath)));
+    status(QStringLiteral("Recovered %1 points into %2").arg(result.points).arg(qpath(result.recoveredPath)));
 }
 
 // ---- help
@@ -1169,6 +1198,9 @@ void MainWindow::closeEvent(QCloseEvent* e) {
         e->ignore();
         return;
     }
+    // One replacement of the options file for everything the exit keeps.
+    if (!options_->OptionsFileWasReset()) ensureParentFolder(options_->path());
+    ini::FileBatch batch(options_->path());
     options_->SaveOptions();
     saveRecent();
     if (!options_->OptionsFileWasReset()) {

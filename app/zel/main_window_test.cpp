@@ -6,6 +6,8 @@
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
+#include "settings/plot_settings.h"
+#include "settings/profile.h"
 #include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
 #include "settings/test_files.h"
@@ -181,6 +183,33 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     }
 }
 
+// The post-load step: the look the switches chose, and the switches' values selected in the advanced lists
+// over what the options file restored a moment before.
+TEST_F(MainWindowTest, ThePostLoadStepAppliesTheLookAndTheSwitchValuesOverTheRestoredOptions) {
+    put(file("ini/ZEL_Options.ini"),
+        "[AdvOptions]\r\n0,cmbScopeAverage=0\r\n1,cmbScopeYScale=0\r\n2,cmbScopeREScale=0\r\n");
+    struct Case {
+        const char* line;
+        const char* caption;
+        const char *average, *yScale, *reScale; // the lists' texts after the step
+    };
+    // Lists no switch named keep the restored entry (the first of each list).
+    for (const Case& c :
+         {Case{"/MODE4", "Alder", "16", "50", "1"}, Case{"/MODE51/S256", "Alder", "256", "1", "1"},
+          Case{"/MODE2", "Dogwood", "2", "1", "100"}, Case{"/MODE52/Y020", "Alder", "2", "20", "1"},
+          Case{"/MODE21/RE200", "Elm", "2", "1", "200"}}) {
+        auto w = newWindow();
+        w->options().LoadOptions(true); // the splash's restore, then the main window's
+        w->restoreOptions();
+        ASSERT_EQ(child<QComboBox>(*w, "cmbScopeAverage")->currentText(), "2");
+        w->applyStartupSettings(parseCommandLine(c.line));
+        EXPECT_EQ(child<QLabel>(*w, "lblProbeCaption")->text(), c.caption) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeAverage")->currentText(), c.average) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeYScale")->currentText(), c.yScale) << c.line;
+        EXPECT_EQ(child<QComboBox>(*w, "cmbScopeREScale")->currentText(), c.reScale) << c.line;
+    }
+}
+
 TEST_F(MainWindowTest, StartUpWithSimOpensTheSimulatedInstrumentsForTheAcquisitionMenu) {
     MainWindow w(loopHost, clock, StartupSettings{}, file(""));
     DesktopStartup how;
@@ -206,12 +235,18 @@ TEST_F(MainWindowTest, SettingsAndRecentLogsPersistThroughTheOptionsFileUntilRes
         child<QLineEdit>(*w, "txtcomm_Depth")->setText("12.3");
         for (QRadioButton* r : w->findChildren<QRadioButton*>("optOrientation"))
             r->setChecked(r->property("controlIndex").toInt() == 1);
+        const auto writes = ini::fileWriteCount();
         w->close();
+        // The dialogs, the recent logs and the window's place: one replacement of the file.
+        EXPECT_EQ(ini::fileWriteCount() - writes, 1u);
     }
     const std::string options = get(file("ini/ZEL_Options.ini"));
+    RecordProperty("options_file_bytes", static_cast<int>(options.size()));
     EXPECT_NE(options.find("[Tab]"), std::string::npos);
     EXPECT_NE(options.find("[AdvOptions]"), std::string::npos);
-    EXPECT_EQ(options.find("txtcomm_Depth"), std::string::npos);
+    for (const char* readOut :
+         {"txtcomm_Depth", "txtcomm_ScopeAddress", "labelConnection", "txtScopeAddress"})
+        EXPECT_EQ(options.find(readOut), std::string::npos) << readOut;
 
     auto w = newWindow();
     w->options().LoadOptions(true); // what the splash restores for the instruments
@@ -304,6 +339,14 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     ASSERT_FALSE(w->recentLogs().empty());
     EXPECT_EQ(w->recentLogs().front(), raw);
     EXPECT_TRUE(w->action("mnuAcq_Record")->isEnabled());
+    // The companion carries the whole plot-settings set, controls this window lacks included.
+    cInifile companion;
+    companion.Path = file("logs/Sim-1.lif.plt");
+    companion.Section = "Settings";
+    EXPECT_EQ(companion.EnumerateCurrentSection(), plotSettingsKeys());
+    // The log named for recording is where the next session starts.
+    EXPECT_EQ(w->options().InitDir, file("logs"));
+    EXPECT_EQ(w->options().InitFile.rfind(file("logs/Sim-1"), 0), 0u) << w->options().InitFile;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "app/zel/plot_widgets.h"
 
+#include "app/plot/qt_text.h"
+
 #include "common/number_text.h"
 
 #include <QGridLayout>
@@ -15,7 +17,7 @@ namespace zel::gui {
 namespace {
 
 QString qs(const std::string& s) {
-    return QString::fromStdString(s);
+    return toQt(s);
 }
 
 constexpr double kWheelStep = 0.8; // one wheel notch shows 80 % of the depth span

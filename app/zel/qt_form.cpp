@@ -1,5 +1,7 @@
 #include "app/zel/qt_form.h"
 
+#include "app/plot/qt_text.h"
+
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
@@ -20,7 +22,7 @@ namespace {
 constexpr const char* kIndexProperty = "controlIndex";
 
 QString qs(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+    return toQt(s);
 }
 
 [[noreturn]] void noProperty(const QWidget* w, const char* what) {
@@ -32,7 +34,7 @@ QString qs(std::string_view s) {
 std::string toStored(QString text) {
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
-    return text.toStdString();
+    return fromQt(text);
 }
 
 QString fromStored(std::string_view text) {
@@ -64,8 +66,8 @@ std::optional<int> QtControl::index() const {
 
 std::string QtControl::caption() const {
     if (auto* l = qobject_cast<QLabel*>(w_)) return toStored(l->text());
-    if (auto* b = qobject_cast<QAbstractButton*>(w_)) return b->text().toStdString();
-    if (auto* g = qobject_cast<QGroupBox*>(w_)) return g->title().toStdString();
+    if (auto* b = qobject_cast<QAbstractButton*>(w_)) return fromQt(b->text());
+    if (auto* g = qobject_cast<QGroupBox*>(w_)) return fromQt(g->title());
     noProperty(w_, "caption");
 }
 
@@ -77,9 +79,9 @@ void QtControl::setCaption(std::string_view caption) {
 }
 
 std::string QtControl::text() const {
-    if (auto* e = qobject_cast<QLineEdit*>(w_)) return e->text().toStdString();
+    if (auto* e = qobject_cast<QLineEdit*>(w_)) return fromQt(e->text());
     if (auto* p = qobject_cast<QPlainTextEdit*>(w_)) return toStored(p->toPlainText());
-    if (auto* c = qobject_cast<QComboBox*>(w_)) return c->currentText().toStdString();
+    if (auto* c = qobject_cast<QComboBox*>(w_)) return fromQt(c->currentText());
     if (auto* l = qobject_cast<QLabel*>(w_)) return toStored(l->text());
     noProperty(w_, "text");
 }

@@ -94,6 +94,28 @@ TEST_F(QtFormTest, StatesRoundTripThroughRealWidgets) {
     EXPECT_EQ(after.live->text(), "live");
 }
 
+// The options file holds Windows-1252 bytes; the widgets show the characters, and typed text goes back as
+// those bytes (a character the code page lacks as "?"), never as UTF-8.
+TEST_F(QtFormTest, EightBitTextCrossesIntoTheWidgetsAsItsCharacters) {
+    const std::string ini = file("ZEL_Options.ini");
+    put(ini, "[Tab]\r\n0,txtSite=S\xE3o Jos\xE9\r\n1,txtNotes=caf\xE9\x03\x96 n\xF6tes\r\n"
+             "6,lblCaption=Alder\xAE\r\n");
+    Page page;
+    QtForm form({page.root.get()}, "frmTab");
+    RestoreControlStates(ini, form);
+    EXPECT_EQ(page.site->text(), QString::fromUtf8("S\xC3\xA3o Jos\xC3\xA9"));
+    EXPECT_EQ(page.notes->toPlainText(), QString::fromUtf8("caf\xC3\xA9\n\xE2\x80\x93 n\xC3\xB6tes"));
+    EXPECT_EQ(page.caption->text(), QString::fromUtf8("Alder\xC2\xAE"));
+
+    page.site->setText(QString::fromUtf8("Z\xC3\xBCrich \xE2\x84\x83"));
+    SaveControlStates(ini, form);
+    const std::string stored = get(ini);
+    EXPECT_NE(stored.find("txtSite=Z\xFCrich ?\r\n"), std::string::npos) << stored;
+    EXPECT_NE(stored.find("txtNotes=caf\xE9\x03\x96 n\xF6tes\r\n"), std::string::npos);
+    EXPECT_NE(stored.find("lblCaption=Alder\xAE\r\n"), std::string::npos);
+    EXPECT_EQ(stored.find("\xC3"), std::string::npos);
+}
+
 TEST_F(QtFormTest, ValuesOutOfRangeLeaveTheWidgetAsItIs) {
     const std::string ini = file("ZEL_Options.ini");
     put(ini, "[Tab]\r\n2,cmbScopeAverage=9\r\n3,chkGrid=7\r\n0,txtMissing=x\r\n");

@@ -1,5 +1,7 @@
 #include "app/zel/qt_host.h"
 
+#include "app/plot/qt_text.h"
+
 #include <QApplication>
 #include <QFileDialog>
 #include <QInputDialog>
@@ -13,7 +15,7 @@ namespace zel::gui {
 namespace {
 
 QString qs(std::string_view s) {
-    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+    return toQt(s);
 }
 
 struct ButtonMap {
@@ -113,7 +115,7 @@ std::optional<std::string> QtHost::input(std::string_view prompt, std::string_vi
     dialog.setLabelText(displayText(prompt));
     dialog.setTextValue(qs(defaultText));
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-    return dialog.textValue().toStdString();
+    return fromQt(dialog.textValue());
 }
 
 std::optional<FileDialogResult> QtHost::openFileDialog(const FileDialogRequest& request) {

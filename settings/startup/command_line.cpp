@@ -82,6 +82,7 @@ void applyScopeAddress(StartupSettings& s, std::string_view text) {
     if (n == 0 || value > 255) return; // no address part of the network: keep the default
     const std::string digits = std::to_string(value);
     s.scopeAddress = std::string(kInstrumentSubnet) + std::string(3 - digits.size(), '0') + digits;
+    s.scopeResource = "TCPIP::" + std::string(kInstrumentSubnet) + digits + "::INSTR";
 }
 
 void selectMode(StartupSettings& s, int mode, std::optional<int> look) {

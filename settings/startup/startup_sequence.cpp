@@ -145,12 +145,13 @@ void StartupSequence::openDigitisers() {
 
     if (!settings_.colour && !settings_.hd) {
         host.progress("Initializing scope...");
+        // "Not found" is what the echo test says; a scope that answered it but not the open is named by
+        // the driver's own message.
         if (network.answersEcho(settings_.scopeAddress))
             scopeConnected_ = instruments.openScope(settings_.scopeAddress, settings_.scopeResource);
-        if (!scopeConnected_)
+        else
             host.progress("Scope not found at expected IP: " + settings_.scopeAddress);
-        else if (hooks_.setConnection)
-            hooks_.setConnection("LAN");
+        if (scopeConnected_ && hooks_.setConnection) hooks_.setConnection("LAN");
     }
     if (scopeConnected_) instruments.setScopeAveraging(settings_.averaging);
     if (settings_.colour) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -120,6 +121,52 @@ TEST(StartupSequence, AnsweringScopeIsOpenedAfterTheInstrumentSettingsAreRestore
     std::filesystem::remove_all(dir);
 }
 
+// The scope is opened where "/IPSCP" puts it, and "not found" is said only when the echo test failed.
+TEST(StartupSequence, TheScopeIsOpenedWhereTheEchoFoundIt) {
+    struct Case {
+        const char* line;
+        const char* answering;
+        bool opens;
+        Texts calls;   // the scope's calls after the serial ports
+        bool notFound; // "Scope not found at expected IP: " + address shown
+        bool lan;
+    };
+    const Case cases[] = {
+        {"/IPSCP052",
+         "192.168.250.052",
+         true,
+         {"scope 192.168.250.052 TCPIP::192.168.250.52::INSTR", "averaging 64"},
+         false,
+         true},
+        {"/ipscp 7", "", false, {}, true, false}, // a blank is no address: the default, which does not answer
+        {"/IPSCP200",
+         "192.168.250.200",
+         false,
+         {"scope 192.168.250.200 TCPIP::192.168.250.200::INSTR"},
+         false,
+         false},
+        {"", "", false, {}, true, false},
+    };
+    for (const Case& c : cases) {
+        Rig rig;
+        if (*c.answering) rig.network.answering = {c.answering};
+        rig.instruments.scope = c.opens;
+        StartupSequence seq = rig.make(c.line);
+        seq.start();
+        seq.tick();
+        Texts calls = rig.instruments.calls;
+        calls.erase(calls.begin()); // "ports"
+        calls.resize(std::min<std::size_t>(calls.size(), c.calls.size()));
+        EXPECT_EQ(calls, c.calls) << c.line;
+        const Texts texts = rig.host.progressTexts();
+        const bool notFound = std::any_of(texts.begin(), texts.end(), [](const std::string& t) {
+            return t.starts_with("Scope not found at expected IP: ");
+        });
+        EXPECT_EQ(notFound, c.notFound) << c.line;
+        EXPECT_EQ(std::count(rig.shown.begin(), rig.shown.end(), "LAN"), c.lan ? 1 : 0) << c.line;
+    }
+}
+
 TEST(StartupSequence, ColourAndHdModesUseTheirOwnDigitiser) {
     const std::pair<const char*, Texts> cases[] = {
         {"/C", {"Initializing spectrometer..."}},
@@ -158,8 +205,8 @@ TEST(StartupSequence, CountPastFiftyWhileOpeningSkipsTheRemainingInstruments) {
     seq.tick();
     EXPECT_EQ(seq.state(), StartupSequence::State::Finished);
     EXPECT_EQ(rig.instruments.calls.size(), 2u); // the ports and the scope; no depth, display or GPS
-    EXPECT_EQ(rig.host.progressTexts().back(), "Scope not found at expected IP: 192.168.250.252");
-    EXPECT_TRUE(rig.host.messages().empty()); // the address check is skipped too
+    EXPECT_EQ(rig.host.progressTexts().back(), "Initializing scope..."); // it answered the echo
+    EXPECT_TRUE(rig.host.messages().empty());                            // the address check is skipped too
     EXPECT_EQ(rig.shown, (Texts{kVersion, "main 0"}));
 }
 

@@ -19,7 +19,7 @@ inline constexpr const char* kInstrumentSubnet = "192.168.250.";
 struct StartupSettings {
     // The mode and what the mode table makes of it.
     std::int16_t mode = 0;
-    std::string model = "Alder\u00AE";
+    std::string model = "Alder\xAE"; // the registered sign in the files' code page
     std::array<std::string, 4> labels{"350", "400", "450", "500"};
     std::int32_t pageFont = 11; // points
     double modeFactor = 1.0;    // the waveform class's mode factor
@@ -28,7 +28,8 @@ struct StartupSettings {
     std::optional<int> look;
 
     std::string scopeAddress = kDefaultScopeAddress;
-    // The resource stays the default one whatever "/IPSCP" says: only the echo test follows the address.
+    // "/IPSCP" moves both: the scope is opened where the echo test found it (the resource names the address
+    // without its zero padding, which a resolver would read as octal).
     std::string scopeResource = kDefaultScopeResource;
     std::string hdBoardAddress = kHdBoardAddress;
     std::string expectedPcAddress = kExpectedPcAddress;

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace zel::e2e {
@@ -43,9 +45,21 @@ std::string bigLog(std::uint32_t trailerShift) {
 TEST(CliInfo, LoadsRepairsOnceAndPrintsEveryListElement) {
     TempDir dir;
     const std::string path = dir.write("big.lif.raw.bin", bigLog(5));
-    RunResult r = runProgram(kCli + " info " + quote(path) + " --lists --wave 10000");
+    // A read-only look first: the mismatch is reported, the file stays as it was.
+    RunResult r = runProgram(kCli + " info " + quote(path) + " --no-repair");
     ASSERT_EQ(r.exitCode, 0) << r.err;
     auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["repaired"], false);
+    EXPECT_EQ(j["trailer_mismatch"], true);
+    EXPECT_TRUE(j["messages"].empty());
+    EXPECT_NE(r.err.find("the file was left as it is"), std::string::npos) << r.err;
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), bigLog(5));
+
+    r = runProgram(kCli + " info " + quote(path) + " --lists --wave 10000");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    j = nlohmann::json::parse(r.out);
+    EXPECT_NE(r.err.find("was rewritten"), std::string::npos) << r.err;
     EXPECT_EQ(j["header"]["INFO"]["Mode"], "Birch\xC2\xAE");
     EXPECT_EQ(j["header"]["DATA_INFO"]["Data_Points"], "10000");
     EXPECT_EQ(j["header"]["DATA"]["DEPTH"].get<std::string>().size(), 255u); // as the ordinary read gives it

@@ -7,6 +7,7 @@
 #include "common/version.h"
 #include "log/raw_log_reader.h"
 #include "log/temp_point_file.h"
+#include "settings/plot_settings.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -50,6 +51,11 @@ TEST(CliPush, WholePushLoadsBackWithItsFiles) {
     EXPECT_EQ(raw, (dir.path / "P1.lif.raw.bin").string());
     for (const char* key : {"companion", "data_export", "run_log"})
         EXPECT_TRUE(fs::exists(summary[key].get<std::string>())) << key;
+    // The companion carries the whole plot-settings set, though the console tool has no dialogs.
+    cInifile companion;
+    companion.Path = summary["companion"].get<std::string>();
+    companion.Section = "Settings";
+    EXPECT_EQ(companion.EnumerateCurrentSection(), plotSettingsKeys());
     EXPECT_FALSE(fs::exists(tempPointFilePath(raw)));
 
     std::ifstream runLog(summary["run_log"].get<std::string>());

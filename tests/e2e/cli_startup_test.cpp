@@ -26,7 +26,7 @@ TEST(CliStartup, Mode2WithAnotherScopeAddress) {
         {"labels", {"600", "650", "700", "750"}},
         {"page_font", 11},
         {"scope_address", "192.168.250.052"},
-        {"scope_resource", "TCPIP::192.168.250.252::INSTR"},
+        {"scope_resource", "TCPIP::192.168.250.52::INSTR"},
         {"re_scale", 100},
         {"averaging", 64},
         {"y_scale", 5},
