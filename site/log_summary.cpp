@@ -2,6 +2,7 @@
 
 #include "common/date_time.h"
 #include "common/number_text.h"
+#include "common/windows1252.h"
 
 #include <GeographicLib/UTMUPS.hpp>
 #include <nlohmann/json.hpp>
@@ -129,11 +130,12 @@ std::string boringsGeoJson(const std::vector<LogSummary>& logs) {
         f["type"] = "Feature";
         f["geometry"] = {{"type", "Point"},
                          {"coordinates", {rounded(s.lon, "#0.000000"), rounded(s.lat, "#0.000000")}}};
-        f["properties"] = {{"name", s.name},
+        // GeoJSON is UTF-8 (RFC 8259); the logs' texts are the files' 8-bit ones.
+        f["properties"] = {{"name", windows1252ToUtf8(s.name)},
                            {"date", s.date},
-                           {"site", s.siteName},
-                           {"client", s.client},
-                           {"probe", s.probe},
+                           {"site", windows1252ToUtf8(s.siteName)},
+                           {"client", windows1252ToUtf8(s.client)},
+                           {"probe", windows1252ToUtf8(s.probe)},
                            {"unit", s.metric ? "m" : "ft"},
                            {"total_depth", rounded(s.totalDepth, "#0.00")},
                            {"footage", rounded(s.footage, "#0.00")},

@@ -2,17 +2,15 @@
 // channel decay times, nnls fits every point to a basis library, basis keeps the library.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/quiet_log.h"
 
 #include "analysis/waveform_fits.h"
-#include "common/clock.h"
 #include "common/console_host.h"
 #include "common/number_text.h"
-#include "log/load_file.h"
-#include "log/raw_log_format.h"
+#include "common/windows1252.h"
 
 #include <nlohmann/json.hpp>
 
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -22,46 +20,6 @@
 namespace zel::cli {
 
 namespace {
-
-struct LoadedLog {
-    SystemClock clock;
-    cZEL_Data log;
-    LogArrays arrays;
-    RawLogContext ctx;
-    explicit LoadedLog(Host& host) : log(host, clock) {}
-};
-
-// The log loaded quietly, as export loads it; nullptr when it did not load (the reasons went to the host).
-std::unique_ptr<LoadedLog> load(const std::string& file, Host& host) {
-    auto l = std::make_unique<LoadedLog>(host);
-    LoadSession session;
-    session.family = familyOfPath(file);
-    LoadRequest request;
-    request.path = file;
-    request.quiet = true;
-    const LoadResult r = Load_File(request, session, {l->log, l->arrays, l->ctx}, host);
-    if (r.outcome != LoadOutcome::Loaded) return nullptr;
-    return l;
-}
-
-std::optional<std::string> readText(const std::string& path, std::string& error) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = "cannot read " + path;
-        return std::nullopt;
-    }
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-bool writeText(const std::string& path, const std::string& text, std::string& error) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.flush();
-    if (!out) error = "cannot write " + path;
-    return static_cast<bool>(out);
-}
 
 // ---- tau
 
@@ -77,13 +35,13 @@ int runTau(const TauArgs& a) {
     std::ostringstream progress;
     const int code = runBatch(
         "tau", a.files, a.json ? progress : std::cout, [&](const std::string& file, std::string& text) {
-            const auto l = load(file, host);
+            const auto l = loadQuietly(file, host);
             if (!l) return false;
             analysis::LifetimeSettings s;
             s.cutoffArea = a.cutoff;
             const auto fits = analysis::fitLogLifetimes(l->log, l->arrays, l->ctx.channels, s, host);
             const std::string path = analysis::lifetimePath(file);
-            if (!writeText(path, analysis::lifetimeText(fits), text)) return false;
+            if (!writeWholeFile(path, analysis::lifetimeText(fits), text)) return false;
             text = path;
             nlohmann::ordered_json j;
             j["file"] = file;
@@ -120,7 +78,7 @@ struct NnlsArgs {
 };
 
 std::optional<analysis::BasisLibrary> loadLibrary(const std::string& path, std::string& error) {
-    const auto text = readText(path, error);
+    const auto text = readWholeFile(path, error);
     if (!text) return std::nullopt;
     auto lib = analysis::parseBasisLibrary(*text, error);
     if (!lib) error = path + ": " + error;
@@ -136,10 +94,11 @@ int runNnls(const NnlsArgs& a) {
         return 1;
     }
     std::vector<const analysis::BasisWaveform*> chosen;
-    for (const auto& name : a.names) {
+    for (const auto& utf8 : a.names) {
+        const std::string name = utf8ToWindows1252(utf8);
         const auto* b = lib->find(name);
         if (!b) {
-            std::cerr << "zel-cli nnls: the library " << a.library << " holds no basis \"" << name << "\"\n";
+            std::cerr << "zel-cli nnls: the library " << a.library << " holds no basis \"" << utf8 << "\"\n";
             return 1;
         }
         chosen.push_back(b);
@@ -151,17 +110,19 @@ int runNnls(const NnlsArgs& a) {
     std::ostringstream progress;
     const int code = runBatch("nnls", a.files, a.json ? progress : std::cout,
                               [&](const std::string& file, std::string& text) {
-                                  const auto l = load(file, host);
+                                  const auto l = loadQuietly(file, host);
                                   if (!l) return false;
                                   const auto fits = analysis::fitLogNnls(l->log, l->arrays, chosen, text);
                                   if (!fits) return false;
                                   const std::string path = analysis::nnlsPath(file);
-                                  if (!writeText(path, analysis::nnlsText(*fits), text)) return false;
+                                  if (!writeWholeFile(path, analysis::nnlsText(*fits), text)) return false;
                                   text = path;
                                   nlohmann::ordered_json j;
                                   j["file"] = file;
                                   j["nnls_file"] = path;
-                                  j["bases"] = fits->names;
+                                  j["bases"] = nlohmann::json::array();
+                                  for (const auto& name : fits->names)
+                                      j["bases"].push_back(windows1252ToUtf8(name));
                                   nlohmann::ordered_json points = nlohmann::json::array();
                                   for (std::size_t p = 0; p < fits->depth.size(); ++p) {
                                       nlohmann::ordered_json pt;
@@ -198,7 +159,9 @@ std::optional<analysis::BasisLibrary> libraryOrEmpty(const std::string& path, st
     return loadLibrary(path, error);
 }
 
-int runBasis(const std::string& verb, const BasisArgs& a) {
+int runBasis(const std::string& verb, BasisArgs a) {
+    // Names come from the command line as UTF-8; the library keeps the files' 8-bit text.
+    a.name = utf8ToWindows1252(a.name);
     ConsoleHost host(std::cerr);
     std::string error;
     auto lib = verb == "add" ? libraryOrEmpty(a.library, error) : loadLibrary(a.library, error);
@@ -209,8 +172,8 @@ int runBasis(const std::string& verb, const BasisArgs& a) {
     if (verb == "list") {
         nlohmann::ordered_json all = nlohmann::json::array();
         for (const auto& b : lib->bases)
-            all.push_back({{"name", b.name},
-                           {"source", b.source},
+            all.push_back({{"name", windows1252ToUtf8(b.name)},
+                           {"source", windows1252ToUtf8(b.source)},
                            {"from", b.fromDepth},
                            {"to", b.toDepth},
                            {"re_area", b.reArea},
@@ -228,11 +191,11 @@ int runBasis(const std::string& verb, const BasisArgs& a) {
         }
     } else {
         if (lib->find(a.name)) {
-            std::cerr << "zel-cli basis: the library " << a.library << " already holds \"" << a.name
-                      << "\" (remove it first)\n";
+            std::cerr << "zel-cli basis: the library " << a.library << " already holds \""
+                      << windows1252ToUtf8(a.name) << "\" (remove it first)\n";
             return 1;
         }
-        const auto l = load(a.log, host);
+        const auto l = loadQuietly(a.log, host);
         if (!l) {
             std::cerr << "zel-cli basis: " << a.log << " did not load\n";
             return 1;
@@ -245,12 +208,12 @@ int runBasis(const std::string& verb, const BasisArgs& a) {
         }
         lib->bases.push_back(std::move(*b));
     }
-    if (!writeText(a.library, analysis::basisLibraryText(*lib), error)) {
+    if (!writeWholeFile(a.library, analysis::basisLibraryText(*lib), error)) {
         std::cerr << "zel-cli basis: " << error << '\n';
         return 1;
     }
-    std::cout << verb << (verb == "add" ? "ed " : "d ") << a.name << " (" << lib->bases.size() << " bases in "
-              << a.library << ")" << std::endl;
+    std::cout << verb << (verb == "add" ? "ed " : "d ") << windows1252ToUtf8(a.name) << " ("
+              << lib->bases.size() << " bases in " << a.library << ")" << std::endl;
     return 0;
 }
 

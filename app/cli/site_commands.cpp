@@ -2,22 +2,18 @@
 // JSON, with the footage totals), las writes each log's curves as LAS 2.0, map the borings as GeoJSON.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/quiet_log.h"
 
 #include "analysis/waveform_fits.h"
-#include "common/clock.h"
 #include "common/console_host.h"
 #include "common/number_text.h"
-#include "log/load_file.h"
-#include "log/path_text.h"
-#include "log/raw_log_format.h"
+#include "common/windows1252.h"
 #include "site/las_export.h"
 #include "site/log_summary.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -25,65 +21,6 @@
 namespace zel::cli {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-struct Loaded {
-    SystemClock clock;
-    cZEL_Data log;
-    LogArrays arrays;
-    RawLogContext ctx;
-    bool conductivity = false;
-    explicit Loaded(Host& host) : log(host, clock) {}
-};
-
-std::unique_ptr<Loaded> load(const std::string& file, Host& host) {
-    auto l = std::make_unique<Loaded>(host);
-    LoadSession session;
-    session.family = familyOfPath(file);
-    LoadRequest request;
-    request.path = file;
-    request.quiet = true;
-    const LoadResult r = Load_File(request, session, {l->log, l->arrays, l->ctx}, host);
-    if (r.outcome != LoadOutcome::Loaded) return nullptr;
-    l->conductivity = l->ctx.conductivity;
-    return l;
-}
-
-// The raw logs named, a folder standing for the raw logs in it (sorted by name).
-std::vector<std::string> rawLogs(const std::vector<std::string>& inputs) {
-    std::vector<std::string> out;
-    for (const auto& in : inputs) {
-        std::error_code ec;
-        if (!fs::is_directory(in, ec)) {
-            out.push_back(in);
-            continue;
-        }
-        std::vector<std::string> found;
-        for (const auto& e : fs::directory_iterator(in, ec))
-            if (e.is_regular_file() && endsWithNoCase(e.path().filename().string(), ".raw.bin"))
-                found.push_back(e.path().string());
-        std::sort(found.begin(), found.end());
-        out.insert(out.end(), found.begin(), found.end());
-    }
-    return out;
-}
-
-std::optional<std::string> readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-bool writeText(const std::string& path, const std::string& text, std::string& error) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.flush();
-    if (!out) error = "cannot write " + path;
-    return static_cast<bool>(out);
-}
 
 // ---- summary
 
@@ -100,20 +37,20 @@ int runSummary(const SummaryArgs& a) {
     std::vector<site::LogSummary> logs;
     std::ostringstream quiet;
     const int code = runBatch(
-        "summary", rawLogs(a.inputs), a.json ? quiet : std::cerr,
+        "summary", rawLogsOf(a.inputs), a.json ? quiet : std::cerr,
         [&](const std::string& file, std::string& text) {
-            const auto l = load(file, host);
+            const auto l = loadQuietly(file, host);
             if (!l) return false;
             logs.push_back(site::summarise(l->log, l->arrays, file, static_cast<float>(a.threshold)));
             text = "max " + formatNumber(logs.back().maxSignal, "#0.00") + " %RE";
             return true;
         });
     std::string error;
-    if (!a.csv.empty() && !writeText(a.csv, site::summaryCsv(logs), error)) {
+    if (!a.csv.empty() && !writeWholeFile(a.csv, site::summaryCsv(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
-    if (!a.geojson.empty() && !writeText(a.geojson, site::boringsGeoJson(logs), error)) {
+    if (!a.geojson.empty() && !writeWholeFile(a.geojson, site::boringsGeoJson(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
@@ -131,12 +68,12 @@ int runSummary(const SummaryArgs& a) {
     const auto num = [](double v, const char* pattern) { return val(formatNumber(v, pattern)); };
     for (const auto& s : logs) {
         nlohmann::ordered_json o;
-        o["name"] = s.name;
+        o["name"] = windows1252ToUtf8(s.name);
         o["file"] = s.file;
         o["date"] = s.date;
-        o["site"] = s.siteName;
-        o["client"] = s.client;
-        o["probe"] = s.probe;
+        o["site"] = windows1252ToUtf8(s.siteName);
+        o["client"] = windows1252ToUtf8(s.client);
+        o["probe"] = windows1252ToUtf8(s.probe);
         o["lat"] = s.hasFix ? nlohmann::json(num(s.lat, "#0.000000")) : nlohmann::json(nullptr);
         o["lon"] = s.hasFix ? nlohmann::json(num(s.lon, "#0.000000")) : nlohmann::json(nullptr);
         if (s.utmZone > 0) {
@@ -174,25 +111,27 @@ struct LasArgs {
 
 int runLas(const LasArgs& a) {
     ConsoleHost host(std::cerr);
-    return runBatch("las", rawLogs(a.inputs), std::cout, [&](const std::string& file, std::string& text) {
-        const auto l = load(file, host);
+    return runBatch("las", rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& text) {
+        const auto l = loadQuietly(file, host);
         if (!l) return false;
         // The decay times and basis shares go in when the log has them beside it.
         std::string ignored;
         std::optional<analysis::LogLifetimes> tau;
         std::optional<analysis::LogNnls> nnls;
-        if (const auto t = readText(analysis::lifetimePath(file)))
+        if (const auto t = readWholeFile(analysis::lifetimePath(file), ignored))
             tau = analysis::parseLifetimeText(*t, ignored);
-        if (const auto t = readText(analysis::nnlsPath(file))) nnls = analysis::parseNnlsText(*t, ignored);
+        if (const auto t = readWholeFile(analysis::nnlsPath(file), ignored))
+            nnls = analysis::parseNnlsText(*t, ignored);
         site::LasExtras extras;
-        extras.conductivity = l->conductivity;
+        extras.conductivity = l->ctx.conductivity;
         extras.conductivityColumn =
             l->ctx.birchMode ? point_column::ConductivityBirch : point_column::Conductivity;
         extras.lifetimes = tau ? &*tau : nullptr;
         extras.nnls = nnls ? &*nnls : nullptr;
         std::string path = site::lasPath(file);
-        if (!a.to.empty()) path = (fs::path(a.to) / fs::path(path).filename()).string();
-        if (!writeText(path, site::lasText(l->log, l->arrays, extras), text)) return false;
+        if (!a.to.empty())
+            path = (std::filesystem::path(a.to) / std::filesystem::path(path).filename()).string();
+        if (!writeWholeFile(path, site::lasText(l->log, l->arrays, extras), text)) return false;
         text = path;
         return true;
     });

@@ -59,13 +59,7 @@ int runScope(const ScopeArgs& a) {
             return 1;
         }
         model.onCurve = [&dump](const zel::sim::CurveSent& c) {
-            nlohmann::ordered_json j;
-            j["record"] = c.record;
-            j["ymult"] = c.yMult;
-            j["yoff"] = c.yOff;
-            j["yzero"] = c.yZero;
-            j["values"] = c.values;
-            dump << j.dump() << '\n' << std::flush;
+            dump << zel::sim::curveJsonLine(c) << '\n' << std::flush;
         };
     }
     zel::sim::ScopeServer server(model, a.device, a.transcript);

@@ -125,15 +125,7 @@ int runRig(const RigArgs& a) {
     std::ofstream dump;
     if (!a.scopeDump.empty()) {
         dump.open(a.scopeDump, std::ios::binary | std::ios::trunc);
-        scope.onCurve = [&dump](const CurveSent& c) {
-            nlohmann::ordered_json j;
-            j["record"] = c.record;
-            j["ymult"] = c.yMult;
-            j["yoff"] = c.yOff;
-            j["yzero"] = c.yZero;
-            j["values"] = c.values;
-            dump << j.dump() << '\n' << std::flush;
-        };
+        scope.onCurve = [&dump](const CurveSent& c) { dump << curveJsonLine(c) << '\n' << std::flush; };
     }
     ScopeServer scopeServer(scope, "inst0", transcriptPath(a, "scope.txt"));
     std::string error;

@@ -2,6 +2,8 @@
 
 #include "app/sim/scope_waveform.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -341,6 +343,16 @@ std::string ScopeModel::handle(std::string_view message) {
         command(path, query, args, reply);
     }
     return reply.empty() ? reply : reply + "\n";
+}
+
+std::string curveJsonLine(const CurveSent& c) {
+    nlohmann::ordered_json j;
+    j["record"] = c.record;
+    j["ymult"] = c.yMult;
+    j["yoff"] = c.yOff;
+    j["yzero"] = c.yZero;
+    j["values"] = c.values;
+    return j.dump();
 }
 
 } // namespace zel::sim

@@ -95,6 +95,10 @@ private:
     bool headers_ = true;
 };
 
+// One CURVE? answer as the --dump file keeps it: a JSON object on one line (record, ymult, yoff, yzero,
+// values), without its line end.
+std::string curveJsonLine(const CurveSent& curve);
+
 // The canonical long form of a header ("hor:del:tim" -> "HORIZONTAL:DELAY:TIME"); unknown mnemonics are
 // kept upper-cased.
 std::string canonicalPath(std::string_view header);

@@ -69,6 +69,7 @@ TEST(CliSite, SummaryAgreesWithInfoAndMapsTheBorings) {
                     0.0005);
         EXPECT_NEAR(s["total_depth"].get<double>(), info["depth_max"]["ft"].get<double>(), 0.0005);
         EXPECT_EQ(s["points"], 25);
+        EXPECT_EQ(s["probe"], "Alder\u00ae"); // the log's 8-bit "Alder" + AE, as UTF-8 in JSON
         EXPECT_NEAR(s["lat"].get<double>(), kBorings[i].lat, 1e-4);
         EXPECT_NEAR(s["lon"].get<double>(), kBorings[i].lon, 1e-4);
         EXPECT_EQ(s["utm_zone"], "18N");
