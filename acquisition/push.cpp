@@ -69,8 +69,11 @@ void PushControl::preparePointWave() {
     point_->AcqType = ref_.AcqType;
     point_->FirmwareVersion = ref_.FirmwareVersion;
     point_->WidthLimit = Settings.widthLimit;
+    point_->Gain = Settings.gain;
+    point_->Exclude = Settings.exclude;
+    point_->ExcludeCH1 = Settings.excludeCH1;
+    point_->CH1Correction = Settings.ch1Correction;
     point_->CopyCutoffs(re);
-    point_->ChannelCount = static_cast<std::int16_t>(Settings.channelCount);
     point_->CopyReference(re);
     if (!ref_.Background.empty()) point_->SetBackground(ref_.Background.samples);
 }

@@ -6,6 +6,7 @@
 #include "log/log_arrays.h"
 #include "log/log_data.h"
 #include "log/raw_log_reader.h"
+#include "program/settings_model.h"
 
 #include <nlohmann/json.hpp>
 
@@ -98,7 +99,9 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     cZEL_Data log(host, clock);
     LogArrays arrays;
     RawLogContext ctx;
-    const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host);
+    RawLogLoadOptions options;
+    options.processing = program::OptionsFileLoadProcessing();
+    const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host, options);
     if (!r.ok) {
         err << "zel-cli info: " << args.path << " could not be loaded:\n" << shownStream.str();
         return 1;

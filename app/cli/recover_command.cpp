@@ -4,6 +4,7 @@
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "log/recovery.h"
+#include "program/settings_model.h"
 
 #include <iostream>
 #include <memory>
@@ -24,7 +25,8 @@ int runRecover(const RecoverArgs& args) {
     cZEL_Data log{host, clock};
     LogArrays arrays;
     RawLogContext ctx;
-    const RecoveryResult r = RecoverFromTempFile(args.temp, args.log, log, arrays, ctx, host);
+    const RecoveryResult r = RecoverFromTempFile(args.temp, args.log, log, arrays, ctx, host,
+                                                 program::OptionsFileLoadProcessing());
     if (!r.ok) {
         std::cerr << "zel-cli recover: " << args.temp << " could not be recovered\n";
         return 1;

@@ -1,8 +1,12 @@
-#include "app/cli/field_rig.h"
+#include "program/field_rig.h"
 
 #include "common/number_text.h"
 
-namespace zel::cli {
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zel::program {
 
 void ScopeAdapter::ReadSetup() {
     s_.Tek_Wave_Info();
@@ -47,6 +51,10 @@ void ScopeAdapter::StartPush() {
     s_.Tek_State_Run();
 }
 
+void ScopeAdapter::StopPush() {
+    s_.Tek_State_Stop();
+}
+
 acq::FirmwareVersion BoardAdapter::Firmware() {
     if (!hd_.LastStatus()) hd_.Stat(0);
     const auto& s = hd_.LastStatus();
@@ -65,10 +73,34 @@ std::array<float, 2> BoardAdapter::AuxValues() {
     return {depth_.EC_VtoMS(r[5]), r[hd_protocol::kThreeVoltColumn]};
 }
 
-void DepthAdapter::Reset(float) {
+void DepthAdapter::Reset(float startDepth) {
     d_.Push_Begin();
+    const float start = startDepth > 0.0f ? startDepth : 0.0f;
+    if (metric)
+        d_.Offset_M(start - d_.Depth_Raw_M());
+    else
+        d_.Offset_Ft(start - d_.Depth_Raw_Ft());
+    ratePerMinute_ = 0.0;
     silent_ = false;
     lastReadings_ = -1;
+}
+
+float DepthAdapter::Current() {
+    if (ratePerMinute_ <= 0.0) return encoderDepth();
+    // Whole intervals in milliseconds, so an interval that has just elapsed is never lost to rounding.
+    const auto intervalMs = std::max<std::int64_t>(1, std::llround(ratePerMinute_ * 60000.0));
+    const std::int64_t steps = (clock_.monotonicMs() - timedSinceMs_) / intervalMs;
+    return static_cast<float>(timedFrom_ + static_cast<double>(steps) * ratePerMinute_);
+}
+
+float DepthAdapter::StopDepth() {
+    return stopDepth.value_or(std::numeric_limits<float>::max());
+}
+
+void DepthAdapter::SetRatePerMinute(double rate) {
+    timedFrom_ = Current();
+    ratePerMinute_ = rate > 0.0 && rate < 1e6 ? rate : 0.0;
+    timedSinceMs_ = clock_.monotonicMs();
 }
 
 bool DepthAdapter::EndOfPush() {
@@ -193,4 +225,4 @@ std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const 
     return std::make_unique<PushRig>(host, clock, std::move(drivers), std::move(sims), options.hd);
 }
 
-} // namespace zel::cli
+} // namespace zel::program

@@ -5,10 +5,10 @@
 // exactly the same code whether the instruments are real or simulated.
 
 #include "acquisition/instruments.h"
-#include "app/cli/sim_children.h"
 #include "common/clock.h"
 #include "common/host.h"
 #include "instruments/field/field_instruments.h"
+#include "program/sim_children.h"
 
 #include <cstdint>
 #include <functional>
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::program {
 
 class ScopeAdapter : public acq::Scope {
 public:
@@ -29,7 +29,7 @@ public:
     double Delay() override;
     void SetDelay(double seconds) override;
     void StartPush() override;
-    void StopPush() override {}
+    void StopPush() override;
 
 private:
     cZEL_Scope& s_;
@@ -66,12 +66,17 @@ public:
     bool metric = false;
     // Whether the push has reached its end (the console's point count); none: only a stop ends it.
     std::function<bool()> ended;
+    // The automatic stop's depth in the log's unit; none: the push is not stopped by depth.
+    std::optional<float> stopDepth;
 
     bool StatusGood() override { return d_.StatusOK; }
-    void Reset(float) override;
+    // Zeroes the push's counters and sets the encoder's offset so that it reads startDepth (below 0: 0) in
+    // the log's unit from here on.
+    void Reset(float startDepth) override;
     // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
     void Read() override { host_.sleepMs(5); }
-    float Current() override { return metric ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
+    // The encoder's depth, or in the timed variant the depth reached by time (see SetRatePerMinute).
+    float Current() override;
     float Rate() override { return metric ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
@@ -79,15 +84,24 @@ public:
     bool EndOfPush() override;
     void Pause() override { d_.DepthPause = true; }
     void Resume() override { d_.DepthPause = false; }
-    float StopDepth() override { return 1e9f; }
-    void SetRatePerMinute(double) override {}
+    float StopDepth() override;
+    // The timed variant: from now on the depth advances by `rate` (the interval in minutes) once every
+    // interval, from the depth it has now, whatever the encoder does; the log's depths then count minutes.
+    // 0 or less returns to the encoder.
+    void SetRatePerMinute(double rate) override;
     void StopEmulation() override { d_.Emulate_Pause(); }
+    double RatePerMinute() const { return ratePerMinute_; }
 
 private:
+    float encoderDepth() const { return metric ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
+
     cZEL_Depth& d_;
     Host& host_;
     const Clock& clock_;
     std::int64_t idleMs_;
+    double ratePerMinute_ = 0.0;
+    float timedFrom_ = 0.0f;
+    std::int64_t timedSinceMs_ = 0;
     bool silent_ = false;
     long long lastReadings_ = -1;
     std::int64_t lastReadingMs_ = 0;
@@ -166,4 +180,4 @@ private:
 // the reason shown when a simulator did not start or its driver did not open.
 std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const SimOptions& options);
 
-} // namespace zel::cli
+} // namespace zel::program
