@@ -6,6 +6,7 @@
 #include "app/sim/display_sim.h"
 #include "app/sim/gps_sim.h"
 #include "app/sim/hd_sim.h"
+#include "app/sim/rig_sim.h"
 #include "app/sim/scope_model.h"
 #include "app/sim/scope_server.h"
 #include "app/sim/site_model.h"
@@ -135,6 +136,7 @@ int main(int argc, char** argv) {
     zel::sim::addHdSim(app, run);
     zel::sim::addGpsSim(app, run);
     zel::sim::addDisplaySim(app, run);
+    zel::sim::addRigSim(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     if (run) return run();

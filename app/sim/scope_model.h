@@ -58,6 +58,10 @@ public:
     // Levels of the last completed acquisition (empty before the first).
     const std::vector<std::int16_t>& record() const { return record_; }
     int acquisitions() const { return acquisitions_; }
+    // Where the probe is when an acquisition completes; without it, the depth last set.
+    std::function<double()> probeDepth;
+    // Called when the program stores a waveform in a reference memory, as a push's start does.
+    std::function<void()> onPushStart;
     // Called with every CURVE? answer (the simulator's --dump).
     std::function<void(const CurveSent&)> onCurve;
 
