@@ -85,7 +85,7 @@ bool PushControl::StartPush() {
     lastDepth_ = -9.0f;
     if (Settings.startDepth)
         lastDepth_ = *Settings.startDepth < 0.0f ? -0.001f : *Settings.startDepth - 0.001f;
-    depth_.Reset(Settings.startDepth.value_or(0.0f));
+    depth_.Reset(Settings.startDepth);
     depth_.Read();
     if (!recorder_.Begin(ref_, depth_.Current(), depth_.Mode())) return false;
 

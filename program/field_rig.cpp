@@ -73,13 +73,15 @@ std::array<float, 2> BoardAdapter::AuxValues() {
     return {depth_.EC_VtoMS(r[5]), r[hd_protocol::kThreeVoltColumn]};
 }
 
-void DepthAdapter::Reset(float startDepth) {
+void DepthAdapter::Reset(std::optional<float> startDepth) {
     d_.Push_Begin();
-    const float start = startDepth > 0.0f ? startDepth : 0.0f;
-    if (metric)
-        d_.Offset_M(start - d_.Depth_Raw_M());
-    else
-        d_.Offset_Ft(start - d_.Depth_Raw_Ft());
+    if (startDepth) {
+        const float start = *startDepth > 0.0f ? *startDepth : 0.0f;
+        if (metric)
+            d_.Offset_M(start - d_.Depth_Raw_M());
+        else
+            d_.Offset_Ft(start - d_.Depth_Raw_Ft());
+    }
     ratePerMinute_ = 0.0;
     silent_ = false;
     lastReadings_ = -1;

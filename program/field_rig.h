@@ -70,9 +70,9 @@ public:
     std::optional<float> stopDepth;
 
     bool StatusGood() override { return d_.StatusOK; }
-    // Zeroes the push's counters and sets the encoder's offset so that it reads startDepth (below 0: 0) in
-    // the log's unit from here on.
-    void Reset(float startDepth) override;
+    // Zeroes the push's counters and, with a start depth, sets the encoder's offset so that it reads that
+    // depth (below 0: 0) in the log's unit from here on; without one the encoder keeps its reading.
+    void Reset(std::optional<float> startDepth) override;
     // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
     void Read() override { host_.sleepMs(5); }
     // The encoder's depth, or in the timed variant the depth reached by time (see SetRatePerMinute).

@@ -105,7 +105,7 @@ struct DepthAdapterTest : ::testing::Test {
 };
 
 // The start depth is where the encoder reads from the reset on, in the log's unit, and it moves on from
-// there; below 0 it starts at 0.
+// there; below 0 it starts at 0; without one the encoder keeps its reading.
 TEST_F(DepthAdapterTest, ResetPutsTheEncoderAtTheStartDepth) {
     steps(23); // the encoder had moved before the push
     struct Case {
@@ -121,6 +121,10 @@ TEST_F(DepthAdapterTest, ResetPutsTheEncoderAtTheStartDepth) {
         const float moved = c.metric ? 0.5f / cZEL_Depth::kFeetPerMetre : 0.5f;
         EXPECT_NEAR(adapter.Current(), c.expected + moved, 1e-4);
     }
+    adapter.metric = false;
+    const float before = adapter.Current();
+    adapter.Reset(std::nullopt);
+    EXPECT_FLOAT_EQ(adapter.Current(), before);
 }
 
 TEST_F(DepthAdapterTest, StopDepthIsTheConfiguredOne) {

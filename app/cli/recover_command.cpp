@@ -4,7 +4,9 @@
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "log/recovery.h"
+#include "log/run_log.h"
 #include "program/settings_model.h"
+#include "settings/data_root.h"
 
 #include <iostream>
 #include <memory>
@@ -33,6 +35,8 @@ int runRecover(const RecoverArgs& args) {
     }
     std::cout << "recovered: " << r.recoveredPath << '\n';
     std::cout << "points: " << r.points << '\n';
+    // The recovered log is a log of the run like any other: it gets its run-log entry.
+    std::cout << "run_log: " << WriteRunLog(dataRoot(), log, clock, false) << '\n';
     if (r.droppedBytes > 0)
         std::cout << "dropped: " << r.droppedBytes << " bytes of a last point cut short\n";
     return 0;

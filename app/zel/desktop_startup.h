@@ -3,10 +3,10 @@
 // itself stays with the caller (it only shows the host's progress texts); what happens here is testable
 // with a recording host and a fake clock.
 
-#include "program/field_rig.h"
 #include "app/zel/main_window.h"
 #include "common/clock.h"
 #include "common/host.h"
+#include "program/field_rig.h"
 #include "settings/startup/startup_sequence.h"
 
 #include <functional>

@@ -10,6 +10,7 @@
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
 #include "log/recovery.h"
+#include "log/run_log.h"
 #include "log/wave_export.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
@@ -1227,6 +1228,7 @@ void MainWindow::recoverFromTempFile() {
         refreshPlot(false);
         return;
     }
+    WriteRunLog(dataRoot_, log_, clock_, false);
     addRecent(result.recoveredPath);
     refreshPlot(false);
     showLogInfo();

@@ -139,9 +139,10 @@ TEST(CliPushSettings, StandardProbeLogsStandardPercentRE) {
     push(dir, "--rate 2 --points 4 --mode 0", p);
     const auto rows = checkPointsByValue(p, 0, false);
     ASSERT_EQ(rows.size(), 4u);
-    // No start depth: the encoder is reset to 0 and the first reading takes a point.
+    // No start depth: the push logs the depths the encoder reads, from the surface down.
     EXPECT_GE(rows[0].depth, 0.0);
-    EXPECT_LT(rows[0].depth, 0.3);
+    for (std::size_t i = 1; i < rows.size(); ++i)
+        EXPECT_GT(rows[i].depth, rows[i - 1].depth) << i;
 }
 
 // Birch: the first channel is the scatter peak, so RE and points are processed in the gated layout (the
@@ -226,6 +227,23 @@ TEST(CliPushSettings, ContinuousDepthTakesPointsWithoutNewDepth) {
     for (std::size_t i = 0; i + 1 < rows.size(); ++i)
         repeats += rows[i + 1].depth == rows[i].depth;
     EXPECT_GT(repeats, 0);
+}
+
+// A seven-channel probe: the rig's RE and ground light come in seven pulses, the RE search finds six
+// boundaries, and the points are processed with all seven channels (not cut to the first four), so the log's
+// %RE is the site's.
+TEST(CliPushSettings, SevenChannelProbeKeepsItsSixBoundaries) {
+    TempDir dir;
+    const std::string site = dir.write(
+        "seven.json", R"({"name": "seven", "bottom_ft": 30, "layers": [{"top_ft": 0, "bottom_ft": 30,
+            "pct_re": 40, "shares": [8, 22, 20, 15, 15, 10, 10]}]})");
+    Pushed p;
+    push(dir, "--rate 2 --points 4 --mode 7 --site " + quote(site), p);
+    const auto rows = checkPointsByValue(p, 7, false);
+    EXPECT_EQ(p.ctx.channels, 7);
+    ASSERT_EQ(rows.size(), 4u);
+    for (const ExportRow& r : rows)
+        EXPECT_NEAR(r.signal, 40.0, 6.0) << r.depth;
 }
 
 // With the data board in the push the RE reference file keeps the RE's and the background's channel areas,
