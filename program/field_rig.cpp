@@ -174,6 +174,7 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     if (o.rodPauseS >= 0) add({"--rod-pause-s", formatNumber(o.rodPauseS, "#0.0##")});
     if (o.sweepMs >= 0) add({"--sweep-ms", std::to_string(o.sweepMs)});
     if (!o.scopeDump.empty()) add({"--scope-dump", o.scopeDump});
+    if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
     if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
     if (o.hd) add({"--hd"});
     sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));

@@ -139,6 +139,7 @@ struct SimOptions {
     int sweepMs = -1;         // the scope simulator's time per averaged sweep; negative: its own default
     double reScale = 1.0;     // brightness of the simulated reference emitter
     std::string scopeDump;    // the scope simulator's record of every curve it sent
+    std::string scopeStall;   // "RECORD,MS": that acquisition of the simulated scope completes MS later
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     bool hd = false;          // the data board's simulator too
     std::string site;         // the rig's site file; empty: its built-in site

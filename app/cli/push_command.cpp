@@ -62,6 +62,7 @@ struct PushArgs {
     int sweepMs = -1;         // the scope simulator's own default when negative
     double reScale = 1.0;     // brightness of the simulated reference emitter
     std::string scopeDump;    // the scope simulator's record of every curve it sent
+    std::string scopeStall;   // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;          // as "/H": the data board in the push
@@ -141,6 +142,7 @@ int runPush(const PushArgs& a) {
         o.sweepMs = a.sweepMs;
         o.reScale = a.reScale;
         o.scopeDump = a.scopeDump;
+        o.scopeStall = a.scopeStall;
         o.depthNoiseEvery = a.depthNoiseEvery;
         o.hd = hd;
         const auto config = program::startSimulators(host, o, sims);
@@ -351,6 +353,8 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->check(CLI::Range(0.0, 100.0));
     sc->add_option("--scope-dump", args->scopeDump,
                    "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--scope-stall", args->scopeStall,
+                   "Test aid, simulated scope: RECORD,MS: that acquisition completes MS later");
     sc->add_option("--depth-noise", args->depthNoiseEvery,
                    "Simulated depth board: a malformed line before every Nth reading (0: none)")
         ->check(CLI::Range(0, 1000000));

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 namespace zel::sim {
 namespace {
@@ -134,6 +135,30 @@ TEST(PresFlowUnit, ReadingsImplyTheLayersK) {
     const auto idle = presFlowReading(o, site, 0.0, false, 0.0);
     EXPECT_DOUBLE_EQ(idle.flowMlMin, 0.0);
     EXPECT_DOUBLE_EQ(idle.presDownPsi, o.surfacePsi);
+}
+
+} // namespace
+} // namespace zel::sim
+
+namespace zel::sim {
+namespace {
+
+// The README's example site file is the built-in site, layer for layer.
+TEST(SiteFile, TheDocumentedExampleIsTheBuiltInSite) {
+    std::string error;
+    const auto file = loadSite(std::string(ZEL_SOURCE_DIR) + "/docs/site-example.json", error);
+    ASSERT_TRUE(file) << error;
+    const Site built = defaultSite();
+    EXPECT_EQ(file->name, built.name);
+    EXPECT_EQ(file->waterTableFt, built.waterTableFt);
+    EXPECT_EQ(file->bottomFt, built.bottomFt);
+    ASSERT_EQ(file->layers.size(), built.layers.size());
+    for (std::size_t i = 0; i < built.layers.size(); ++i) {
+        const auto &a = file->layers[i], &b = built.layers[i];
+        EXPECT_EQ(std::tie(a.topFt, a.bottomFt, a.pctRe, a.shares, a.decayNs, a.ecMsPerM, a.kFtPerDay),
+                  std::tie(b.topFt, b.bottomFt, b.pctRe, b.shares, b.decayNs, b.ecMsPerM, b.kFtPerDay))
+            << "layer " << i;
+    }
 }
 
 } // namespace

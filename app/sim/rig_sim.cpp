@@ -39,6 +39,7 @@ struct RigArgs {
     int reAcquisitions = 1;
     double reScale = 1.0;
     std::string scopeDump;
+    std::vector<int> scopeStall; // record, milliseconds
     int depthNoiseEvery = 0;
     double calMvPerVPerIn = 1.0;
     double condMsPerV = 100.0;
@@ -114,6 +115,10 @@ int runRig(const RigArgs& a) {
     scopeOptions.darkAcquisitions = a.darkAcquisitions;
     scopeOptions.reAcquisitions = a.reAcquisitions;
     scopeOptions.reScale = a.reScale;
+    if (a.scopeStall.size() == 2) {
+        scopeOptions.stallRecord = a.scopeStall[0];
+        scopeOptions.stallMs = a.scopeStall[1];
+    }
     ScopeModel scope(model, scopeOptions, [&scopeClock] { return scopeClock.elapsed(); });
     scope.probeDepth = seen.depthFt;
     scope.onPushStart = seen.pushStarted;
@@ -243,6 +248,12 @@ void addRigSim(CLI::App& app, std::function<int()>& run) {
         ->check(CLI::Range(0.0, 100.0));
     sc->add_option("--scope-dump", a->scopeDump,
                    "Scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option(
+          "--scope-stall", a->scopeStall,
+          "Test aid: RECORD,MS: that acquisition of the scope completes MS later (a scope that stops "
+          "triggering for a while)")
+        ->delimiter(',')
+        ->expected(2);
     sc->add_option("--depth-noise", a->depthNoiseEvery,
                    "Depth board: a malformed line before every Nth reading (0: none)")
         ->check(CLI::Range(0, 1000000));

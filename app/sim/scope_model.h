@@ -26,6 +26,10 @@ struct ScopeSimOptions {
     int darkAcquisitions = 0;
     int reAcquisitions = 0;
     double reScale = 1.0;
+    // Test aid: the acquisition of this record (1 for the first) takes stallMs longer to complete, a scope
+    // that stops triggering for a while. 0: never.
+    int stallRecord = 0;
+    int stallMs = 0;
 };
 
 // One CURVE? answer as it left the scope, with the preamble texts the scope answers beside it.
@@ -84,6 +88,7 @@ private:
     double depthFt_ = 0.0;
     int esr_ = 0;
     bool opcPending_ = false;
+    bool stalled_ = false; // the stall of options_.stallRecord has been served
     std::int64_t opcDueMs_ = 0;
     int acquisitions_ = 0;
     int records_ = 0; // completed acquisitions, each one record

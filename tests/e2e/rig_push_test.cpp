@@ -113,7 +113,7 @@ TEST(RigPush, LogFollowsTheSiteLayers) {
         }
     }
     EXPECT_GE(inside, 6);
-    EXPECT_GE(outside, 15);
+    EXPECT_GE(outside, 10);
     EXPECT_GT(max->depth, 1.5);
     EXPECT_LT(max->depth, 3.0);
 }
