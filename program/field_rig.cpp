@@ -16,7 +16,7 @@ bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
     if (!s_.Connected) return false;
     if (source == "CH2") {
         std::int32_t status = 0;
-        s_.Tek_Wave_Acq(false, false, status);
+        s_.Tek_Wave_Acq(false, pushing_, status);
         lastStatus_ = status;
         if (status != 1) return false;
     } else {
@@ -47,11 +47,17 @@ void ScopeAdapter::SetDelay(double seconds) {
     s_.Tek_DelayTime(static_cast<float>(seconds), false);
 }
 
+void ScopeAdapter::setMinimumScale(float millivolts) {
+    if (millivolts > 0.0f && millivolts <= 10000.0f) s_.MinVertScale_mV = millivolts;
+}
+
 void ScopeAdapter::StartPush() {
+    pushing_ = true;
     s_.Tek_State_Run();
 }
 
 void ScopeAdapter::StopPush() {
+    pushing_ = false;
     s_.Tek_State_Stop();
 }
 

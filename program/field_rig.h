@@ -28,12 +28,16 @@ public:
     int Status() override;
     double Delay() override;
     void SetDelay(double seconds) override;
+    // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
+    // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
+    void setMinimumScale(float millivolts);
     void StartPush() override;
     void StopPush() override;
 
 private:
     cZEL_Scope& s_;
     int lastStatus_ = 1;
+    bool pushing_ = false;
 };
 
 // The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
@@ -162,7 +166,7 @@ public:
             std::vector<std::unique_ptr<SimChild>> sims, bool hdInUse, std::int64_t depthIdleMs = 0);
     ~PushRig();
 
-    acq::Scope& scope() { return scope_; }
+    ScopeAdapter& scope() { return scope_; }
     BoardAdapter& board() { return board_; }
     DepthAdapter& depth() { return depth_; }
     acq::Gps& gps() { return gps_; }

@@ -227,6 +227,7 @@ int runPush(const PushArgs& a) {
     PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
                 static_cast<std::int64_t>(a.idleSeconds * 1000.0));
     rig.setMetric(setup.metric);
+    rig.scope().setMinimumScale(static_cast<float>(s.yScale));
     int taken = 0;
     rig.depth().ended = [&] { return taken >= a.points; };
     acq::Scope& scopeAdapter = rig.scope();

@@ -1125,6 +1125,7 @@ bool MainWindow::startPush() {
     setup.timed = timedRequested_;
     setup.continuous = push_->Settings.continuous;
     instruments_->setMetric(setup.metric);
+    instruments_->scope().setMinimumScale(static_cast<float>(settings_.yScale));
     program::ConfigurePush(setup,
                            program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m),
                                                      reference_->RE().ChannelCount,
