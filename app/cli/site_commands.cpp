@@ -10,6 +10,7 @@
 #include "log/load_file.h"
 #include "log/path_text.h"
 #include "log/raw_log_format.h"
+#include "program/settings_model.h"
 #include "site/las_export.h"
 #include "site/log_summary.h"
 
@@ -41,6 +42,7 @@ std::unique_ptr<Loaded> load(const std::string& file, Host& host) {
     auto l = std::make_unique<Loaded>(host);
     LoadSession session;
     session.family = familyOfPath(file);
+    session.processing = program::OptionsFileLoadProcessing();
     LoadRequest request;
     request.path = file;
     request.quiet = true;
