@@ -79,7 +79,7 @@ public:
     std::optional<float> resetTo;
 
     bool StatusGood() override { return good; }
-    void Reset(float startDepth) override { resetTo = startDepth; }
+    void Reset(std::optional<float> startDepth) override { resetTo = startDepth; }
     void Read() override { ++reads; }
     float Current() override { return script.empty() ? 0.0f : script[index()]; }
     float Rate() override { return index() < rates.size() ? rates[index()] : 0.0f; }

@@ -6,6 +6,7 @@
 #include "waveform/waveform_record.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -62,7 +63,9 @@ public:
 // The depth source during a push. Depths and rates are in the log's unit (feet or metres; in/s or cm/s).
 class PushDepth : public DepthSource {
 public:
-    virtual void Reset(float startDepth) = 0;
+    // The start of a push: the source's push counters start again and, with a start depth, it reads that
+    // depth from here on. None: it keeps its reading.
+    virtual void Reset(std::optional<float> startDepth) = 0;
     // Polls the source; the source keeps its own step logic and decides when the depth advances.
     virtual void Read() = 0;
     virtual float Current() = 0;

@@ -10,10 +10,12 @@
 namespace zel::acq {
 
 LogRecorder::LogRecorder(Host& host, const Clock& clock, cZEL_Data& log, LogArrays& arrays, FormSet& forms,
-                         std::string rawLogPath, std::string dataRoot)
+                         std::string rawLogPath, std::string dataRoot, LogFamily family)
     : host_(host), clock_(clock), log_(log), arrays_(arrays), forms_(forms),
-      rawPath_(withRawLogExtension(rawLogPath, LogFamily::Lif)), dataRoot_(std::move(dataRoot)),
-      columns_(push_column::Count, 0.0f) {}
+      rawPath_(withRawLogExtension(rawLogPath, family)), dataRoot_(std::move(dataRoot)),
+      columns_(push_column::Count, 0.0f) {
+    Context.family = family;
+}
 
 bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode) {
     const cZEL_Waveform& re = reference.RE();

@@ -29,9 +29,10 @@ struct RecordedFiles {
 
 class LogRecorder : public PushRecorder {
 public:
-    // rawLogPath: the log's path with or without its extension; dataRoot: where the run log goes.
+    // rawLogPath: the log's path with or without its extension; dataRoot: where the run log goes. The
+    // family gives the extensions (O2 mode records ".o2.raw.bin" and its exports).
     LogRecorder(Host& host, const Clock& clock, cZEL_Data& log, LogArrays& arrays, FormSet& forms,
-                std::string rawLogPath, std::string dataRoot);
+                std::string rawLogPath, std::string dataRoot, LogFamily family = LogFamily::Lif);
 
     RawLogContext Context;
 

@@ -69,8 +69,11 @@ void PushControl::preparePointWave() {
     point_->AcqType = ref_.AcqType;
     point_->FirmwareVersion = ref_.FirmwareVersion;
     point_->WidthLimit = Settings.widthLimit;
+    point_->Gain = Settings.gain;
+    point_->Exclude = Settings.exclude;
+    point_->ExcludeCH1 = Settings.excludeCH1;
+    point_->CH1Correction = Settings.ch1Correction;
     point_->CopyCutoffs(re);
-    point_->ChannelCount = static_cast<std::int16_t>(Settings.channelCount);
     point_->CopyReference(re);
     if (!ref_.Background.empty()) point_->SetBackground(ref_.Background.samples);
 }
@@ -82,7 +85,7 @@ bool PushControl::StartPush() {
     lastDepth_ = -9.0f;
     if (Settings.startDepth)
         lastDepth_ = *Settings.startDepth < 0.0f ? -0.001f : *Settings.startDepth - 0.001f;
-    depth_.Reset(Settings.startDepth.value_or(0.0f));
+    depth_.Reset(Settings.startDepth);
     depth_.Read();
     if (!recorder_.Begin(ref_, depth_.Current(), depth_.Mode())) return false;
 

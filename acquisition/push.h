@@ -63,8 +63,13 @@ struct PushSettings {
     bool emulationAutoStop = false;
     int emulationStopCount = 0;
     std::string stepText = "0.05"; // the depth step as the settings show it
-    int channelCount = 3;          // boundaries: 3 or 6
+    // The points' processing beyond the RE's own (layout, options and boundaries, their count included,
+    // come from the RE, so a seven-channel RE is never cut to four channels).
     std::int16_t widthLimit = 0;
+    std::array<float, kGainChannels> gain{};
+    std::array<bool, kGainChannels> exclude{};
+    bool excludeCH1 = false;
+    float ch1Correction = 0.0f;
 };
 
 // 2 .. 300 seconds.

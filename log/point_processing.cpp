@@ -11,6 +11,7 @@ LogPointProcessing::LogPointProcessing(Host& host, const PointProcessingSetup& s
     : host_(host), setup_(setup) {}
 
 void LogPointProcessing::prepare(const cZEL_Data& log, const RawLogContext& ctx) {
+    if (setup_.forLog) setup_.forLog(setup_, log, ctx);
     // A log keeps its channel count, not its number of boundaries: seven channels are six boundaries.
     const auto boundaries = static_cast<std::int16_t>(ctx.channels > 4 ? 6 : 3);
     const auto cut = log.Cutoff_Index();
@@ -35,6 +36,8 @@ void LogPointProcessing::prepare(const cZEL_Data& log, const RawLogContext& ctx)
     point_->Gain = setup_.gain;
     point_->Exclude = setup_.exclude;
     point_->ExcludeCH1 = setup_.excludeCH1;
+    point_->CH1Correction = setup_.ch1Correction;
+    point_->FirmwareVersion = setup_.firmwareVersion;
     point_->DeltaX = log.Wave_DeltaX();
     point_->ComputeStdDev = false;
 }
@@ -66,7 +69,8 @@ bool LogPointProcessing::reference(const LogArrays& arrays) {
     if (!re_->Process_RE(re, true, false)) return false;
 
     point_->CopyCutoffs(*re_);
-    point_->ChannelCount = static_cast<std::int16_t>(setup_.channelCount == 6 ? 6 : 3);
+    // The points take the RE's boundaries, and so its count: a seven-channel RE is never cut to four.
+    point_->ChannelCount = static_cast<std::int16_t>(re_->ChannelCount == 6 ? 6 : 3);
     point_->CopyReference(*re_);
     scratch_.assign(static_cast<std::size_t>(arrays.waves.width()), 0.0f);
     ready_ = true;

@@ -16,6 +16,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -26,13 +27,18 @@ namespace zel {
 struct PointProcessingSetup {
     WaveformOptions options;
     int acqType = 0; // 1: gated layout
-    // Boundaries the points are processed with (3 or 6), the push's setting; the RE keeps the count its
-    // own search found (DATA_INFO Channels), as in the push.
+    // Boundaries (3 or 6) as the log's RE has them (DATA_INFO Channels). The points are processed with the
+    // count the RE ends up with, so a seven-channel RE is never cut to four channels.
     int channelCount = 3;
     std::int16_t widthLimit = 0;
     std::array<float, kGainChannels> gain{};
     std::array<bool, kGainChannels> exclude{};
     bool excludeCH1 = false;
+    float ch1Correction = 0.0f;
+    int firmwareVersion = 0;
+    // Settings that depend on the log itself (its mode, its channel count): called once INFO and DATA_INFO
+    // are read, before anything is processed. None: the settings stand as given.
+    std::function<void(PointProcessingSetup&, const cZEL_Data&, const RawLogContext&)> forLog;
 };
 
 class LogPointProcessing {

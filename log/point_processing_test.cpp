@@ -54,8 +54,8 @@ TEST(PointProcessing, ALoadedLogHasThePushsPointValues) {
         cZEL_Waveform point(host);
         point.AcqType = acqType;
         point.DeltaX = kDeltaX;
+        // The points take the RE's boundaries and their count (six for the seven-channel RE).
         point.CopyCutoffs(re);
-        point.ChannelCount = 3;
         point.CopyReference(re);
         point.SetBackground(bg);
 
@@ -98,6 +98,45 @@ TEST(PointProcessing, ALoadedLogHasThePushsPointValues) {
         EXPECT_EQ(dataExportText(log, back, false), dataExportText(log, arrays, false));
         EXPECT_TRUE(host.messages().empty());
     }
+}
+
+// A seven-channel log loaded with the program's ordinary settings (three boundaries): its points keep the
+// RE's six, so a point that is the RE itself is 100 %RE, not the share of its first four channels.
+TEST(PointProcessing, SevenChannelPointsKeepTheREsSixBoundaries) {
+    testdata::TempFolder dir;
+    ::zel::testing::RecordingHost host;
+    FakeClock clock;
+    const std::vector<float> reRaw = ::zel::testing::pulseTrain(
+        kSamples,
+        {{40, 97.3f}, {100, 81.7f}, {160, 58.9f}, {220, 41.3f}, {280, 30.1f}, {340, 22.2f}, {400, 15.5f}},
+        0.9f);
+    cZEL_Data log(host, clock);
+    LogArrays arrays;
+    RawLogContext ctx;
+    ASSERT_EQ(arrays.resize(kSamples, point_column::PushCount, 1, false), ArrayStatus::Ok);
+    arrays.re.samples = reRaw;
+    keepAsListValues(arrays.re.samples, list_decimals::Wave);
+    std::vector<float> point = arrays.re.samples;
+    point[kSamples - 1] = point[kSamples - 2] = 0.0f; // as the push stores its waveforms
+    std::copy(point.begin(), point.end(), arrays.waves.row(0).begin());
+    cZEL_Waveform re(host);
+    re.DeltaX = kDeltaX;
+    std::vector<float> samples = arrays.re.samples;
+    re.Process_Cutoffs(samples, false);
+    ASSERT_EQ(re.ChannelCount, 6);
+    log.DataPoints(0);
+    log.WavePoints(kSamples - 1);
+    log.DataSets(point_column::PushCount);
+    log.Wave_DeltaX(kDeltaX);
+    log.Cutoff_Index({re.Cutoff[0], re.Cutoff[1], re.Cutoff[2]});
+    ctx.channels = 7;
+    const std::string path = SaveRawLog(dir.file("seven"), log, arrays, ctx, host).path;
+
+    LogArrays back;
+    RawLogLoadOptions options;
+    options.processing.channelCount = 3;
+    ASSERT_TRUE(LoadRawLog(path, log, back, ctx, host, options).pointValues);
+    EXPECT_NEAR(back.columns(point_column::Signal, 0), 100.0f, 1e-3f);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "log/data_export.h"
 #include "log/load_file.h"
 #include "log/raw_log_format.h"
+#include "program/settings_model.h"
 
 #include <iostream>
 #include <memory>
@@ -30,6 +31,7 @@ std::optional<std::string> exportOne(const std::string& file, const std::string&
     RawLogContext ctx;
     LoadSession session;
     session.family = familyOfPath(file);
+    session.processing = program::OptionsFileLoadProcessing();
     LoadRequest request;
     request.path = file;
     request.quiet = true;

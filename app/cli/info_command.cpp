@@ -7,6 +7,7 @@
 #include "log/log_arrays.h"
 #include "log/log_data.h"
 #include "log/raw_log_reader.h"
+#include "program/settings_model.h"
 
 #include <nlohmann/json.hpp>
 
@@ -79,6 +80,7 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     RawLogContext ctx;
     RawLogLoadOptions options;
     options.repair = !args.noRepair;
+    options.processing = program::OptionsFileLoadProcessing();
     const RawLogLoadResult r = LoadRawLog(args.path, log, arrays, ctx, host, options);
     if (!r.ok) {
         err << "zel-cli info: " << args.path << " could not be loaded:\n" << shownStream.str();

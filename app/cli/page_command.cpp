@@ -13,6 +13,7 @@
 #include "log/load_file.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_format.h"
+#include "program/settings_model.h"
 #include "settings/startup/modes.h"
 #include "settings/startup/startup_settings.h"
 
@@ -55,6 +56,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     RawLogContext ctx;
     LoadSession session;
     session.family = familyOfPath(file);
+    session.processing = program::OptionsFileLoadProcessing();
     LoadRequest request;
     request.path = file;
     request.quiet = true;
@@ -71,7 +73,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     source.birchMode = ctx.birchMode;
     std::string modelName = log.mode();
     int pageFont = 11;
-    if (const ModeEntry* mode = findMode(ctx.modeId)) {
+    if (const ModeEntry* mode = findMode(program::LogMode(ctx.modeId, log.mode(), 0))) {
         for (std::size_t i = 0; i < source.labels.size(); ++i)
             source.labels[i] = mode->labels[i];
         modelName = mode->model;

@@ -7,14 +7,17 @@
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/cli/command.h"
-#include "app/cli/field_rig.h"
 #include "app/cli/startup_command.h"
+#include "program/field_rig.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
 #include "common/version.h"
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
+#include "program/field_rig.h"
+#include "program/push_setup.h"
+#include "program/settings_model.h"
 #include "settings/data_root.h"
 #include "settings/memory_form.h"
 #include "settings/startup/command_line.h"
@@ -32,6 +35,9 @@ namespace zel::cli {
 
 namespace {
 
+using program::PushRig;
+using program::SimChild;
+
 struct PushArgs {
     bool sim = false;
     int points = 20;
@@ -39,6 +45,12 @@ struct PushArgs {
     std::string name = "Push";
     bool metric = false;
     int mode = -1; // the start-up mode (from the switches) when negative
+    // Flags over the options file's Setup form; none: the form's value stands.
+    std::optional<float> startDepth;
+    std::optional<float> stopDepth;
+    std::optional<float> timedSeconds;
+    bool continuous = false;
+    std::optional<int> delaySeconds;
     bool noAreaCheck = false;
     bool yes = false;
     bool no = false;
@@ -103,10 +115,25 @@ int runPush(const PushArgs& a) {
     }
     const bool hd = s.hd;
 
+    // The set-up as the desktop left it in the options file, with the flags over it.
+    program::SettingsModel model;
+    model.readOptionsFile(optionsFilePath());
+    program::PushSetup setup = program::ReadPushSetup(model);
+    if (a.metric) setup.metric = true;
+    if (a.startDepth) setup.startDepth = a.startDepth;
+    if (a.stopDepth) setup.stopDepth = a.stopDepth;
+    if (a.timedSeconds) {
+        setup.timed = true;
+        setup.intervalSeconds = acq::ClampInterval(*a.timedSeconds);
+    }
+    if (a.continuous) setup.continuous = true;
+    if (a.delaySeconds) setup.startDelaySeconds = *a.delaySeconds;
+    const program::ProcessingSetup processingSetup = program::ReadProcessingSetup(model);
+
     std::vector<std::unique_ptr<SimChild>> sims;
     std::unique_ptr<FieldInstruments> instruments;
     if (a.sim) {
-        SimOptions o;
+        program::SimOptions o;
         o.rateFtPerS = a.rateFtPerS;
         o.site = a.site;
         o.seed = a.seed;
@@ -118,7 +145,7 @@ int runPush(const PushArgs& a) {
         o.scopeStall = a.scopeStall;
         o.depthNoiseEvery = a.depthNoiseEvery;
         o.hd = hd;
-        const auto config = startSimulators(host, o, sims);
+        const auto config = program::startSimulators(host, o, sims);
         if (!config) return 1;
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
         // The simulated board is opened after the scope (below), so start-up does not take the simulators
@@ -155,15 +182,17 @@ int runPush(const PushArgs& a) {
     std::filesystem::create_directories(a.out);
     MemoryFormSet forms;
     cZEL_Data log(host, clock);
-    log.Metric(a.metric);
+    log.Metric(setup.metric);
+    // Timed points are spaced in time: their depths count minutes.
+    log.TimeMode(setup.timed);
     const int mode = a.mode >= 0 ? a.mode : s.mode;
     const ModeEntry* modeEntry = findMode(mode);
     const bool emulated = a.sim || depth.Source() == DepthSource::Emulate;
-    log.setInfoSource([&a, modeEntry, emulated] {
+    log.setInfoSource([&setup, modeEntry, emulated] {
         LogInfo info;
         info.mode = modeEntry ? modeEntry->model : "";
         info.version = kVersionText;
-        info.metric = a.metric;
+        info.metric = setup.metric;
         info.emulate = emulated;
         return info;
     });
@@ -189,28 +218,31 @@ int runPush(const PushArgs& a) {
     });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
-                              (std::filesystem::path(a.out) / a.name).string(), a.out);
+                              (std::filesystem::path(a.out) / a.name).string(), a.out,
+                              s.o2 ? LogFamily::O2 : LogFamily::Lif);
     // Conductivity is logged when a source digitises it: the depth board's analogue input 1, or the data
     // board's input in HD-board mode.
     recorder.Context.conductivity = hd || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
     FieldInstruments& drivers = *instruments;
     PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
                 static_cast<std::int64_t>(a.idleSeconds * 1000.0));
-    rig.setMetric(a.metric);
+    rig.setMetric(setup.metric);
+    rig.scope().setMinimumScale(static_cast<float>(s.yScale));
     int taken = 0;
     rig.depth().ended = [&] { return taken >= a.points; };
     acq::Scope& scopeAdapter = rig.scope();
-    BoardAdapter& board = rig.board();
-    DepthAdapter& depthAdapter = rig.depth();
+    program::BoardAdapter& board = rig.board();
+    program::DepthAdapter& depthAdapter = rig.depth();
     acq::Gps& gpsAdapter = rig.gps();
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
-    reference.Mode = mode;
+    // The RE and background are processed in the mode's layout, before the RE says how many channels.
+    program::ConfigureReference(program::DeriveProcessing(mode, processingSetup), reference);
+    reference.Gates = program::ReadGateOptions(model);
+    if (a.noAreaCheck) reference.Gates.noAreaCheck = true;
     acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
                           recorder);
-    push.Settings.metric = a.metric;
-    push.Settings.startDepth = -1.0f;
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
         taken = n;
         std::cout << "point " << n << " depth " << formatNumber(p.depth, "#0.000") << " signal "
@@ -223,13 +255,18 @@ int runPush(const PushArgs& a) {
         std::cerr << "zel-cli push: no background\n";
         return 1;
     }
-    reference.Gates.noAreaCheck = a.noAreaCheck;
     if (!reference.AcquireReference(acq::kRE)) {
         std::cerr << "zel-cli push: the RE was not accepted\n";
         return 1;
     }
+    // With the data board in the push the RE reference file keeps this RE and background.
+    program::WriteReferenceFile(acq::kRE, reference, board, dataRoot(), clock);
     if (a.reAgeMinutes > 0 && reference.RETime)
         reference.RETime = reference.RETime->addSeconds(-60LL * a.reAgeMinutes);
+    program::ConfigurePush(setup,
+                           program::DeriveProcessing(mode, processingSetup, reference.RE().ChannelCount,
+                                                     reference.FirmwareVersion),
+                           push.Settings, depthAdapter);
     if (!push.StartPush()) {
         std::cerr << "zel-cli push: the push was not started\n";
         return 1;
@@ -245,6 +282,8 @@ int runPush(const PushArgs& a) {
     const acq::RecordedFiles& files = recorder.Files();
     nlohmann::ordered_json j;
     j["points"] = push.Points();
+    j["push_number"] = reference.PushNumber;
+    j["emulated_steps"] = push.EmulatedSteps();
     j["max_signal"] = recorder.SignalMax().value;
     j["max_signal_depth"] = recorder.SignalMax().depthOfMax;
     j["raw_log"] = files.rawLog;
@@ -271,6 +310,17 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->capture_default_str();
     sc->add_option("--name", args->name, "Log name without extension")->capture_default_str();
     sc->add_flag("--metric", args->metric, "Depths in metres");
+    sc->add_option("--start-depth", args->startDepth,
+                   "Depth the encoder is reset to at the start (feet, or metres with --metric)")
+        ->check(CLI::Range(-1000.0, 100000.0));
+    sc->add_option("--stop-depth", args->stopDepth, "Stop the push automatically at this depth")
+        ->check(CLI::Range(-1000.0, 100000.0));
+    sc->add_option("--timed", args->timedSeconds,
+                   "The timed variant: a point every S seconds (2 .. 300), the depth counting minutes")
+        ->check(CLI::Range(0.0, 86400.0));
+    sc->add_flag("--continuous", args->continuous, "Continuous depth: a point on every pass, moving or not");
+    sc->add_option("--delay", args->delaySeconds, "Wait this many seconds before the first point")
+        ->check(CLI::Range(0, 86400));
     sc->add_option("--mode", args->mode, "Operating mode (default: the switches' mode)")
         ->check(CLI::Range(0, 99));
     sc->add_flag("--no-area-check", args->noAreaCheck,

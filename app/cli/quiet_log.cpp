@@ -3,6 +3,7 @@
 #include "common/atomic_file.h"
 #include "log/load_file.h"
 #include "log/path_text.h"
+#include "program/settings_model.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,6 +16,8 @@ std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host) {
     auto l = std::make_unique<QuietLog>(host);
     LoadSession session;
     session.family = familyOfPath(file);
+    // The processing settings follow each log's own mode and the options file's set-up.
+    session.processing = program::OptionsFileLoadProcessing();
     LoadRequest request;
     request.path = file;
     request.quiet = true;

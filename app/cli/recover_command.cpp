@@ -4,6 +4,9 @@
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "log/recovery.h"
+#include "log/run_log.h"
+#include "program/settings_model.h"
+#include "settings/data_root.h"
 
 #include <iostream>
 #include <memory>
@@ -24,13 +27,16 @@ int runRecover(const RecoverArgs& args) {
     cZEL_Data log{host, clock};
     LogArrays arrays;
     RawLogContext ctx;
-    const RecoveryResult r = RecoverFromTempFile(args.temp, args.log, log, arrays, ctx, host);
+    const RecoveryResult r = RecoverFromTempFile(args.temp, args.log, log, arrays, ctx, host,
+                                                 program::OptionsFileLoadProcessing());
     if (!r.ok) {
         std::cerr << "zel-cli recover: " << args.temp << " could not be recovered\n";
         return 1;
     }
     std::cout << "recovered: " << r.recoveredPath << '\n';
     std::cout << "points: " << r.points << '\n';
+    // The recovered log is a log of the run like any other: it gets its run-log entry.
+    std::cout << "run_log: " << WriteRunLog(dataRoot(), log, clock, false) << '\n';
     if (r.droppedBytes > 0)
         std::cout << "dropped: " << r.droppedBytes << " bytes of a last point cut short\n";
     return 0;

@@ -17,10 +17,10 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     // The drivers are created once, opened by the sequence's steps, and handed to the main window for its
     // pushes. With --sim they are pointed at zel-sim children started here.
     StartupSettings resolvedSettings = settings;
-    std::vector<std::unique_ptr<cli::SimChild>> sims;
+    std::vector<std::unique_ptr<program::SimChild>> sims;
     std::unique_ptr<FieldInstruments> drivers;
     if (how.sim && !settings.fileMode) {
-        if (const auto config = cli::startSimulators(host, how.simOptions, sims))
+        if (const auto config = program::startSimulators(host, how.simOptions, sims))
             drivers = std::make_unique<FieldInstruments>(host, clock, *config);
         else
             sims.clear();
@@ -44,8 +44,8 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
         window.applyStartupSettings(resolved);
         // A push needs at least the scope and the depth source; without them the window is the viewer.
         if (!settings.fileMode && drivers->ScopeOpen() && drivers->DepthOpen())
-            window.setInstruments(std::make_unique<cli::PushRig>(host, clock, std::move(drivers),
-                                                                 std::move(sims), resolved.hd));
+            window.setInstruments(std::make_unique<program::PushRig>(host, clock, std::move(drivers),
+                                                                     std::move(sims), resolved.hd));
         window.show();
         if (how.mainWindowShown) how.mainWindowShown();
     };

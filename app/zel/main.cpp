@@ -92,7 +92,7 @@ bool isExistingFile(const std::string& path) {
 int main(int argc, char** argv) {
     std::vector<std::string> args;
     bool sim = false;
-    zel::cli::SimOptions simOptions;
+    zel::program::SimOptions simOptions;
     std::string screenshot;
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];

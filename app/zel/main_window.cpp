@@ -11,7 +11,10 @@
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
 #include "log/recovery.h"
+#include "log/run_log.h"
 #include "log/wave_export.h"
+#include "program/push_setup.h"
+#include "program/settings_model.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
 #include "settings/startup/command_line.h"
@@ -63,6 +66,7 @@ constexpr const char* kAdv = "frmAdvOptions";
 constexpr const char* kComm = "frmComm";
 constexpr const char* kHP = "frmHP";
 constexpr const char* kCallout = "frmCallout";
+constexpr const char* kWaveMath = "frmWaveMath";
 constexpr const char* kRecentSection = "RecentLogs";
 constexpr const char* kPositionSection = "MainWindow";
 constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
@@ -216,6 +220,13 @@ void MainWindow::buildPages() {
         lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
         lineEdit(pf, "txtInterval", "Timed interval (s)", "2");
         lineEdit(pf, "txtStep", "Depth step", "0.05");
+        checkBox(pf, program::control::kAutoStop, "Stop automatically at the stop depth");
+        lineEdit(pf, program::control::kStopDepth, "Stop depth", "");
+        checkBox(pf, program::control::kEmulateStop, "Stop the depth emulator after a number of steps");
+        lineEdit(pf, program::control::kEmulateStopCount, "Emulated steps to stop at", "0");
+        // Live read-outs ("txtcomm_": never kept in the options file).
+        lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
+        lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
         checkBox(pf, "chkPresFlow", "Log pressure and flow", settings_.pressureFlow);
         QStringList probes;
         int selected = 0;
@@ -231,7 +242,10 @@ void MainWindow::buildPages() {
             if (i < 0 || i >= static_cast<int>(table.size())) return;
             setMode(settings_, table[static_cast<std::size_t>(i)].mode);
             settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
-            if (reference_) reference_->Mode = settings_.mode;
+            if (reference_) {
+                reference_->Mode = settings_.mode;
+                applyGateOptions();
+            }
             applyModeLook();
             refreshPlot(true);
         });
@@ -295,6 +309,26 @@ void MainWindow::buildPages() {
         checkBox(rv, acq::kFixedCutoffsControl, "Fixed channel boundaries");
         checkBox(rv, "chkSuppressPrompts", "Skip the start-of-push questions");
         v->addWidget(reBox);
+
+        // How each point's waveform is processed, in the push and in every load.
+        namespace pc = program::control;
+        auto* procBox = named(new QGroupBox("Processing"), "fraProcessing");
+        auto* pr = new QFormLayout(procBox);
+        lineEdit(pr, pc::kWidthLimit, "Channel width limit (samples, 0: none)", "0");
+        checkBox(pr, pc::kApplyGains, "Apply the channel gains");
+        for (int i = 0; i < kGainChannels; ++i) {
+            auto* gain = new QLineEdit("1");
+            setControlArray(gain, pc::kGain, i);
+            pr->addRow(QStringLiteral("Gain CH%1").arg(i + 1), gain);
+        }
+        for (int i = 0; i < kGainChannels; ++i) {
+            auto* exclude = new QCheckBox(QStringLiteral("Exclude CH%1").arg(i + 1));
+            setControlArray(exclude, pc::kExclude, i);
+            pr->addRow(exclude);
+        }
+        checkBox(pr, pc::kExcludeCH1, "Exclude CH1 (scatter)");
+        lineEdit(pr, pc::kCH1Correction, "CH1 correction term (0: none)", "0");
+        v->addWidget(procBox);
 
         auto* scopeBox = named(new QGroupBox("Scope"), "fraScope");
         auto* sf = new QFormLayout(scopeBox);
@@ -423,25 +457,41 @@ void MainWindow::buildPages() {
         });
     }
 
+    // Wave mathematics: the %RE options of the gated layout and the diagnostics.
+    auto* waveMathPage = new QWidget;
+    {
+        namespace pc = program::control;
+        auto* v = new QVBoxLayout(waveMathPage);
+        checkBox(v, pc::kScatterScaling, "Scale the scatter by the RE's scatter ratio (gated probes)");
+        checkBox(v, pc::kPlainRE, "Plain %RE: fluorescence against the RE's, no scatter correction");
+        checkBox(v, pc::kFirstSample, "Store sample 0 as %RE (baseline diagnostic)");
+        checkBox(v, pc::kCalloutFluorColour, "Colour callouts by their fluorescence channels");
+        checkBox(v, pc::kBaseline, "Baseline: offer a log's stored baseline when it is loaded");
+        v->addStretch();
+    }
+
     tabs_->addTab(scrolled(infoPage_), "Info");
     tabs_->addTab(scrolled(setupPage), "Setup");
     tabs_->addTab(scrolled(commPage), "Comm");
     tabs_->addTab(scrolled(advPage), "Advanced");
+    tabs_->addTab(scrolled(waveMathPage), "Wave math");
     tabs_->addTab(scrolled(hpPage), "HP tests");
     tabs_->addTab(scrolled(calloutPage), "Callouts");
-    const char* tips[] = {"Log information",     "Setup",   "Communications", "Advanced options",
-                          "Hydraulic profiling", "Callouts"};
+    const char* tips[] = {
+        "Log information",     "Setup",   "Communications", "Advanced options", "Wave mathematics",
+        "Hydraulic profiling", "Callouts"};
     for (int i = 0; i < tabs_->count(); ++i)
         tabs_->setTabToolTip(i, QString::fromLatin1(tips[i]));
 
     forms_.add({infoPage_, setupPage}, kTab);
     forms_.add({advPage}, kAdv);
+    forms_.add({waveMathPage}, kWaveMath);
     forms_.add({commPage}, kComm);
     forms_.add({hpPage}, kHP);
     forms_.add({calloutPage}, kCallout);
 
     // A plot setting changed by the user (or restored from a file) redraws the plot at once.
-    for (QWidget* page : {setupPage, advPage, calloutPage}) {
+    for (QWidget* page : {setupPage, advPage, waveMathPage, calloutPage}) {
         for (QCheckBox* c : page->findChildren<QCheckBox*>())
             connect(c, &QCheckBox::toggled, this, [this] { refreshPlot(true); });
         for (QRadioButton* r : page->findChildren<QRadioButton*>())
@@ -557,8 +607,7 @@ void MainWindow::updateActions() {
 void MainWindow::applyStartupSettings(const StartupSettings& s) {
     settings_ = s;
     session_.family = s.colour ? LogFamily::Colour : s.o2 ? LogFamily::O2 : LogFamily::Lif;
-    // Loading recomputes the points' %RE and channel values with the layout of the program's mode.
-    session_.processing.acqType = s.labels[0] == "Sctr" ? 1 : 0;
+    naming_ = program::NamingFor(s.colour, s.o2, s.birch);
     if (auto* probe = findChild<QComboBox*>("lstProbe")) {
         // Selected quietly: a choice made here would bring the probe's own look, not the one start-up chose.
         const QSignalBlocker quiet(probe);
@@ -730,8 +779,10 @@ bool MainWindow::loadLog(const std::string& path) {
     request.path = path;
     request.plot = {&forms_, &plotWindows_};
     if (session_.initialDir.empty()) session_.initialDir = options_->InitDir;
+    session_.processing = loadProcessing();
+    session_.baselineFeature = settingsModel().checked(kWaveMath, program::control::kBaseline);
     const LoadResult r = Load_File(request, session_, {log_, arrays_, ctx_}, host_);
-    loadedFromPush_ = false;
+    pointValues_ = r.outcome == LoadOutcome::Loaded && r.pointValues;
     if (r.outcome != LoadOutcome::Loaded) {
         // A failed read may have left part of a log: show what is there rather than a stale plot.
         if (r.outcome == LoadOutcome::Failed) refreshPlot(false);
@@ -821,7 +872,7 @@ bool MainWindow::requireLog(bool withPoints) {
 
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
-    if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, loadedFromPush_))
+    if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, pointValues_))
         status(QStringLiteral("Data exported to %1").arg(qpath(*path)));
 }
 
@@ -939,12 +990,12 @@ void MainWindow::loadCalloutScheme(int scheme) {
 
 // ---- acquisition
 
-void MainWindow::setInstruments(std::unique_ptr<cli::PushRig> instruments) {
+void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
     push_.reset();
     reference_.reset();
     instruments_ = std::move(instruments);
     if (instruments_) {
-        cli::PushRig& in = *instruments_;
+        program::PushRig& in = *instruments_;
         reference_ =
             std::make_unique<acq::ReferenceControl>(host_, clock_, in.scope(), in.board(), in.depth());
         reference_->Mode = settings_.mode;
@@ -958,6 +1009,10 @@ void MainWindow::setInstruments(std::unique_ptr<cli::PushRig> instruments) {
             if (auto* live = findChild<QLineEdit*>("txtcomm_GPS"); live && p.position.valid)
                 live->setText(qs(formatNumber(p.position.latitude, "#0.00000") + ", " +
                                  formatNumber(p.position.longitude, "#0.00000")));
+            if (auto* live = findChild<QLineEdit*>("txtcomm_EmulatedSteps"))
+                live->setText(QString::number(push_->EmulatedSteps()));
+            if (auto* live = findChild<QLineEdit*>("txtcomm_PushNumber"))
+                live->setText(QString::number(reference_->PushNumber));
             status(QStringLiteral("Point %1  depth %2  %RE %3")
                        .arg(n)
                        .arg(qs(formatNumber(p.depth, "#0.00")), qs(formatNumber(p.signal, "#0.00"))));
@@ -1017,9 +1072,23 @@ LogInfo MainWindow::infoFromPage() const {
     return info;
 }
 
+program::SettingsModel MainWindow::settingsModel() {
+    program::SettingsModel m;
+    m.readForms(forms_);
+    return m;
+}
+
+PointProcessingSetup MainWindow::loadProcessing() {
+    return program::LoadProcessing(program::ReadProcessingSetup(settingsModel()), settings_.mode,
+                                   reference_ ? reference_->FirmwareVersion : 0);
+}
+
 void MainWindow::applyGateOptions() {
-    if (Form* adv = forms_.form(kAdv)) reference_->Gates = acq::ReadGateOptions(*adv);
-    reference_->Mode = settings_.mode;
+    const program::SettingsModel m = settingsModel();
+    reference_->Gates = program::ReadGateOptions(m);
+    program::ConfigureReference(program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m), 3,
+                                                          reference_->FirmwareVersion),
+                                *reference_);
     reference_->SuppressPrompts = controlChecked(kAdv, "chkSuppressPrompts");
 }
 
@@ -1050,6 +1119,7 @@ bool MainWindow::acquireReference(int kind) {
     applyGateOptions();
     host_.setBusy(true);
     const bool ok = reference_->AcquireReference(kind);
+    if (ok) program::WriteReferenceFile(kind, *reference_, instruments_->board(), dataRoot_, clock_);
     host_.setBusy(false);
     if (kind == acq::kRE) showREPanel();
     if (ok) status(kind == acq::kRE ? QStringLiteral("RE taken") : QStringLiteral("Background taken"));
@@ -1063,9 +1133,11 @@ bool MainWindow::startPush() {
         host_.message("Take an RE first (Acquisition > RE).", MsgButtons::Ok, MsgIcon::Exclamation);
         return false;
     }
-    std::string proposed(trimBlanks(controlText(kTab, "txtLogName")));
-    if (proposed.empty())
-        proposed = nextLogName(lastLogName_, settings_.birch ? NamingMode::Birch : NamingMode::Lif);
+    if (naming_.family() == LogFamily::Colour) {
+        host_.message("Colour mode has no push in this program.", MsgButtons::Ok, MsgIcon::Exclamation);
+        return false;
+    }
+    const std::string proposed = naming_.Proposal(controlText(kTab, "txtLogName"));
     std::optional<std::string> autoFolder;
     if (controlChecked(kTab, "chkAutoName")) {
         std::string folder(trimBlanks(controlText(kTab, "txtLogFolder")));
@@ -1075,39 +1147,42 @@ bool MainWindow::startPush() {
         autoFolder = folder;
     }
     const std::optional<std::string> path =
-        chooseLogPath(proposed, LogFamily::Lif, autoFolder, options_->InitDir, host_);
+        chooseLogPath(proposed, naming_.family(), autoFolder, options_->InitDir, host_);
     if (!path) return false;
     // A new log named for recording: its folder and name are where the next session starts.
     options_->SaveInitDir(std::filesystem::path(*path).parent_path().string());
     options_->SaveInitFile(*path);
 
-    acq::PushSettings& s = push_->Settings;
-    s.metric = controlChecked(kTab, "chkMetric");
-    const std::optional<double> start = numberOf(controlText(kTab, "txtStartDepth"));
-    s.startDepth = start ? std::optional<float>(static_cast<float>(*start)) : std::nullopt;
-    s.startDelaySeconds = static_cast<int>(numberOf(controlText(kTab, "txtStartDelay")).value_or(0.0));
-    s.intervalSetting = static_cast<float>(numberOf(controlText(kTab, "txtInterval")).value_or(2.0));
-    s.stepText = std::string(trimBlanks(controlText(kTab, "txtStep")));
-    instruments_->setMetric(s.metric);
+    const program::SettingsModel m = settingsModel();
+    program::PushSetup setup = program::ReadPushSetup(m);
+    setup.timed = timedRequested_;
+    setup.continuous = push_->Settings.continuous;
+    instruments_->setMetric(setup.metric);
+    instruments_->scope().setMinimumScale(static_cast<float>(settings_.yScale));
+    program::ConfigurePush(setup,
+                           program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m),
+                                                     reference_->RE().ChannelCount,
+                                                     reference_->FirmwareVersion),
+                           push_->Settings, instruments_->depth());
 
     log_.Clear();
+    log_.TimeMode(setup.timed);
     ctx_ = {};
-    recorder_.current =
-        std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path, dataRoot_);
-    lastLogName_ = std::filesystem::path(*path).filename().string();
-    lastLogName_ = lastLogName_.substr(0, lastLogName_.find('.'));
+    recorder_.current = std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path,
+                                                           dataRoot_, naming_.family());
     selectedPoint_ = -1;
     pushing_ = true;
     updateActions();
     status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
     const bool started = push_->StartPush();
-    loadedFromPush_ = started;
+    pointValues_ = started;
     pushing_ = false;
     refreshPlot(true);
     showLogInfo();
     updateActions();
     const std::string raw = recorder_.current->Files().rawLog;
     if (started && !raw.empty()) {
+        naming_.Recorded(raw);
         addRecent(raw);
         status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
     } else if (!started) {
@@ -1133,8 +1208,22 @@ void MainWindow::setContinuous(bool on) {
 
 void MainWindow::toggleTimed() {
     if (!push_) return;
+    QAction* button = action("mnuAcq_Timed");
+    if (!pushing_) {
+        // Idle: the button starts a timed push and is its stop while it runs.
+        timedRequested_ = true;
+        if (button) button->setText(QStringLiteral("STOP"));
+        startPush();
+        timedRequested_ = false;
+        push_->Settings.timed = false;
+        if (button) button->setText(QStringLiteral("Continuous Wave Acq."));
+        return;
+    }
     const std::string caption = push_->ToggleTimed();
-    if (QAction* a = action("mnuAcq_Timed")) a->setText(qs(caption));
+    // Switched on during a push: the depth from here on advances by time.
+    if (push_->Settings.timed)
+        instruments_->depth().SetRatePerMinute(acq::ClampInterval(push_->Settings.intervalSetting) / 60.0);
+    if (button) button->setText(qs(caption));
 }
 
 void MainWindow::recoverReference() {
@@ -1164,12 +1253,15 @@ void MainWindow::recoverFromTempFile() {
     r.initialDir = std::filesystem::path(temp->path).parent_path().string();
     const auto header = host_.openFileDialog(r);
     if (!header) return;
-    const RecoveryResult result = RecoverFromTempFile(temp->path, header->path, log_, arrays_, ctx_, host_);
-    loadedFromPush_ = false;
+    const RecoveryResult result =
+        RecoverFromTempFile(temp->path, header->path, log_, arrays_, ctx_, host_, loadProcessing());
+    // Recovery loads what it wrote: the points' values are recomputed when the header log had an RE.
+    pointValues_ = result.ok && !arrays_.re.samples.empty();
     if (!result.ok) {
         refreshPlot(false);
         return;
     }
+    WriteRunLog(dataRoot_, log_, clock_, false);
     addRecent(result.recoveredPath);
     refreshPlot(false);
     showLogInfo();

@@ -9,7 +9,6 @@
 #include "acquisition/log_recorder.h"
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
-#include "app/cli/field_rig.h"
 #include "app/zel/plot_widgets.h"
 #include "app/zel/qt_form.h"
 #include "common/clock.h"
@@ -18,6 +17,9 @@
 #include "log/log_arrays.h"
 #include "log/log_data.h"
 #include "log/plot_companion.h"
+#include "program/field_rig.h"
+#include "program/session_naming.h"
+#include "program/settings_model.h"
 #include "settings/options.h"
 #include "settings/presets.h"
 #include "settings/startup/startup_settings.h"
@@ -57,7 +59,7 @@ public:
     ~MainWindow() override;
 
     // The instruments a push runs against; without them the acquisition entries say so and do nothing.
-    void setInstruments(std::unique_ptr<cli::PushRig> instruments);
+    void setInstruments(std::unique_ptr<program::PushRig> instruments);
     // The post-load step: the command line's mode, look and pressure/flow box on the setup page.
     void applyStartupSettings(const StartupSettings& settings);
     // File mode: no instrument, no acquisition menu.
@@ -132,7 +134,11 @@ private:
     void showLogInfo();
     void showREPanel();
     void showLogRE();
+    // The RE's gates and processing (layout, options) from the set-up as it stands.
     void applyGateOptions();
+    program::SettingsModel settingsModel();
+    // What a load recomputes its points with: each log's own mode, the set-up's options.
+    PointProcessingSetup loadProcessing();
     LogInfo infoFromPage() const;
     std::string controlText(const char* form, const char* name) const;
     bool controlChecked(const char* form, const char* name) const;
@@ -158,16 +164,18 @@ private:
     std::unique_ptr<Presets> presets_;
     std::vector<std::string> recent_;
 
-    std::unique_ptr<cli::PushRig> instruments_;
+    std::unique_ptr<program::PushRig> instruments_;
     std::unique_ptr<acq::ReferenceControl> reference_;
     RecorderSlot recorder_;
     std::unique_ptr<acq::PushControl> push_;
     bool pushing_ = false;
     bool closeAfterPush_ = false;
-    // The per-point values are the push's own (not computed again from a loaded log's waveforms).
-    bool loadedFromPush_ = false;
+    // The log in view has its points' %RE and channel values (a push's, or recomputed by the load).
+    bool pointValues_ = false;
+    // The timed acquisition command started the push under way.
+    bool timedRequested_ = false;
     qint64 lastLiveRefreshMs_ = 0;
-    std::string lastLogName_;
+    program::SessionNaming naming_{NamingMode::Lif, LogFamily::Lif};
 
     DepthPlotWidget* plot_ = nullptr;
     WaveformWidget* wave_ = nullptr;

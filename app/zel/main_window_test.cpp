@@ -1,4 +1,3 @@
-#include "app/cli/field_rig.h"
 #include "app/zel/desktop_startup.h"
 #include "app/zel/gui_test_app.h"
 #include "app/zel/main_window.h"
@@ -8,6 +7,7 @@
 #include "log/raw_log_writer.h"
 #include "settings/plot_settings.h"
 #include "settings/profile.h"
+#include "program/field_rig.h"
 #include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
 #include "settings/test_files.h"
@@ -24,6 +24,9 @@
 #include <QWheelEvent>
 
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
 
 #include <filesystem>
 
@@ -301,9 +304,9 @@ TEST_F(MainWindowTest, MenuMessagesGoThroughTheHost) {
 
 TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     auto w = newWindow();
-    cli::SimOptions o;
+    program::SimOptions o;
     o.sweepMs = 0;
-    auto rig = cli::openSimulatedRig(loopHost, clock, o);
+    auto rig = program::openSimulatedRig(loopHost, clock, o);
     ASSERT_NE(rig, nullptr);
     w->setInstruments(std::move(rig));
     child<QCheckBox>(*w, "chkAutoName")->setChecked(true);
@@ -347,6 +350,26 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     // The log named for recording is where the next session starts.
     EXPECT_EQ(w->options().InitDir, file("logs"));
     EXPECT_EQ(w->options().InitFile.rfind(file("logs/Sim-1"), 0), 0u) << w->options().InitFile;
+
+    // The desktop's export of the log loaded again is the push's own export, %RE and channels included.
+    const auto readAll = [](const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const std::string exported = file("logs/Sim-1.lif.dat.txt");
+    const std::string pushed = readAll(exported);
+    ASSERT_FALSE(pushed.empty());
+    fs::remove(exported);
+    ASSERT_TRUE(w->loadLog(raw));
+    w->action("mnuFile_ExportData")->trigger();
+    EXPECT_EQ(readAll(exported), pushed);
+
+    // The typed name was recorded once: the next push counts on from it instead of meeting its file.
+    watch.start(20);
+    w->action("mnuAcq_Record")->trigger();
+    watch.stop();
+    EXPECT_TRUE(fs::exists(file("logs/Sim-2.lif.raw.bin")));
+    EXPECT_EQ(message("File exists, record cancelled"), nullptr);
 }
 
 } // namespace

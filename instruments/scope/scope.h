@@ -55,6 +55,8 @@ public:
     void Tek_Average(std::int32_t& count);
     void Tek_Trig50Percent(bool quiet);
     void Tek_State_Run();
+    // Stops acquiring (the end of a push).
+    void Tek_State_Stop();
     void Tek_NumAcq_Get(std::int32_t& result);
     void Tek_StopAfter(bool singleSequence);
     void Tek_Wave_Info();

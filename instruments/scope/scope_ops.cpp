@@ -53,6 +53,11 @@ void cZEL_Scope::Tek_State_Run() {
     send(":ACQ:STATE RUN", "State_Run");
 }
 
+void cZEL_Scope::Tek_State_Stop() {
+    if (!Connected) return;
+    send(":ACQ:STATE STOP", "State_Stop");
+}
+
 void cZEL_Scope::Tek_NumAcq_Get(std::int32_t& result) {
     if (!Connected) return;
     QueryInt("ACQ:NUMAC?", result);

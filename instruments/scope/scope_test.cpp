@@ -111,6 +111,7 @@ TEST_F(ScopeTest, OperationsSendTheirCommandsExactly) {
         {[&] { scope.Tek_TriggerLevel("0.02"); }, {":CH1:SCA 0.02"}},
         {[&] { scope.Tek_StopAfter(true); }, {":ACQ:STOPA SEQ"}},
         {[&] { scope.Tek_State_Run(); }, {":ACQ:STATE RUN"}},
+        {[&] { scope.Tek_State_Stop(); }, {":ACQ:STATE STOP"}},
         {[&] { scope.Tek_NumAcq_Get(acquisitions); }, {"ACQ:NUMAC?"}},
         {[&] { scope.Tek_DelayTime(6.5e-7f, true); }, {"HORizontal:DELay:TIMe?", ":HOR:DEL:TIM 6.5E-07"}},
         {[&] { scope.Tek_SaveWaveInternal("CH2", "REF1"); }, {":SAV:WAVE CH2,REF1"}},

@@ -98,11 +98,17 @@ TEST(CliRecover, TemporaryPointFileToRecoveredLog) {
         for (int p = 0; p < 3; ++p)
             ASSERT_TRUE(f.writePoint(columns, presFlow, wave));
     }
-    const RunResult r = runProgram(kCli + " recover " + quote(temp) + " --log " + quote(header));
+    const std::string env = "ZEL_DATA_ROOT=" + quote((dir.path / "root").string()) + " ";
+    const RunResult r = runProgram(env + kCli + " recover " + quote(temp) + " --log " + quote(header));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::string recovered = (dir.path / "push_Recovered.lif.raw.bin").string();
-    EXPECT_EQ(r.out, "recovered: " + recovered + "\npoints: 3\n");
+    const std::string head = "recovered: " + recovered + "\npoints: 3\nrun_log: ";
+    ASSERT_EQ(r.out.substr(0, head.size()), head);
     EXPECT_TRUE(fs::exists(recovered));
+    // The recovery's run-log entry, under the data root.
+    const std::string runLog = r.out.substr(head.size(), r.out.size() - head.size() - 1);
+    EXPECT_EQ(fs::path(runLog).parent_path(), dir.path / "root" / "log");
+    EXPECT_NE(testdata::readAll(runLog).find("[push_Recovered]"), std::string::npos);
     const std::string notALog = dir.write("junk.lif.raw.bin", "junk");
     const RunResult refused = runProgram(kCli + " recover " + quote(temp) + " --log " + quote(notALog));
     EXPECT_EQ(refused.exitCode, 1);

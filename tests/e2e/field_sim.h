@@ -1,8 +1,8 @@
 #pragma once
-// Simulators of zel-sim as child processes for the tests (see app/cli/sim_children.h), and reading their
+// Simulators of zel-sim as child processes for the tests (see program/sim_children.h), and reading their
 // transcripts.
 
-#include "app/cli/sim_children.h"
+#include "program/sim_children.h"
 #include "tests/e2e/run_program.h"
 
 #include <chrono>
@@ -19,7 +19,7 @@
 
 namespace zel::e2e {
 
-using cli::SimChild;
+using program::SimChild;
 
 // The lines of a transcript once it holds at least `count` of them (or after timeoutMs); pause(ms) lets
 // a test run its event loop meanwhile.

@@ -5,10 +5,10 @@
 // exactly the same code whether the instruments are real or simulated.
 
 #include "acquisition/instruments.h"
-#include "app/cli/sim_children.h"
 #include "common/clock.h"
 #include "common/host.h"
 #include "instruments/field/field_instruments.h"
+#include "program/sim_children.h"
 
 #include <cstdint>
 #include <functional>
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::program {
 
 class ScopeAdapter : public acq::Scope {
 public:
@@ -28,12 +28,16 @@ public:
     int Status() override;
     double Delay() override;
     void SetDelay(double seconds) override;
+    // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
+    // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
+    void setMinimumScale(float millivolts);
     void StartPush() override;
-    void StopPush() override {}
+    void StopPush() override;
 
 private:
     cZEL_Scope& s_;
     int lastStatus_ = 1;
+    bool pushing_ = false;
 };
 
 // The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
@@ -66,12 +70,17 @@ public:
     bool metric = false;
     // Whether the push has reached its end (the console's point count); none: only a stop ends it.
     std::function<bool()> ended;
+    // The automatic stop's depth in the log's unit; none: the push is not stopped by depth.
+    std::optional<float> stopDepth;
 
     bool StatusGood() override { return d_.StatusOK; }
-    void Reset(float) override;
+    // Zeroes the push's counters and, with a start depth, sets the encoder's offset so that it reads that
+    // depth (below 0: 0) in the log's unit from here on; without one the encoder keeps its reading.
+    void Reset(std::optional<float> startDepth) override;
     // Depth lines arrive as serial events; a short wait lets the event loop deliver them without spinning.
     void Read() override { host_.sleepMs(5); }
-    float Current() override { return metric ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
+    // The encoder's depth, or in the timed variant the depth reached by time (see SetRatePerMinute).
+    float Current() override;
     float Rate() override { return metric ? d_.Rate_Cm : d_.Rate_In; }
     float Conductivity() override { return d_.Conductivity; }
     int Mode() override { return static_cast<int>(d_.Source()); }
@@ -79,15 +88,24 @@ public:
     bool EndOfPush() override;
     void Pause() override { d_.DepthPause = true; }
     void Resume() override { d_.DepthPause = false; }
-    float StopDepth() override { return 1e9f; }
-    void SetRatePerMinute(double) override {}
+    float StopDepth() override;
+    // The timed variant: from now on the depth advances by `rate` (the interval in minutes) once every
+    // interval, from the depth it has now, whatever the encoder does; the log's depths then count minutes.
+    // 0 or less returns to the encoder.
+    void SetRatePerMinute(double rate) override;
     void StopEmulation() override { d_.Emulate_Pause(); }
+    double RatePerMinute() const { return ratePerMinute_; }
 
 private:
+    float encoderDepth() const { return metric ? d_.Depth_Current_M() : d_.Depth_Current_Ft(); }
+
     cZEL_Depth& d_;
     Host& host_;
     const Clock& clock_;
     std::int64_t idleMs_;
+    double ratePerMinute_ = 0.0;
+    float timedFrom_ = 0.0f;
+    std::int64_t timedSinceMs_ = 0;
     bool silent_ = false;
     long long lastReadings_ = -1;
     float lastDepthFt_ = 0;
@@ -148,7 +166,7 @@ public:
             std::vector<std::unique_ptr<SimChild>> sims, bool hdInUse, std::int64_t depthIdleMs = 0);
     ~PushRig();
 
-    acq::Scope& scope() { return scope_; }
+    ScopeAdapter& scope() { return scope_; }
     BoardAdapter& board() { return board_; }
     DepthAdapter& depth() { return depth_; }
     acq::Gps& gps() { return gps_; }
@@ -172,4 +190,4 @@ private:
 // the reason shown when a simulator did not start or its driver did not open.
 std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const SimOptions& options);
 
-} // namespace zel::cli
+} // namespace zel::program

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::program {
 
 class SimChild {
 public:
@@ -38,4 +38,4 @@ private:
 // zel-sim beside the running program.
 std::string simProgramPath();
 
-} // namespace zel::cli
+} // namespace zel::program

@@ -1,4 +1,4 @@
-#include "app/cli/sim_children.h"
+#include "program/sim_children.h"
 
 #include <csignal>
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include <sys/prctl.h>
 #endif
 
-namespace zel::cli {
+namespace zel::program {
 
 SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
     int fds[2];
@@ -78,4 +78,4 @@ std::string simProgramPath() {
     return (self.parent_path() / "zel-sim").string();
 }
 
-} // namespace zel::cli
+} // namespace zel::program

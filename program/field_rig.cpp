@@ -1,8 +1,12 @@
-#include "app/cli/field_rig.h"
+#include "program/field_rig.h"
 
 #include "common/number_text.h"
 
-namespace zel::cli {
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace zel::program {
 
 void ScopeAdapter::ReadSetup() {
     s_.Tek_Wave_Info();
@@ -12,7 +16,7 @@ bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
     if (!s_.Connected) return false;
     if (source == "CH2") {
         std::int32_t status = 0;
-        s_.Tek_Wave_Acq(false, false, status);
+        s_.Tek_Wave_Acq(false, pushing_, status);
         lastStatus_ = status;
         if (status != 1) return false;
     } else {
@@ -43,8 +47,18 @@ void ScopeAdapter::SetDelay(double seconds) {
     s_.Tek_DelayTime(static_cast<float>(seconds), false);
 }
 
+void ScopeAdapter::setMinimumScale(float millivolts) {
+    if (millivolts > 0.0f && millivolts <= 10000.0f) s_.MinVertScale_mV = millivolts;
+}
+
 void ScopeAdapter::StartPush() {
+    pushing_ = true;
     s_.Tek_State_Run();
+}
+
+void ScopeAdapter::StopPush() {
+    pushing_ = false;
+    s_.Tek_State_Stop();
 }
 
 acq::FirmwareVersion BoardAdapter::Firmware() {
@@ -65,10 +79,36 @@ std::array<float, 2> BoardAdapter::AuxValues() {
     return {depth_.EC_VtoMS(r[5]), r[hd_protocol::kThreeVoltColumn]};
 }
 
-void DepthAdapter::Reset(float) {
+void DepthAdapter::Reset(std::optional<float> startDepth) {
     d_.Push_Begin();
+    if (startDepth) {
+        const float start = *startDepth > 0.0f ? *startDepth : 0.0f;
+        if (metric)
+            d_.Offset_M(start - d_.Depth_Raw_M());
+        else
+            d_.Offset_Ft(start - d_.Depth_Raw_Ft());
+    }
+    ratePerMinute_ = 0.0;
     silent_ = false;
     lastReadings_ = -1;
+}
+
+float DepthAdapter::Current() {
+    if (ratePerMinute_ <= 0.0) return encoderDepth();
+    // Whole intervals in milliseconds, so an interval that has just elapsed is never lost to rounding.
+    const auto intervalMs = std::max<std::int64_t>(1, std::llround(ratePerMinute_ * 60000.0));
+    const std::int64_t steps = (clock_.monotonicMs() - timedSinceMs_) / intervalMs;
+    return static_cast<float>(timedFrom_ + static_cast<double>(steps) * ratePerMinute_);
+}
+
+float DepthAdapter::StopDepth() {
+    return stopDepth.value_or(std::numeric_limits<float>::max());
+}
+
+void DepthAdapter::SetRatePerMinute(double rate) {
+    timedFrom_ = Current();
+    ratePerMinute_ = rate > 0.0 && rate < 1e6 ? rate : 0.0;
+    timedSinceMs_ = clock_.monotonicMs();
 }
 
 bool DepthAdapter::EndOfPush() {
@@ -76,8 +116,10 @@ bool DepthAdapter::EndOfPush() {
     if (idleMs_ <= 0) return false;
     const auto now = clock_.monotonicMs();
     // A probe standing at the bottom still sends readings: only a new depth counts as the push going on.
+    // A timed push stands still on purpose; there only a silent line ends it.
     const float depth = d_.Depth_Current_Ft();
-    if (lastReadings_ < 0 || depth != lastDepthFt_) {
+    const bool timedAlive = ratePerMinute_ > 0.0 && d_.Readings != lastReadings_;
+    if (lastReadings_ < 0 || depth != lastDepthFt_ || timedAlive) {
         lastReadings_ = d_.Readings;
         lastDepthFt_ = depth;
         lastReadingMs_ = now;
@@ -201,4 +243,4 @@ std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const 
     return std::make_unique<PushRig>(host, clock, std::move(drivers), std::move(sims), options.hd);
 }
 
-} // namespace zel::cli
+} // namespace zel::program
