@@ -9,7 +9,8 @@ void ScopeAdapter::ReadSetup() {
 }
 
 bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
-    if (!s_.Connected) return false;
+    // Not Connected: a broken link is tried again by the acquisition itself.
+    if (!s_.SessionOpen()) return false;
     if (source == "CH2") {
         std::int32_t status = 0;
         s_.Tek_Wave_Acq(false, false, status);
@@ -17,8 +18,9 @@ bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
         if (status != 1) return false;
     } else {
         s_.Tek_DataSource(std::string(source));
-        s_.Tek_Wave_Transfer(false, false);
+        const bool transferred = s_.Tek_Wave_Transfer(false, false);
         s_.Tek_DataSource("CH2");
+        if (!transferred) return false;
     }
     if (s_.Waveform.empty()) return false;
     wave.samples = s_.Waveform;
@@ -75,13 +77,19 @@ bool DepthAdapter::EndOfPush() {
     if (silent_ || (ended && ended())) return true;
     if (idleMs_ <= 0) return false;
     const auto now = clock_.monotonicMs();
-    if (d_.Readings != lastReadings_) {
+    const float depth = d_.Depth_Current_Ft();
+    // lastReadings_: the readings count at the last new depth, so the message can tell a dead line from a
+    // probe that stopped.
+    if (lastReadings_ < 0 || depth != lastDepth_) {
+        lastDepth_ = depth;
         lastReadings_ = d_.Readings;
         lastReadingMs_ = now;
     } else if (now - lastReadingMs_ > idleMs_) {
         silent_ = true;
-        host_.message("The depth source has sent nothing for " + std::to_string(idleMs_ / 1000) +
-                      " s; the push ends.");
+        const std::string seconds = std::to_string(idleMs_ / 1000);
+        host_.message(d_.Readings == lastReadings_
+                          ? "The depth source has sent nothing for " + seconds + " s; the push ends."
+                          : "The depth has not changed for " + seconds + " s; the push ends.");
     }
     return silent_;
 }

@@ -58,8 +58,9 @@ private:
 
 class DepthAdapter : public acq::PushDepth {
 public:
-    // idleMs > 0: the push ends when the source has sent nothing for that long (a headless push has no
-    // operator to notice a dead line); 0: only ended() or a stop ends it.
+    // idleMs > 0: the push ends when no new depth has come for that long, whether the source went silent
+    // or keeps sending the same depth (a headless push has no operator to notice a dead line or a probe that
+    // stopped); 0: only ended() or a stop ends it.
     DepthAdapter(cZEL_Depth& d, Host& host, const Clock& clock, std::int64_t idleMs)
         : d_(d), host_(host), clock_(clock), idleMs_(idleMs) {}
     // Depths in metres (rates in cm/s) instead of feet (in/s).
@@ -91,6 +92,7 @@ private:
     bool silent_ = false;
     long long lastReadings_ = -1;
     std::int64_t lastReadingMs_ = 0;
+    float lastDepth_ = 0;
 };
 
 class GpsAdapter : public acq::Gps {

@@ -49,7 +49,7 @@ struct PushArgs {
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;          // as "/H": the data board in the push
-    double idleSeconds = 60;  // a depth source silent this long ends the push
+    double idleSeconds = 60;  // no new depth this long ends the push
     std::vector<std::string> switches;
 };
 
@@ -204,7 +204,8 @@ int runPush(const PushArgs& a) {
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
         taken = n;
         std::cout << "point " << n << " depth " << formatNumber(p.depth, "#0.000") << " signal "
-                  << formatNumber(p.signal, "#0.00") << std::endl;
+                  << formatNumber(p.signal, "#0.00") << (recorder.DurablePoints() < n ? " memory-only" : "")
+                  << std::endl;
     };
 
     // The simulated scope's first acquisition sees no light: the background. A push with the configured
@@ -269,7 +270,7 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
                  "HD-board mode, as the /H switch: the data board triggers the points and digitises the "
                  "auxiliary inputs (with --sim its simulator is started too)");
     sc->add_option("--idle-s", args->idleSeconds,
-                   "End the push when the depth source has sent nothing for this many seconds")
+                   "End the push when no new depth has come for this many seconds")
         ->capture_default_str()
         ->check(CLI::Range(1.0, 86400.0));
     sc->add_option("switches", args->switches,

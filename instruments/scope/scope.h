@@ -24,6 +24,9 @@ public:
     // Fields, in the order the driver has always declared them.
     bool LittleTrigger = false;
     bool BigTrigger = false;
+    // True while the session is open and its link is up. A link that broke (the scope restarted, the cable
+    // was pulled) makes it false; the session stays open and the next operation tries to connect again
+    // (SessionOpen), making it true once the scope answers.
     bool Connected = false;
     visa::ViSession DefaultRM = 0;
     visa::ViSession Instr = 0;
@@ -61,7 +64,8 @@ public:
     // status: 1 = waveform transferred, 2 = time-out or no scope.
     void Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status);
     // flag is passed through from the acquisition's callers; the transfer itself does not depend on it.
-    void Tek_Wave_Transfer(bool flag, bool autoScale);
+    // False (reported, Waveform emptied) when the record or its preamble is not a whole, scalable record.
+    bool Tek_Wave_Transfer(bool flag, bool autoScale);
     void Tek_DelayTime(float delay, bool readFirst);
     void Tek_SaveWaveInternal(const std::string& source, const std::string& destination);
     void Tek_MessageClear();
@@ -83,6 +87,8 @@ public:
     // The fields of the *IDN? reply, upper-cased, and the number picked out of ScopeName.
     const std::vector<std::string>& IdnFields() const { return idn_; }
     const std::string& ScopeNumber() const { return scopeNumber_; }
+    // Init (or Attach) opened the session and Tek_Close has not closed it: operations are attempted.
+    bool SessionOpen() const { return sessionOpen_; }
 
 private:
     // The raw I/O under every operation; a failure is reported with the location and false returned.
@@ -97,7 +103,10 @@ private:
     const Clock& clock_;
     std::vector<std::string> idn_;
     std::string scopeNumber_;
+    void updateLinkState();
+
     bool quietErrors_ = false; // set while a wait has already reported its failure
+    bool sessionOpen_ = false;
 };
 
 } // namespace zel
