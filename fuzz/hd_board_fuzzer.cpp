@@ -6,8 +6,10 @@
 #include "instruments/hd_board/hd.h"
 #include "instruments/hd_board/hd_protocol.h"
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace {
 

@@ -26,7 +26,9 @@ public:
     bool BigTrigger = false;
     // True while the session is open and its link is up. A link that broke (the scope restarted, the cable
     // was pulled) makes it false; the session stays open and the next operation tries to connect again
-    // (SessionOpen), making it true once the scope answers.
+    // (SessionOpen), making it true once the scope answers. A scope found again is set up again (it may have
+    // been power-cycled): the default setup, then the averaging, channel-2 scale, delay and trigger mode
+    // the program had set.
     bool Connected = false;
     visa::ViSession DefaultRM = 0;
     visa::ViSession Instr = 0;
@@ -104,9 +106,12 @@ private:
     std::vector<std::string> idn_;
     std::string scopeNumber_;
     void updateLinkState();
+    void restoreSetup();
 
     bool quietErrors_ = false; // set while a wait has already reported its failure
     bool sessionOpen_ = false;
+    bool restoring_ = false;
+    std::int32_t averages_ = 64;
 };
 
 } // namespace zel

@@ -40,7 +40,23 @@ void cZEL_Scope::updateLinkState() {
     const bool was = Connected;
     Connected = sessionOpen_ && visa_->linkState(Instr) == visa::LinkState::Connected;
     // The loss itself was reported by the failing call; the return is worth a line of its own.
-    if (Connected && !was) host_.progress("Scope connection restored.");
+    if (Connected && !was && !restoring_) {
+        host_.progress("Scope connection restored.");
+        restoreSetup();
+    }
+}
+
+void cZEL_Scope::restoreSetup() {
+    restoring_ = true;
+    const float scale = VertScale, delay = HorizontalDelay;
+    std::int32_t averages = averages_;
+    const bool big = BigTrigger, little = LittleTrigger;
+    Tek_Default();
+    if (big || little) Tek_BigLittleTrig(big, little);
+    Tek_Average(averages);
+    if (scale > 0) Tek_VertScale("CH2", scale);
+    Tek_DelayTime(delay, false);
+    restoring_ = false;
 }
 
 bool cZEL_Scope::send(std::string_view command, std::string_view location) {

@@ -35,6 +35,7 @@ void cZEL_Scope::Tek_Average(std::int32_t& count) {
             break;
         }
     count = std::clamp(count, 2, 512);
+    averages_ = count;
     send(":ACQ:MOD AVE;NUMAV " + shortestText(count), "Average");
 }
 

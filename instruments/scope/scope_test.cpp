@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <numeric>
 
@@ -200,6 +201,8 @@ TEST_F(ScopeTest, ScaleStepMovesAlongTheLadder) {
 // next call reconnects), true again once a call got through.
 TEST_F(ScopeTest, ConnectedFollowsTheLink) {
     connect();
+    std::int32_t sixteen = 16;
+    scope.Tek_Average(sixteen);
     visa.link = visa::LinkState::Broken;
     visa.failWrites = visa::VI_ERROR_CONN_LOST;
     std::int32_t acquisitions = 0;
@@ -210,13 +213,27 @@ TEST_F(ScopeTest, ConnectedFollowsTheLink) {
     EXPECT_NE(host.messages()[0].find(std::to_string(visa::VI_ERROR_CONN_LOST)), std::string::npos)
         << host.messages()[0];
 
+    // The scope comes back (perhaps power-cycled): the call goes through and the program's setup follows,
+    // the default one and then what the program had changed.
     visa.link = visa::LinkState::Connected;
     visa.failWrites = visa::VI_SUCCESS;
     visa.writes.clear();
+    scope.VertScale = 0.2f;
+    scope.HorizontalDelay = 6.5e-7f;
     scope.Tek_State_Run();
-    EXPECT_EQ(visa.writes, std::vector<std::string>{":ACQ:STATE RUN"});
     EXPECT_TRUE(scope.Connected);
     EXPECT_EQ(host.progressTexts(), std::vector<std::string>{"Scope connection restored."});
+    ASSERT_GT(visa.writes.size(), 4u);
+    EXPECT_EQ(visa.writes.front(), ":ACQ:STATE RUN");
+    const auto sent = [&](const std::string& command) {
+        return std::find(visa.writes.begin(), visa.writes.end(), command) != visa.writes.end();
+    };
+    EXPECT_TRUE(sent(":DATA:ENC RIB;SOU CH2;STAR 1;STOP 500;WID 2"));
+    EXPECT_TRUE(sent(":DESE 1"));
+    const std::vector<std::string> last(visa.writes.end() - 3, visa.writes.end());
+    EXPECT_EQ(last,
+              (std::vector<std::string>{":ACQ:MOD AVE;NUMAV 16", ":CH2:SCA 0.2", ":HOR:DEL:TIM 6.5E-07"}));
+    EXPECT_EQ(scope.RecordLength, 500);
 
     scope.Tek_Close();
     EXPECT_FALSE(scope.Connected);

@@ -44,9 +44,12 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
     }
     double start = std::floor(clock_.secondsSinceMidnight());
     // A scope that stops answering would fail every poll; one report per wait is enough.
-    bool reported = !send("*OPC", "Wave_Acq");
+    bool opcSent = send("*OPC", "Wave_Acq");
+    bool reported = !opcSent;
     std::int32_t esr = 0;
     while (true) {
+        // A link that broke before the request went out and is up again (the scope restarted): ask now.
+        if (!opcSent && Connected) opcSent = send("*OPC", "Wave_Acq");
         if (esr & 1) {
             send("*CLS", "Wave_Acq");
             // A transfer that failed (reported there) leaves no waveform: the caller sees it as a time-out,

@@ -7,10 +7,19 @@
 #include "common/clock.h"
 #include "common/number_text.h"
 #include "common/testing/recording_host.h"
+#include "instruments/scope/fake_visa.h"
+#include "instruments/scope/scope.h"
 #include "log/raw_log_reader.h"
 #include "log/temp_point_file.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <csignal>
@@ -134,6 +143,154 @@ std::vector<std::string> depthsOf(const std::vector<Reported>& points) {
     for (const Reported& p : points)
         depths.push_back(p.depth);
     return depths;
+}
+
+// A TCP relay between the push and the scope simulator that spoils one curve: the block header of the
+// corruptAt-th "CURVE?" answer (500 points, "#41000") gets a letter among its digits, as line noise or a
+// scope firmware fault would. The portmapper's answer is rewritten to send the push to the relay.
+class CurveSpoiler {
+public:
+    CurveSpoiler(int portmapPort, int vxi11Port, int corruptAt)
+        : portmap_(portmapPort), vxi11_(vxi11Port), corruptAt_(corruptAt) {
+        pmListen_ = listenAny(pmPort_);
+        vxListen_ = listenAny(vxPort_);
+        thread_ = std::thread([this] { run(); });
+    }
+    ~CurveSpoiler() {
+        stop_ = true;
+        thread_.join();
+        for (int fd : {pmListen_, vxListen_})
+            ::close(fd);
+        for (const Pair& p : pairs_) {
+            ::close(p.client);
+            ::close(p.server);
+        }
+    }
+    int portmapPort() const { return pmPort_; }
+    int curves() const { return curves_; }
+
+private:
+    struct Pair {
+        int client, server;
+        bool vxi11;
+    };
+    static int listenAny(int& port) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+        ::listen(fd, 8);
+        socklen_t len = sizeof a;
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+        port = ntohs(a.sin_port);
+        return fd;
+    }
+    static int connectTo(int port) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in a{};
+        a.sin_family = AF_INET;
+        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        a.sin_port = htons(static_cast<std::uint16_t>(port));
+        if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
+            ::close(fd);
+            return -1;
+        }
+        return fd;
+    }
+    static std::string bigEndian(int v) {
+        return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
+                static_cast<char>(v)};
+    }
+    void accept(int listener, bool vxi11) {
+        const int client = ::accept(listener, nullptr, nullptr);
+        const int server = connectTo(vxi11 ? vxi11_ : portmap_);
+        if (client < 0 || server < 0) {
+            if (client >= 0) ::close(client);
+            if (server >= 0) ::close(server);
+            return;
+        }
+        pairs_.push_back({client, server, vxi11});
+    }
+    // Server to client: the portmapper's port and the chosen curve are changed on the way.
+    void fromServer(const Pair& p, std::string& bytes) {
+        if (!p.vxi11) {
+            const auto at = bytes.rfind(bigEndian(vxi11_));
+            if (at != std::string::npos) bytes.replace(at, 4, bigEndian(vxPort_));
+            return;
+        }
+        for (auto at = bytes.find("#41000"); at != std::string::npos; at = bytes.find("#41000", at + 1))
+            if (++curves_ == corruptAt_) bytes[at + 3] = 'x';
+    }
+    void run() {
+        while (!stop_) {
+            std::vector<pollfd> fds{{pmListen_, POLLIN, 0}, {vxListen_, POLLIN, 0}};
+            for (const Pair& p : pairs_) {
+                fds.push_back({p.client, POLLIN, 0});
+                fds.push_back({p.server, POLLIN, 0});
+            }
+            if (::poll(fds.data(), fds.size(), 50) <= 0) continue;
+            std::vector<Pair> alive;
+            for (std::size_t i = 0; i + 2 < fds.size(); i += 2) {
+                const Pair& p = pairs_[i / 2];
+                bool open = true;
+                for (const bool toServer : {true, false}) {
+                    const pollfd& f = fds[2 + i + (toServer ? 0 : 1)];
+                    if (!(f.revents & (POLLIN | POLLHUP | POLLERR))) continue;
+                    char buf[65536];
+                    const ssize_t n = ::read(toServer ? p.client : p.server, buf, sizeof buf);
+                    if (n <= 0) {
+                        open = false;
+                        break;
+                    }
+                    std::string bytes(buf, static_cast<std::size_t>(n));
+                    if (!toServer) fromServer(p, bytes);
+                    if (::write(toServer ? p.server : p.client, bytes.data(), bytes.size()) !=
+                        static_cast<ssize_t>(bytes.size()))
+                        open = false;
+                }
+                if (open) {
+                    alive.push_back(p);
+                } else {
+                    ::close(p.client);
+                    ::close(p.server);
+                }
+            }
+            pairs_ = std::move(alive);
+            if (fds[0].revents & POLLIN) accept(pmListen_, false);
+            if (fds[1].revents & POLLIN) accept(vxListen_, true);
+        }
+    }
+
+    int portmap_, vxi11_, corruptAt_;
+    int pmPort_ = 0, vxPort_ = 0;
+    int pmListen_ = -1, vxListen_ = -1;
+    std::vector<Pair> pairs_;
+    std::atomic<bool> stop_{false};
+    std::atomic<int> curves_{0};
+    std::thread thread_;
+};
+
+// One curve of the scope's dump turned into millivolts by the driver itself, as it was in the push.
+std::vector<float> driverWaveform(const nlohmann::json& curve) {
+    std::string bytes;
+    for (const auto& v : curve["values"]) {
+        const auto u = static_cast<std::uint16_t>(v.get<int>());
+        bytes += static_cast<char>(u >> 8);
+        bytes += static_cast<char>(u & 0xFF);
+    }
+    const std::string count = std::to_string(bytes.size());
+    testing::FakeVisa visa;
+    visa.replies["Curve?"] = "#" + std::to_string(count.size()) + count + bytes + "\n";
+    visa.replies["WFMPRE:YZERO?"] = curve["yzero"].get<std::string>();
+    visa.replies["WFMPRE:YOFF?"] = curve["yoff"].get<std::string>();
+    visa.replies["WFMPRE:YMULT?"] = curve["ymult"].get<std::string>();
+    FakeClock clock;
+    testing::RecordingHost host(&clock);
+    cZEL_Scope scope(&visa, host, clock);
+    scope.Attach(1, 2);
+    scope.Tek_Wave_Transfer(false, false);
+    return scope.Waveform;
 }
 
 std::vector<std::string> pushArgs(const TempDir& dir, const std::string& name, int points) {
@@ -262,6 +419,50 @@ TEST(CliPushFaults, ProbeStoppingShortEndsThePushWhileReadingsGoOn) {
     EXPECT_NEAR(std::stod(run.points.back().depth), 2.0, 0.05);
 }
 
+// The scope answers one acquisition with a spoiled block: the transfer is reported, no point is stored for
+// that depth (neither the previous depth's waveform nor a flat one), and the push goes on. Every stored
+// waveform is one the scope sent for its own depth.
+TEST(CliPushFaults, ACorruptCurveStoresNoPoint) {
+    FieldRig rig;
+    const std::string dump = (rig.root.path / "curves.jsonl").string();
+    SimChild& scope = rig.start({"scope", "--portmap-port", "0", "--sweep-ms", "0", "--dump", dump});
+    ASSERT_TRUE(scope.running());
+    ASSERT_TRUE(rig.startAll({"--rate", "2"}));
+    // The curves: the RE, then one a point; the fourth (the third point's) is spoiled.
+    CurveSpoiler spoiler(scope.port("scope", "portmap"), scope.port("scope", "vxi11"), 4);
+    rig.comm["txtScopePortmap"] = std::to_string(spoiler.portmapPort());
+    rig.writeOptions();
+    const std::vector<std::string> args{"--yes",    "--no-area-check",
+                                        "--points", "6",
+                                        "--name",   "B1",
+                                        "--out",    (rig.root.path / "out").string()};
+    const PushRun run = runPush(rig.root, args, 0, {}, rig.root.path);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(count(run.err, "Scope err: "), 1u) << run.err;
+    EXPECT_NE(run.err.find("in Wave_Transfer"), std::string::npos) << run.err;
+    ASSERT_EQ(run.points.size(), 6u);
+
+    std::vector<std::vector<float>> sent;
+    std::ifstream in(dump);
+    for (std::string line; std::getline(in, line);)
+        sent.push_back(driverWaveform(nlohmann::json::parse(line)));
+    ASSERT_EQ(sent.size(), 8u) << "the RE, six points and the spoiled curve";
+    sent.erase(sent.begin() + 3);
+    Loaded saved(rig.root.path / "out" / "B1.lif.raw.bin");
+    ASSERT_TRUE(saved.ok);
+    ASSERT_EQ(saved.arrays.points(), 6);
+    EXPECT_EQ(depthsOf(saved.arrays), depthsOf(run.points));
+    const int samples = saved.arrays.waves.samplesPerWave();
+    for (int p = 0; p < 6; ++p) {
+        const std::vector<float>& expected = sent[static_cast<std::size_t>(p) + 1];
+        ASSERT_EQ(static_cast<int>(expected.size()), samples) << p;
+        const auto logged = saved.arrays.waves.wave(p);
+        // The processing zeroes the last two samples.
+        for (int i = 0; i < samples - 2; ++i)
+            ASSERT_FLOAT_EQ(logged[i], expected[i]) << "point " << p << " sample " << i;
+    }
+}
+
 // The oscilloscope dies after the third point and comes back a second later on the same ports, as a scope
 // that was power-cycled does: the link is built again on the next call and the push goes on to its end.
 TEST(CliPushFaults, ScopeRestartedInTheMiddleOfAPush) {
@@ -290,7 +491,7 @@ TEST(CliPushFaults, ScopeRestartedInTheMiddleOfAPush) {
         rig.root.path);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     ASSERT_TRUE(second) << run.err;
-    EXPECT_EQ(run.points.size(), 10u);
+    EXPECT_EQ(run.points.size(), 10u) << run.err;
     EXPECT_NE(run.err.find("Scope connection restored."), std::string::npos) << run.err;
 
     Loaded saved(rig.root.path / "out" / "R1.lif.raw.bin");
