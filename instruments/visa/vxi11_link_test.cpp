@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <memory>
 
 namespace zel::visa {
 namespace {
@@ -184,6 +186,67 @@ TEST(Vxi11Link, ReconnectsOnTheNextCallAfterALostConnectionOrAnOversizedRecord) 
     const int links = server.links;
     EXPECT_EQ(link.write("*CLS", written, 1000), VI_ERROR_CONN_LOST);
     EXPECT_EQ(server.links, links);
+}
+
+// The raw socket form: a connection the peer closed is Broken, and the next call connects again; what the
+// old connection had buffered is not taken for a reply on the new one.
+TEST(SocketLink, ReconnectsOnTheNextCallAfterTheConnectionClosed) {
+    struct Instrument {
+        int generation = 0, connects = 0;
+        bool down = false;
+        std::string replies; // sent on the connection of the current generation
+    } instrument;
+    struct Stream final : ByteStream {
+        Instrument& i;
+        int generation = -1;
+        explicit Stream(Instrument& in) : i(in) {}
+        Result connect(const std::string&, std::uint16_t, int) override {
+            if (i.down) return Result::Error;
+            ++i.connects;
+            generation = i.generation;
+            return Result::Ok;
+        }
+        Result write(std::string_view, int) override {
+            return generation == i.generation ? Result::Ok : Result::Closed;
+        }
+        Result read(std::string& out, std::size_t max, int) override {
+            if (generation != i.generation) return Result::Closed;
+            if (i.replies.empty()) return Result::Timeout;
+            const std::size_t n = std::min(max, i.replies.size());
+            out += i.replies.substr(0, n);
+            i.replies.erase(0, n);
+            return Result::Ok;
+        }
+        void close() override {}
+    };
+    SocketLink link([&instrument] { return std::make_unique<Stream>(instrument); });
+    ASSERT_EQ(link.open("127.0.0.1", 4000, 100), VI_SUCCESS);
+    std::uint32_t written = 0;
+    std::string data;
+    instrument.replies = "first\nhalf a rep";
+    ASSERT_EQ(link.read(data, 100, 100), VI_SUCCESS_TERM_CHAR);
+    EXPECT_EQ(data, "first\n");
+    EXPECT_EQ(link.read(data, 100, 100), VI_ERROR_TMO); // "half a rep" stays buffered
+    EXPECT_EQ(link.state(), LinkState::Connected);
+
+    ++instrument.generation; // the instrument restarted
+    instrument.down = true;
+    EXPECT_EQ(link.write("*IDN?", written, 100), VI_ERROR_CONN_LOST);
+    EXPECT_EQ(link.state(), LinkState::Broken);
+    EXPECT_EQ(link.read(data, 100, 100), VI_ERROR_CONN_LOST);
+    EXPECT_EQ(instrument.connects, 1);
+
+    instrument.down = false;
+    ASSERT_EQ(link.write("*IDN?", written, 100), VI_SUCCESS);
+    EXPECT_EQ(link.state(), LinkState::Connected);
+    EXPECT_EQ(instrument.connects, 2);
+    instrument.replies = "ZEL,SIM\n";
+    ASSERT_EQ(link.read(data, 100, 100), VI_SUCCESS_TERM_CHAR);
+    EXPECT_EQ(data, "ZEL,SIM\n");
+
+    link.close();
+    EXPECT_EQ(link.write("*IDN?", written, 100), VI_ERROR_CONN_LOST);
+    EXPECT_EQ(instrument.connects, 2);
 }
 
 TEST(SocketLink, MessageEndsAfterBlockOrAtLf) {
