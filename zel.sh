@@ -7,7 +7,7 @@
 #   ./zel.sh bench [filter]  build and run the benchmark programs (Release build in build-bench/)
 #   ./zel.sh setup           only install the packages listed in tools/debian-packages.txt
 #   ./zel.sh fuzz [seconds]  every parser of outside input under libFuzzer (clang, build-fuzz/), default 60 s each
-#   ./zel.sh demo            a simulated push end to end
+#   ./zel.sh demo            a simulated push down the rig's built-in site, and its log page
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$PWD
@@ -150,15 +150,24 @@ demo() {
     setup
     configure build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_WERROR=ON
     cmake --build "$ROOT/build" -j "$JOBS" --target zel-cli zel-sim
-    say "a simulated push of 20 points into demo-out/ (scope, depth board, data board, GPS and display simulated)"
+    say "a simulated push down the rig's built-in site to its bottom, into demo-out/ (about a minute)"
     mkdir -p "$ROOT/demo-out"
-    local summary
-    summary=$("$ROOT/build/bin/zel-cli" push --sim --hd --points 20 --out "$ROOT/demo-out" --name Demo --yes | tee /dev/stderr | tail -n 1)
-    say "files written"
+    rm -f "$ROOT"/demo-out/Demo.*
+    local summary started=$SECONDS
+    # The rig's pace raised tenfold and its rod changes shortened, so the 30 ft go by in about a minute; the
+    # push ends when the probe has stood at the bottom for 5 s.
+    summary=$("$ROOT/build/bin/zel-cli" push --sim --rate 0.6 --rod-pause-s 1.5 --sweep-ms 5 --points 10001 \
+        --idle-s 5 --out "$ROOT/demo-out" --name Demo --yes | tee /dev/stderr | tail -n 1)
+    local raw
+    raw=$(printf '%s' "$summary" | sed -n 's/.*"raw_log":"\([^"]*\)".*/\1/p')
+    [ -n "$raw" ] || { echo "zel.sh demo: the push wrote no log" >&2; exit 1; }
+    "$ROOT/build/bin/zel-cli" page "$raw" --pdf --to "$ROOT/demo-out"
+    say "files written ($((SECONDS - started)) s)"
     local key
     for key in raw_log companion data_export run_log; do
         printf '  %-12s %s\n' "$key" "$(printf '%s' "$summary" | sed -n "s/.*\"$key\":\"\([^\"]*\)\".*/\1/p")"
     done
+    printf '  %-12s %s\n' page "$ROOT/demo-out/Demo.pdf"
 }
 
 case "${1:-}" in

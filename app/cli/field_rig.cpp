@@ -77,19 +77,15 @@ bool DepthAdapter::EndOfPush() {
     if (silent_ || (ended && ended())) return true;
     if (idleMs_ <= 0) return false;
     const auto now = clock_.monotonicMs();
+    // A probe standing at the bottom still sends readings: only a new depth counts as the push going on.
     const float depth = d_.Depth_Current_Ft();
-    // lastReadings_: the readings count at the last new depth, so the message can tell a dead line from a
-    // probe that stopped.
-    if (lastReadings_ < 0 || depth != lastDepth_) {
-        lastDepth_ = depth;
+    if (lastReadings_ < 0 || depth != lastDepthFt_) {
         lastReadings_ = d_.Readings;
+        lastDepthFt_ = depth;
         lastReadingMs_ = now;
     } else if (now - lastReadingMs_ > idleMs_) {
         silent_ = true;
-        const std::string seconds = std::to_string(idleMs_ / 1000);
-        host_.message(d_.Readings == lastReadings_
-                          ? "The depth source has sent nothing for " + seconds + " s; the push ends."
-                          : "The depth has not changed for " + seconds + " s; the push ends.");
+        host_.message("No new depth for " + std::to_string(idleMs_ / 1000) + " s; the push ends.");
     }
     return silent_;
 }
@@ -125,44 +121,49 @@ void DisplayAdapter::ShowPause(bool paused) {
 std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
                                            std::vector<std::unique_ptr<SimChild>>& sims) {
     const std::string sim = o.program.empty() ? simProgramPath() : o.program;
-    const std::size_t first = sims.size();
-    const auto child = [&](std::vector<std::string> args) -> SimChild& {
-        sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
-        return *sims.back();
-    };
-    std::vector<std::string> scopeArgs{"scope", "--host", "127.0.0.1", "--portmap-port", "0"};
-    // The simulated probe's first acquisition sees no light (the background), the second its RE cap.
-    scopeArgs.insert(scopeArgs.end(), {"--dark-acquisitions", "1", "--re-acquisitions", "1", "--re-scale",
-                                       formatNumber(o.reScale, "0.0##")});
-    if (o.sweepMs >= 0) scopeArgs.insert(scopeArgs.end(), {"--sweep-ms", std::to_string(o.sweepMs)});
-    if (!o.scopeDump.empty()) scopeArgs.insert(scopeArgs.end(), {"--dump", o.scopeDump});
-    SimChild& scopeSim = child(scopeArgs);
-    std::vector<std::string> depthArgs{"depth", "--rate", formatNumber(o.rateFtPerS, "#0.000")};
-    if (o.depthNoiseEvery > 0)
-        depthArgs.insert(depthArgs.end(), {"--noise-every", std::to_string(o.depthNoiseEvery)});
-    SimChild& depthSim = child(depthArgs);
-    SimChild& gpsSim = child({"gps"});
-    SimChild& displaySim = child({"display"});
-    SimChild* hdSim = o.hd ? &child({"hd", "--rate", formatNumber(o.rateFtPerS, "#0.000")}) : nullptr;
-    for (std::size_t i = first; i < sims.size(); ++i)
-        if (!sims[i]->running()) {
-            host.message("The simulators did not start (" + sim + ").");
-            return std::nullopt;
-        }
+    // One rig: every instrument sees the same probe going down through the same site. Its first
+    // acquisition sees no light (the background), the second the probe's RE cap.
+    std::vector<std::string> args{"rig",
+                                  "--host",
+                                  "127.0.0.1",
+                                  "--portmap-port",
+                                  "0",
+                                  "--rate",
+                                  formatNumber(o.rateFtPerS, "#0.000"),
+                                  "--seed",
+                                  std::to_string(o.seed),
+                                  "--re-scale",
+                                  formatNumber(o.reScale, "0.0##")};
+    const auto add = [&args](std::initializer_list<std::string> more) { args.insert(args.end(), more); };
+    if (!o.site.empty()) add({"--site", o.site});
+    if (o.rodFt >= 0) add({"--rod-ft", formatNumber(o.rodFt, "#0.0##")});
+    if (o.rodPauseS >= 0) add({"--rod-pause-s", formatNumber(o.rodPauseS, "#0.0##")});
+    if (o.sweepMs >= 0) add({"--sweep-ms", std::to_string(o.sweepMs)});
+    if (!o.scopeDump.empty()) add({"--scope-dump", o.scopeDump});
+    if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
+    if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
+    if (o.hd) add({"--hd"});
+    sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
+    const SimChild& rig = *sims.back();
+    if (!rig.running()) {
+        host.message("The simulated rig did not start (" + sim + ").");
+        return std::nullopt;
+    }
     FieldConfig c;
     c.scopeAddress = "127.0.0.1";
-    c.scopePortmap = static_cast<std::uint16_t>(scopeSim.port("scope", "portmap"));
-    c.depthPort = depthSim.text("depth", "pty");
-    c.gpsPort = gpsSim.text("gps", "pty");
-    c.displayPort = displaySim.text("display", "pty");
-    // The simulated board's string pot is calibrated at 1 mV per V per inch (its default).
+    c.scopePortmap = static_cast<std::uint16_t>(rig.port("scope", "portmap"));
+    c.depthPort = rig.text("depth", "pty");
+    c.auxPort = rig.text("presflow", "pty");
+    c.gpsPort = rig.text("gps", "pty");
+    c.displayPort = rig.text("display", "pty");
+    // The rig's string pot is calibrated at 1 mV per V per inch, its conductivity circuit at 100 mS/m a volt.
     c.stringPotCal = 1.0f;
+    c.condConstant = 100.0f;
+    c.condOffset = 0.0f;
     c.depthUpdateMs = 100;
-    if (hdSim) {
+    if (o.hd) {
         c.hdAddress = "127.0.0.1";
-        const auto port = [&](const char* name) {
-            return static_cast<std::uint16_t>(hdSim->port("hd", name));
-        };
+        const auto port = [&](const char* name) { return static_cast<std::uint16_t>(rig.port("hd", name)); };
         c.hdPorts = {port("command"), port("record"), port("second")};
     }
     return c;
@@ -197,6 +198,7 @@ std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const 
     }
     drivers->openGps();
     drivers->openDisplay();
+    drivers->openPresFlow();
     if (options.hd) drivers->openHdBoard(config->hdAddress);
     return std::make_unique<PushRig>(host, clock, std::move(drivers), std::move(sims), options.hd);
 }

@@ -58,9 +58,8 @@ private:
 
 class DepthAdapter : public acq::PushDepth {
 public:
-    // idleMs > 0: the push ends when no new depth has come for that long, whether the source went silent
-    // or keeps sending the same depth (a headless push has no operator to notice a dead line or a probe that
-    // stopped); 0: only ended() or a stop ends it.
+    // idleMs > 0: the push ends when no new depth has come for that long, a dead line or a probe at its
+    // refusal (a headless push has no operator to notice); 0: only ended() or a stop ends it.
     DepthAdapter(cZEL_Depth& d, Host& host, const Clock& clock, std::int64_t idleMs)
         : d_(d), host_(host), clock_(clock), idleMs_(idleMs) {}
     // Depths in metres (rates in cm/s) instead of feet (in/s).
@@ -91,8 +90,8 @@ private:
     std::int64_t idleMs_;
     bool silent_ = false;
     long long lastReadings_ = -1;
+    float lastDepthFt_ = 0;
     std::int64_t lastReadingMs_ = 0;
-    float lastDepth_ = 0;
 };
 
 class GpsAdapter : public acq::Gps {
@@ -126,8 +125,13 @@ struct SimOptions {
     int sweepMs = -1;         // the scope simulator's time per averaged sweep; negative: its own default
     double reScale = 1.0;     // brightness of the simulated reference emitter
     std::string scopeDump;    // the scope simulator's record of every curve it sent
+    std::string scopeStall;   // "RECORD,MS": that acquisition of the simulated scope completes MS later
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     bool hd = false;          // the data board's simulator too
+    std::string site;         // the rig's site file; empty: its built-in site
+    std::uint32_t seed = 1;   // the rig's noise, pace and GPS wander
+    double rodFt = -1;        // rod length (pause at each multiple); negative: the rig's default
+    double rodPauseS = -1;    // each rod change's pause; negative: the rig's default
     std::string program;      // zel-sim; empty: beside the running program
 };
 

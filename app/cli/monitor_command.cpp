@@ -13,6 +13,7 @@
 #include "instruments/platform/qt_serial_port.h"
 #include "instruments/platform/qt_tcp_link.h"
 #include "instruments/platform/serial_port_map.h"
+#include "instruments/presflow/presflow.h"
 #include "settings/data_root.h"
 
 #include <QCoreApplication>
@@ -77,6 +78,7 @@ public:
         if (a_.device == "depth") return depth();
         if (a_.device == "gps") return gps();
         if (a_.device == "display") return display();
+        if (a_.device == "presflow") return presFlow();
         return hd();
     }
 
@@ -157,6 +159,30 @@ private:
         return 0;
     }
 
+    int presFlow() {
+        platform::QtSerialPort port;
+        cZEL_PresFlow pf(clock_);
+        pf.NewReading = [&] {
+            nlohmann::ordered_json j;
+            j["time_s"] = rounded(pf.Time_S, "#0.000");
+            j["pres_up_psi"] = rounded(pf.PresUp, "#0.000");
+            j["pres_down_psi"] = rounded(pf.PresDown, "#0.000");
+            j["flow_ml_min"] = rounded(pf.Flow, "#0.0");
+            j["pres_down_avg_psi"] = rounded(static_cast<float>(pf.AveragePresDown()), "#0.000");
+            print(a_, j);
+        };
+        if (!pf.Open(port, serialPath())) {
+            host_.message("Pressure/flow unit: cannot open " + serialPath() + " (" + port.errorText() + ")");
+            return 1;
+        }
+        pf.StartStream(a_.updateMs);
+        waitOut();
+        if (!pf.Answering()) std::cerr << "The pressure/flow unit is not answering.\n";
+        pf.StopStream();
+        host_.sleepMs(100); // the last command leaves from the event loop
+        return pf.Readings > 0 ? 0 : 1;
+    }
+
     int display() {
         platform::QtSerialPort port;
         cZEL_Display_J10 d(host_, port);
@@ -219,9 +245,9 @@ void addMonitorCommand(CLI::App& app, CommandRunner& run) {
         "monitor",
         "Open a field instrument and print what it reads until the time is up (one line or JSON object a "
         "reading)");
-    cmd->add_option("device", args->device, "depth, gps, display or hd")
+    cmd->add_option("device", args->device, "depth, gps, display, presflow or hd")
         ->required()
-        ->check(CLI::IsMember({"depth", "gps", "display", "hd"}));
+        ->check(CLI::IsMember({"depth", "gps", "display", "presflow", "hd"}));
     cmd->add_option("--port", args->port, "Serial device path (a pseudo-terminal works)");
     cmd->add_option("--port-number", args->portNumber,
                     "Serial port number, a device path through the options' Comm settings (when no --port)")
@@ -238,7 +264,9 @@ void addMonitorCommand(CLI::App& app, CommandRunner& run) {
         ->capture_default_str()
         ->check(CLI::Range(0.0, 86400.0));
     cmd->add_flag("--json", args->json, "One JSON object a line");
-    cmd->add_option("--update-ms", args->updateMs, "Depth board streaming period")->capture_default_str();
+    cmd->add_option("--update-ms", args->updateMs,
+                    "Depth board's (or the pressure/flow unit's) streaming period")
+        ->capture_default_str();
     cmd->add_option("--cal", args->cal, "String pot calibration, mV per V per inch")->capture_default_str();
     cmd->add_option("--counts-per-ft", args->countsPerFt, "AD4 counts per foot")->capture_default_str();
     cmd->add_option("--mask", args->mask, "HD board data-select mask")->capture_default_str();

@@ -43,9 +43,14 @@ struct PushArgs {
     bool yes = false;
     bool no = false;
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
+    std::string site;         // the simulated rig's site file
+    std::uint32_t seed = 1;   // the simulated rig's seed
+    double rodFt = -1;        // the simulated rig's rod length; negative: its default
+    double rodPauseS = -1;    // the simulated rig's pause at a rod change; negative: its default
     int sweepMs = -1;         // the scope simulator's own default when negative
     double reScale = 1.0;     // brightness of the simulated reference emitter
     std::string scopeDump;    // the scope simulator's record of every curve it sent
+    std::string scopeStall;   // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;          // as "/H": the data board in the push
@@ -103,9 +108,14 @@ int runPush(const PushArgs& a) {
     if (a.sim) {
         SimOptions o;
         o.rateFtPerS = a.rateFtPerS;
+        o.site = a.site;
+        o.seed = a.seed;
+        o.rodFt = a.rodFt;
+        o.rodPauseS = a.rodPauseS;
         o.sweepMs = a.sweepMs;
         o.reScale = a.reScale;
         o.scopeDump = a.scopeDump;
+        o.scopeStall = a.scopeStall;
         o.depthNoiseEvery = a.depthNoiseEvery;
         o.hd = hd;
         const auto config = startSimulators(host, o, sims);
@@ -277,7 +287,16 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
                    "The program's switches (/H, /IPSCP052, /MODE2 ...), as they would be given to zel");
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");
     sc->add_flag("--no", args->no, "Answer Cancel to every prompt")->excludes(yes);
-    sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")->capture_default_str();
+    sc->add_option("--rate", args->rateFtPerS, "Simulated push rate, feet per second")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 20.0));
+    sc->add_option("--site", args->site, "Simulated rig: the site file (JSON); its built-in site without it");
+    sc->add_option("--seed", args->seed, "Simulated rig: seed of the noise, the pace and the GPS wander")
+        ->capture_default_str();
+    sc->add_option("--rod-ft", args->rodFt, "Simulated rig: rod length, a pause at every multiple (0: none)")
+        ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--rod-pause-s", args->rodPauseS, "Simulated rig: the pause at each rod change, seconds")
+        ->check(CLI::Range(0.0, 600.0));
     sc->add_option("--sweep-ms", args->sweepMs,
                    "Simulated scope: time of one averaged sweep (0: no averaging delay)");
     sc->add_option("--re-scale", args->reScale,
@@ -286,6 +305,8 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->check(CLI::Range(0.0, 100.0));
     sc->add_option("--scope-dump", args->scopeDump,
                    "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--scope-stall", args->scopeStall,
+                   "Test aid, simulated scope: RECORD,MS: that acquisition completes MS later");
     sc->add_option("--depth-noise", args->depthNoiseEvery,
                    "Simulated depth board: a malformed line before every Nth reading (0: none)")
         ->check(CLI::Range(0, 1000000));

@@ -1,8 +1,6 @@
 #include "app/sim/depth_sim.h"
 
-#include "app/sim/pty_device.h"
-#include "app/sim/site_model.h"
-#include "instruments/depth/depth_protocol.h"
+#include "app/sim/depth_board_sim.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -10,10 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace zel::sim {
 
@@ -33,115 +29,6 @@ struct DepthArgs {
     int noiseEvery = 0; // a line of line noise before every Nth reading (0: none)
 };
 
-// What a long cable near a generator puts on the line: none of it is a well-formed reading.
-constexpr const char* kNoiseLines[] = {
-    "\x7F\xFE\x01\xA0\r", "0ZZ1G0X\r", "0NOISE!!!\r",  "U2XYZ\r", "U2\r", "I\r", "0\r",
-    "U3-1.5e9\r",         "\r",        "##~~++~~##\r",
-};
-
-std::string hex(unsigned value, int digits) {
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "%0*X", digits, value);
-    return buf;
-}
-
-// The board: registers written with "W", a stream whose period is registers 04 and 05.
-class DepthBoard {
-public:
-    DepthBoard(const DepthArgs& a, PtyDevice& pty, Transcript& transcript)
-        : a_(a), pty_(pty), transcript_(transcript), site_(a.seed) {
-        clock_.start();
-        QObject::connect(&timer_, &QTimer::timeout, [this] { sendReadings(); });
-    }
-
-    void receive(std::string_view bytes) {
-        for (const char c : bytes) {
-            if (c == '\r') {
-                command(line_);
-                line_.clear();
-            } else if (line_.size() < 64) {
-                line_ += c;
-            }
-        }
-    }
-
-private:
-    void command(const std::string& cmd) {
-        transcript_.line(printable(cmd));
-        if (cmd == depth_protocol::kHalt) {
-            timer_.stop();
-        } else if (cmd == depth_protocol::kMeasure) {
-            sendReadings();
-        } else if (cmd == depth_protocol::kCounterClear) {
-            counterZero_ = counts();
-        } else if (cmd.size() == 5 && cmd[0] == 'W') {
-            const auto reg = std::strtoul(cmd.substr(1, 2).c_str(), nullptr, 16);
-            const auto value = std::strtoul(cmd.substr(3, 2).c_str(), nullptr, 16);
-            registers_[reg & 0xFF] = static_cast<unsigned char>(value);
-            // The low byte comes last, so the new period takes effect with it.
-            if (reg == 0x04) timer_.stop();
-            if (reg == 0x05) periodChanged();
-        } else {
-            pty_.send("Er:" + cmd.substr(0, 5) + "\r");
-        }
-    }
-
-    void periodChanged() {
-        const int period = registers_[0x04] << 8 | registers_[0x05];
-        if (period == 0) {
-            timer_.stop();
-            return;
-        }
-        if (!started_) {
-            started_ = true;
-            startMs_ = clock_.elapsed();
-        }
-        timer_.start(period);
-    }
-
-    double depthFt() const {
-        const double t = started_ ? (clock_.elapsed() - startMs_) / 1000.0 : 0.0;
-        return std::min(a_.maxFt, a_.startFt + a_.rateFtPerS * t);
-    }
-    long counts() const { return std::lround(depthFt() * 100.0); }
-
-    static unsigned twelveBit(double volts) {
-        return static_cast<unsigned>(std::clamp(std::lround(volts / 5.0 * 4096.0), 0L, 4095L));
-    }
-
-    void sendReadings() {
-        const double d = depthFt();
-        std::string out;
-        if (a_.noiseEvery > 0 && ++readings_ % a_.noiseEvery == 0)
-            out += kNoiseLines[(readings_ / a_.noiseEvery) % std::size(kNoiseLines)];
-        const bool analogue = registers_[0x10] != 0;
-        if (analogue && registers_[0x11] == 0x02) {
-            // The string pot: travel in inches times the calibration at a 5 V reference.
-            out += "U2" + hex(twelveBit(d * 12.0 * a_.calMvPerVPerIn / 1000.0 * 5.0), 3) + "\r";
-        }
-        if (analogue && registers_[0x12] == 0x03)
-            out += "U3" + hex(twelveBit(site_.conductivityAt(d) / 100.0), 3) + "\r";
-        if (registers_[0x1A] == 0xFF) out += "I" + hex(1, 4) + "\r";
-        if (registers_[0x19] == 0xFF)
-            out += "N" + hex(static_cast<unsigned>(std::lround(d * 12.0 * a_.blowsPerIn)) & 0xFFFF, 4) + "\r";
-        out += "0" + hex(static_cast<unsigned>(counts() - counterZero_), 8) + "\r";
-        pty_.send(out);
-    }
-
-    const DepthArgs& a_;
-    PtyDevice& pty_;
-    Transcript& transcript_;
-    SiteModel site_;
-    QElapsedTimer clock_;
-    QTimer timer_;
-    std::array<unsigned char, 256> registers_{};
-    std::string line_;
-    bool started_ = false;
-    qint64 startMs_ = 0;
-    long counterZero_ = 0;
-    long readings_ = 0;
-};
-
 int runDepth(const DepthArgs& a) {
     PtyDevice pty;
     if (!pty.open()) {
@@ -149,33 +36,33 @@ int runDepth(const DepthArgs& a) {
         return 1;
     }
     Transcript transcript(a.transcript);
-    DepthBoard board(a, pty, transcript);
-    QTimer ad4Timer;
+    SiteModel site(a.seed);
+    // This simulator's probe starts down with the board's stream (or at once for the AD4) and keeps the
+    // host's time.
     QElapsedTimer clock;
+    bool started = a.ad4;
     clock.start();
-    std::string line; // the AD4's command being received
+    ProbeFeed feed;
+    feed.depthFt = [&] {
+        const double t = started ? clock.elapsed() / 1000.0 : 0.0;
+        return std::min(a.maxFt, a.startFt + a.rateFtPerS * t);
+    };
+    std::unique_ptr<DepthBoardSim> board;
+    std::unique_ptr<Ad4Sim> ad4;
     if (a.ad4) {
-        pty.onReceive([&](std::string_view b) {
-            transcript.line(printable(b));
-            for (const char c : b) {
-                if (c != '\r') {
-                    if (line.size() < 16) line += c;
-                    continue;
-                }
-                if (line == depth_protocol::kAd4TimerOn) ad4Timer.start(a.ad4IntervalMs);
-                if (line == depth_protocol::kAd4TimerOff) ad4Timer.stop();
-                line.clear();
-            }
-        });
-        QObject::connect(&ad4Timer, &QTimer::timeout, [&] {
-            const double d = std::min(a.maxFt, a.startFt + a.rateFtPerS * clock.elapsed() / 1000.0);
-            const long count =
-                std::clamp(depth_protocol::kAd4CountZero + std::lround(d * a.countsPerFt), 0L, 65535L);
-            pty.send(depth_protocol::ad4Frame(static_cast<std::uint16_t>(count)));
-        });
-        ad4Timer.start(a.ad4IntervalMs);
+        ad4 = std::make_unique<Ad4Sim>(a.countsPerFt, a.ad4IntervalMs, pty, transcript, feed);
+        pty.onReceive([&](std::string_view b) { ad4->receive(b); });
     } else {
-        pty.onReceive([&](std::string_view b) { board.receive(b); });
+        DepthBoardOptions o;
+        o.calMvPerVPerIn = a.calMvPerVPerIn;
+        o.blowsPerIn = a.blowsPerIn;
+        o.noiseEvery = a.noiseEvery;
+        board = std::make_unique<DepthBoardSim>(o, pty, transcript, site, feed);
+        board->onStreamStart = [&] {
+            if (!started) clock.restart();
+            started = true;
+        };
+        pty.onReceive([&](std::string_view b) { board->receive(b); });
     }
     nlohmann::ordered_json j;
     j["depth"] = {{"pty", pty.path()}, {"source", a.ad4 ? "ad4" : "interface"}};

@@ -6,6 +6,7 @@
 #include "app/sim/display_sim.h"
 #include "app/sim/gps_sim.h"
 #include "app/sim/hd_sim.h"
+#include "app/sim/rig_sim.h"
 #include "app/sim/scope_model.h"
 #include "app/sim/scope_server.h"
 #include "app/sim/site_model.h"
@@ -34,6 +35,7 @@ struct ScopeArgs {
     int reAcquisitions = 0;
     double reScale = 1.0;
     std::string dump;
+    double depthFt = 0.0;
 };
 
 int runScope(const ScopeArgs& a) {
@@ -48,6 +50,7 @@ int runScope(const ScopeArgs& a) {
     options.reAcquisitions = a.reAcquisitions;
     options.reScale = a.reScale;
     zel::sim::ScopeModel model(site, options, [&clock] { return clock.elapsed(); });
+    model.setDepthFt(a.depthFt);
     std::ofstream dump;
     if (!a.dump.empty()) {
         dump.open(a.dump, std::ios::binary | std::ios::trunc);
@@ -126,6 +129,9 @@ int main(int argc, char** argv) {
                    "Brightness of the reference emitter, 1 = normal (below 1: a dim RE)")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 100.0));
+    sc->add_option("--depth", scope.depthFt, "Depth of the probe in the built-in site, feet")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 1000.0));
     sc->add_option("--dump", scope.dump,
                    "File receiving every CURVE? answer as one JSON line: record, ymult, yoff, yzero, values");
 
@@ -135,6 +141,7 @@ int main(int argc, char** argv) {
     zel::sim::addHdSim(app, run);
     zel::sim::addGpsSim(app, run);
     zel::sim::addDisplaySim(app, run);
+    zel::sim::addRigSim(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     if (run) return run();

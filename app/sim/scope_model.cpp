@@ -204,16 +204,24 @@ void ScopeModel::acquire() {
     const int sweeps = sweepsPerAcquisition();
     const bool dark = records_ < options_.darkAcquisitions;
     const bool onEmitter = !dark && records_ < options_.darkAcquisitions + options_.reAcquisitions;
+    // Each record's noise has its own seed, so the same commands give the same records whatever else the
+    // scope was asked in between.
+    rng_.seed(options_.seed * 2654435761u + static_cast<std::uint32_t>(records_));
     ++records_;
+    if (probeDepth) depthFt_ = probeDepth();
     const Fluorescence light = dark        ? Fluorescence{}
-                               : onEmitter ? referenceEmitter(options_.reScale)
-                                           : site_.fluorescenceAt(depthFt_);
+                               : onEmitter ? referenceEmitter(options_.reScale, site_.channels())
+                                           : site_.fluorescenceAt(depthFt_, t);
     const std::vector<double> volts = lifSignal(light, t, sweeps, rng_);
     record_.resize(volts.size());
+    // The digitiser sees five divisions either side of the screen's centre and no more: what lies
+    // beyond is clipped, as on the real screen.
+    constexpr double kScreenLevels = 5.0 * 6400.0;
     for (std::size_t k = 0; k < volts.size(); ++k) {
         const double level = std::round((volts[k] - yZero()) / yMult() + yOff());
-        record_[k] =
-            std::isfinite(level) ? static_cast<std::int16_t>(std::clamp(level, -32768.0, 32767.0)) : 0;
+        record_[k] = std::isfinite(level)
+                         ? static_cast<std::int16_t>(std::clamp(level, -kScreenLevels, kScreenLevels))
+                         : 0;
     }
     acquisitions_ += sweeps;
 }
@@ -286,10 +294,14 @@ void ScopeModel::command(const std::string& path, bool query, std::string_view a
     } else if (path == "*OPC") {
         opcPending_ = true;
         opcDueMs_ = now_() + static_cast<std::int64_t>(sweepsPerAcquisition()) * options_.sweepMs;
+        if (options_.stallRecord > 0 && records_ + 1 == options_.stallRecord) opcDueMs_ += options_.stallMs;
     } else if (path == "*RST") {
         headers_ = true;
     } else if (path == "HEADER") {
         headers_ = !(upper(a) == "OFF" || a == "0");
+    } else if (path == "SAVE:WAVEFORM") {
+        // A push's start keeps the last record in the reference memories.
+        if (onPushStart) onPushStart();
     } else if (path == "TRIGGER:A:SETLEVEL") {
         settings_["TRIGGER:A:LEVEL"] = nr3(kTriggerPulseV / 2);
     } else if (!a.empty()) {

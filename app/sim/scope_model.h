@@ -26,6 +26,10 @@ struct ScopeSimOptions {
     int darkAcquisitions = 0;
     int reAcquisitions = 0;
     double reScale = 1.0;
+    // Test aid: the acquisition of this record (1 for the first) takes stallMs longer to complete, a scope
+    // that stops triggering for a while. 0: never.
+    int stallRecord = 0;
+    int stallMs = 0;
 };
 
 // One CURVE? answer as it left the scope, with the preamble texts the scope answers beside it.
@@ -58,6 +62,10 @@ public:
     // Levels of the last completed acquisition (empty before the first).
     const std::vector<std::int16_t>& record() const { return record_; }
     int acquisitions() const { return acquisitions_; }
+    // Where the probe is when an acquisition completes; without it, the depth last set.
+    std::function<double()> probeDepth;
+    // Called when the program stores a waveform in a reference memory, as a push's start does.
+    std::function<void()> onPushStart;
     // Called with every CURVE? answer (the simulator's --dump).
     std::function<void(const CurveSent&)> onCurve;
 

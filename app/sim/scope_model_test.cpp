@@ -66,6 +66,7 @@ TEST_F(Fixture, OperationCompleteAfterTheAveragingSweeps) {
 }
 
 TEST_F(Fixture, CurveIsTheRecordInTwoByteLevels) {
+    scope.setDepthFt(12.0); // in the built-in site's smear zone
     scope.handle(":HEAD OFF;:DATA:ENC RIB;SOU CH2;STAR 1;STOP 500;WID 2");
     scope.handle(":HOR:RECORDL 500;:HOR:MAI:SCA 40E-9;:HOR:DEL:TIM 600E-9;:CH2:SCA 0.05;POS -3.5");
     const std::string reply = scope.handle("CURVE?");

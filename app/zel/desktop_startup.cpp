@@ -18,12 +18,13 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     std::vector<std::unique_ptr<cli::SimChild>> sims;
     std::unique_ptr<FieldInstruments> drivers;
     if (how.sim && !settings.fileMode) {
-        if (const auto config = cli::startSimulators(host, {}, sims))
+        if (const auto config = cli::startSimulators(host, how.simOptions, sims))
             drivers = std::make_unique<FieldInstruments>(host, clock, *config);
         else
             sims.clear();
     }
     if (!drivers) drivers = std::make_unique<FieldInstruments>(host, clock, optionsFilePath(dataRoot));
+    if (!sims.empty()) drivers->openPresFlow();
     applyAddresses(drivers->Config, resolvedSettings);
     const bool simulated = !sims.empty();
     SimNetwork simNetwork;

@@ -3,6 +3,7 @@
 // itself stays with the caller (it only shows the host's progress texts); what happens here is testable
 // with a recording host and a fake clock.
 
+#include "app/cli/field_rig.h"
 #include "app/zel/main_window.h"
 #include "common/clock.h"
 #include "common/host.h"
@@ -16,6 +17,7 @@ namespace zel::gui {
 
 struct DesktopStartup {
     bool sim = false; // the zel-sim children instead of the configured instruments
+    cli::SimOptions simOptions;
     bool instanceCheck = true;
     std::function<void(std::string_view)> showVersion;
     // Runs once the main window is up (the splash closes, progress goes to the status bar).

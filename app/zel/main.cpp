@@ -5,6 +5,7 @@
 #include "app/zel/main_window.h"
 #include "app/zel/qt_host.h"
 #include "common/clock.h"
+#include "common/number_text.h"
 #include "common/version.h"
 #include "settings/data_root.h"
 #include "settings/startup/command_line.h"
@@ -36,8 +37,11 @@ constexpr const char* kUsage =
     "  /REnnn /Snnn /Ynnn    RE scale, averaging, Y scale; /PF pressure/flow; /NOLOCK; /H; /C; /O2; /WTM\n"
     "\n"
     "Development switches:\n"
-    "  --sim                 push against the instrument simulators (zel-sim scope, depth board, GPS)\n"
-    "                        instead of the configured instruments\n"
+    "  --sim                 push against the simulated rig (zel-sim rig: scope, depth board, pressure/flow\n"
+    "                        unit, GPS and display over one site) instead of the configured instruments\n"
+    "  --site FILE           with --sim: the rig's site file (JSON); the built-in site without it\n"
+    "  --seed N              with --sim: the rig's seed (noise, pace, GPS wander)\n"
+    "  --rate FT_PER_S       with --sim: the rig's push rate (default 0.06 ft/s)\n"
     "  --screenshot FILE     once started (and LOG loaded), save the main window as FILE (PNG) and quit\n"
     "  --help                this text\n"
     "  --version             the version\n";
@@ -93,6 +97,7 @@ int main(int argc, char** argv) {
 #endif
     std::vector<std::string> args;
     bool sim = false;
+    zel::cli::SimOptions simOptions;
     std::string screenshot;
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
@@ -106,6 +111,26 @@ int main(int argc, char** argv) {
         }
         if (a == "--sim") {
             sim = true;
+        } else if (a == "--site" || a == "--seed" || a == "--rate") {
+            if (i + 1 >= argc) {
+                std::cerr << "zel: " << a << " needs a value\n";
+                return 2;
+            }
+            const std::string v = argv[++i];
+            if (a == "--site") {
+                simOptions.site = v;
+            } else {
+                const double n = zel::val(v);
+                if (!(n > 0) || (a == "--rate" && n > 20)) {
+                    std::cerr << "zel: " << a << " needs a positive number"
+                              << (a == "--rate" ? " up to 20" : "") << '\n';
+                    return 2;
+                }
+                if (a == "--seed")
+                    simOptions.seed = static_cast<std::uint32_t>(n);
+                else
+                    simOptions.rateFtPerS = n;
+            }
         } else if (a == "--screenshot") {
             if (i + 1 >= argc) {
                 std::cerr << "zel: --screenshot needs a file\n";
@@ -139,6 +164,7 @@ int main(int argc, char** argv) {
 
     zel::gui::DesktopStartup how;
     how.sim = sim;
+    how.simOptions = simOptions;
     how.running = &running;
     how.showVersion = [&](std::string_view v) { version = QString::fromUtf8(v.data(), qsizetype(v.size())); };
     how.mainWindowShown = [&] {

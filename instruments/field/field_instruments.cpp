@@ -10,12 +10,12 @@ namespace zel {
 
 FieldInstruments::FieldInstruments(Host& host, const Clock& clock, std::string optionsPath)
     : Config(loadFieldConfig(optionsPath)), host_(host), clock_(clock), optionsPath_(std::move(optionsPath)),
-      gps_(clock) {
+      gps_(clock), presFlow_(clock) {
     create();
 }
 
 FieldInstruments::FieldInstruments(Host& host, const Clock& clock, FieldConfig config)
-    : Config(std::move(config)), host_(host), clock_(clock), ports_(Config), gps_(clock) {
+    : Config(std::move(config)), host_(host), clock_(clock), ports_(Config), gps_(clock), presFlow_(clock) {
     create();
 }
 
@@ -108,6 +108,13 @@ bool FieldInstruments::openGps() {
     return false;
 }
 
+bool FieldInstruments::openPresFlow() {
+    const std::string path = device(ports_.auxPort);
+    if (presFlow_.Open(auxPort_, path)) return true;
+    host_.message("Pressure/flow unit: cannot open " + path + " (" + auxPort_.errorText() + ")");
+    return false;
+}
+
 void FieldInstruments::Close() {
     if (depthOpen_ && depth_->Source() == DepthSource::Interface) depth_->Int_StreamHalt();
     depth_->Close();
@@ -115,6 +122,7 @@ void FieldInstruments::Close() {
     if (hd_->Connected()) hd_->Stop();
     hd_->Close();
     gps_.Close();
+    presFlow_.Close();
     if (displayOpen_) display_->Close();
     displayOpen_ = false;
 }

@@ -11,6 +11,7 @@
 #include "instruments/gps/gps.h"
 #include "instruments/hd_board/hd.h"
 #include "instruments/platform/qt_serial_port.h"
+#include "instruments/presflow/presflow.h"
 #include "instruments/scope/scope.h"
 #include "instruments/visa/net_visa.h"
 #include "settings/startup/instruments.h"
@@ -42,6 +43,8 @@ public:
     bool openDepth() override;
     bool openDisplay() override;
     bool openGps() override;
+    // The pressure/flow unit on the auxiliary line (hydraulic profiling); not part of every start-up.
+    bool openPresFlow();
 
     // Halts the depth board's stream and the data board's records; the drivers stay.
     void Close();
@@ -51,12 +54,14 @@ public:
     clsHD& HdBoard() { return *hd_; }
     cZEL_GPS& Gps() { return gps_; }
     cZEL_Display_J10& Display() { return *display_; }
+    cZEL_PresFlow& PresFlow() { return presFlow_; }
 
     bool ScopeOpen() const { return scope_->Connected; }
     bool DepthOpen() const { return depthOpen_; }
     bool HdBoardOpen() const { return hd_->Connected(); }
     bool DisplayOpen() const { return displayOpen_; }
     bool GpsOpen() const { return gps_.PortOpen(); }
+    bool PresFlowOpen() const { return presFlow_.PortOpen(); }
 
 private:
     void create();
@@ -68,11 +73,12 @@ private:
     FieldConfig ports_; // the serial lines in use: defaults until loadSerialPorts()
     std::unique_ptr<visa::NetVisa> visa_;
     std::unique_ptr<cZEL_Scope> scope_;
-    platform::QtSerialPort depthPort_, displayPort_, gpsPort_;
+    platform::QtSerialPort depthPort_, displayPort_, gpsPort_, auxPort_;
     platform::QtTimer depthTimer_;
     std::unique_ptr<cZEL_Depth> depth_;
     std::unique_ptr<clsHD> hd_;
     cZEL_GPS gps_;
+    cZEL_PresFlow presFlow_;
     std::unique_ptr<cZEL_Display_J10> display_;
     bool depthOpen_ = false;
     bool displayOpen_ = false;

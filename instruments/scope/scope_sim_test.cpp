@@ -57,7 +57,7 @@ struct ScopeSim : ::testing::Test {
         sim = std::make_unique<e2e::SimChild>(
             ZEL_SIM,
             std::vector<std::string>{"scope", "--portmap-port", std::to_string(portmapPort), "--sweep-ms",
-                                     std::to_string(sweepMs), "--transcript", transcript});
+                                     std::to_string(sweepMs), "--transcript", transcript, "--depth", "12"});
         ASSERT_TRUE(sim->running());
     }
     void SetUp() override { platform::ensureQtTestApp(); }

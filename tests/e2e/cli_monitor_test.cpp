@@ -102,3 +102,40 @@ TEST(CliMonitor, DevicesThatCannotBeOpenedExitOne) {
 
 } // namespace
 } // namespace zel::e2e
+
+namespace zel::e2e {
+namespace {
+
+// The rig's pressure/flow unit and GPS through the program's own drivers: the probe at the surface, the
+// pump off, the transducer at its surface reading; the fix at the site's position.
+TEST(CliMonitor, RigPressureFlowUnitAndGps) {
+    TempDir dir;
+    const std::string site = dir.write("site.json", R"({"lat": -33.5, "lon": 151.25, "alt_m": 12})");
+    SimChild rig(ZEL_SIM,
+                 {"rig", "--site", site, "--gps-interval-ms", "100", "--transcripts", dir.path.string()});
+    ASSERT_TRUE(rig.running());
+    const RunResult pf = runProgram(kCli + " monitor presflow --port " + rig.text("presflow", "pty") +
+                                    " --update-ms 100 --seconds 1 --json");
+    ASSERT_EQ(pf.exitCode, 0) << pf.err;
+    const auto readings = jsonLines(pf.out);
+    ASSERT_GE(readings.size(), 4u);
+    for (const auto& r : readings) {
+        EXPECT_NEAR(r["pres_down_psi"].get<double>(), 18.6, 0.05);
+        EXPECT_EQ(r["flow_ml_min"].get<double>(), 0.0);
+    }
+    EXPECT_NEAR(readings.back()["pres_down_avg_psi"].get<double>(), 18.6, 0.02);
+    EXPECT_EQ(transcriptLines((dir.path / "presflow.txt").string(), 2),
+              (std::vector<std::string>{"S100", "X"}));
+
+    const RunResult gps =
+        runProgram(kCli + " monitor gps --port " + rig.text("gps", "pty") + " --seconds 0.6 --json");
+    ASSERT_EQ(gps.exitCode, 0) << gps.err;
+    const auto fixes = jsonLines(gps.out);
+    ASSERT_FALSE(fixes.empty());
+    EXPECT_NEAR(fixes.back()["lat"].get<double>(), -33.5, 1e-4); // about ten metres
+    EXPECT_NEAR(fixes.back()["lon"].get<double>(), 151.25, 1e-4);
+    EXPECT_NEAR(fixes.back()["altitude_m"].get<double>(), 12.0, 10.0);
+}
+
+} // namespace
+} // namespace zel::e2e
