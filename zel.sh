@@ -100,8 +100,8 @@ bench() {
 # libFuzzer needs clang, whose packages are listed apart so that build and test never need them. New inputs
 # the fuzzer finds stay in build-fuzz/corpus/<target>; the seeds in log/fuzz/corpus and fuzz/corpus/<target>
 # are only read.
-FUZZ_TARGETS=(raw_log_fuzzer ini_text_fuzzer temp_point_file_fuzzer nmea_fuzzer depth_board_fuzzer ad4_fuzzer
-    hd_board_fuzzer vxi11_fuzzer ieee_block_fuzzer)
+FUZZ_TARGETS=(raw_log_fuzzer ini_text_fuzzer temp_point_file_fuzzer nmea_fuzzer presflow_fuzzer depth_board_fuzzer
+    ad4_fuzzer hd_board_fuzzer vxi11_fuzzer ieee_block_fuzzer)
 
 fuzz_build() {
     CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON -DZEL_BENCH=OFF
