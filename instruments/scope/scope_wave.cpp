@@ -46,10 +46,16 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
     // A scope that stops answering would fail every poll; one report per wait is enough.
     bool opcSent = send("*OPC", "Wave_Acq");
     bool reported = !opcSent;
+    // The request never reached a scope whose link broke; once the link is up again (the scope restarted)
+    // it is asked again. A request that merely timed out on a live link may still arrive: not repeated.
+    bool linkLost = !Connected;
     std::int32_t esr = 0;
     while (true) {
-        // A link that broke before the request went out and is up again (the scope restarted): ask now.
-        if (!opcSent && Connected) opcSent = send("*OPC", "Wave_Acq");
+        if (!opcSent && linkLost && Connected) {
+            quietErrors_ = reported;
+            opcSent = send("*OPC", "Wave_Acq");
+            quietErrors_ = false;
+        }
         if (esr & 1) {
             send("*CLS", "Wave_Acq");
             // A transfer that failed (reported there) leaves no waveform: the caller sees it as a time-out,
@@ -65,6 +71,7 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
             reported = true;
         }
         quietErrors_ = false;
+        linkLost = linkLost || !Connected;
         const double now = clock_.secondsSinceMidnight();
         if (now < start) start -= 86400.0; // midnight passed
         if (now - start > kWaitLimitS) {
