@@ -156,7 +156,7 @@ demo() {
     local summary started=$SECONDS
     # The rig's pace raised tenfold and its rod changes shortened, so the 30 ft go by in about a minute; the
     # push ends when the probe has stood at the bottom for 5 s.
-    summary=$("$ROOT/build/bin/zel-cli" push --sim --rate 0.6 --rod-pause-s 1.5 --sweep-ms 5 --points 10001 \
+    summary=$("$ROOT/build/bin/zel-cli" push --sim --rate 0.6 --rod-pause-s 1.5 --sweep-ms 2 --points 10001 \
         --idle-s 5 --out "$ROOT/demo-out" --name Demo --yes | tee /dev/stderr | tail -n 1)
     local raw
     raw=$(printf '%s' "$summary" | sed -n 's/.*"raw_log":"\([^"]*\)".*/\1/p')

@@ -15,8 +15,8 @@ struct LifetimeFit {
     double tauNs = 0.0;     // the fitted decay time; 0 when the channel was not fitted
     double amplitude = 0.0; // of the convolved model
     double offset = 0.0;
-    double residual = 0.0;  // root-mean-square misfit over the window, in the waveform's unit
-    bool weak = false;      // the signal was below the cut-off; tauNs is 0
+    double residual = 0.0; // root-mean-square misfit over the window, in the waveform's unit
+    bool weak = false;     // the signal was below the cut-off; tauNs is 0
 };
 
 struct LifetimeSettings {

@@ -31,5 +31,8 @@ void addNextNameCommand(CLI::App& app, CommandRunner& run);
 void addPushCommand(CLI::App& app, CommandRunner& run);
 // Adds "page" (the log page of raw logs as PDF or JPG, offscreen).
 void addPageCommand(CLI::App& app, CommandRunner& run);
+// Adds "tau" (channel decay times of raw logs), "nnls" (their fit to a basis library) and "basis" (the
+// library kept).
+void addAnalysisCommands(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -294,7 +294,10 @@ void ScopeModel::command(const std::string& path, bool query, std::string_view a
     } else if (path == "*OPC") {
         opcPending_ = true;
         opcDueMs_ = now_() + static_cast<std::int64_t>(sweepsPerAcquisition()) * options_.sweepMs;
-        if (options_.stallRecord > 0 && records_ + 1 == options_.stallRecord) opcDueMs_ += options_.stallMs;
+        if (options_.stallRecord > 0 && records_ + 1 == options_.stallRecord && !stalled_) {
+            stalled_ = true;
+            opcDueMs_ += options_.stallMs;
+        }
     } else if (path == "*RST") {
         headers_ = true;
     } else if (path == "HEADER") {

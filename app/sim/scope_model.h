@@ -88,6 +88,7 @@ private:
     double depthFt_ = 0.0;
     int esr_ = 0;
     bool opcPending_ = false;
+    bool stalled_ = false; // the stall of options_.stallRecord has been served
     std::int64_t opcDueMs_ = 0;
     int acquisitions_ = 0;
     int records_ = 0; // completed acquisitions, each one record

@@ -1,0 +1,86 @@
+#pragma once
+// A log's waveforms fitted as a whole: every point's channel decay times (the log's lifetime file,
+// "<name>.lif.tau.txt") and every point's fit to a library of basis waveforms (the log's NNLS file,
+// "<name>.lif.nnls.txt"). The basis library keeps the averaged waveforms of known products, each
+// normalised by the RE of the log it came from, so waveforms of logs with different REs compare.
+//
+// Lifetime file: tab-separated text, one line a point after a header line
+//   "Depth" "Tau1".."TauN" (ns) "Rms1".."RmsN" (mV), a weak channel's fields left empty.
+// NNLS file: tab-separated text, one line a point after a header line
+//   "Depth" <basis names> "Generic" "Residual": each basis's share of the point's signal, the share no
+//   basis explains (at least 0) and the relative misfit |A x - b| / |b|.
+// Basis library: 8-bit text, first line "ZEL basis library 1", then one basis a line:
+//   name TAB source log TAB depth from TAB depth to TAB RE area (pVs) TAB time step (s) TAB samples
+//   (comma-separated, mV per 1000 pVs of RE area).
+
+#include "analysis/lifetime.h"
+#include "common/host.h"
+#include "log/log_arrays.h"
+#include "log/log_data.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zel::analysis {
+
+// The sample index of every channel boundary of the log: its three stored boundaries, or for a seven-channel
+// log the RE's boundary search run again.
+std::vector<int> logBoundaries(const cZEL_Data& log, const LogArrays& arrays, int channels, Host& host);
+
+// The RE less the background, the instrument response of every channel.
+std::vector<float> logResponse(const LogArrays& arrays);
+
+struct LogLifetimes {
+    int channels = 0;
+    std::vector<float> depth;
+    std::vector<std::vector<LifetimeFit>> points; // points x channels
+};
+
+LogLifetimes fitLogLifetimes(const cZEL_Data& log, const LogArrays& arrays, int channels,
+                             const LifetimeSettings& settings, Host& host);
+std::string lifetimeText(const LogLifetimes& fits);
+// The lifetime file read back; nullopt with error set when it is not one.
+std::optional<LogLifetimes> parseLifetimeText(const std::string& text, std::string& error);
+
+struct BasisWaveform {
+    std::string name;
+    std::string source; // the log it was taken from
+    float fromDepth = 0, toDepth = 0;
+    float reArea = 0;
+    float deltaX = 0;
+    std::vector<float> samples; // mV per 1000 pVs of RE area
+};
+
+struct BasisLibrary {
+    std::vector<BasisWaveform> bases;
+    const BasisWaveform* find(const std::string& name) const;
+};
+
+std::string basisLibraryText(const BasisLibrary& library);
+std::optional<BasisLibrary> parseBasisLibrary(const std::string& text, std::string& error);
+
+// The log's points between two depths averaged and normalised by its RE; nullopt with error set when the
+// range holds no point or the log has no RE.
+std::optional<BasisWaveform> basisFromLog(const cZEL_Data& log, const LogArrays& arrays,
+                                          const std::string& name, float fromDepth, float toDepth,
+                                          std::string& error);
+
+struct LogNnls {
+    std::vector<std::string> names;
+    std::vector<float> depth;
+    std::vector<std::vector<float>> shares; // points x bases
+    std::vector<float> generic, residual;
+};
+
+// Every point fitted to the bases; nullopt with error set when a basis does not match the log's sampling.
+std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
+                                  const std::vector<const BasisWaveform*>& bases, std::string& error);
+std::string nnlsText(const LogNnls& fits);
+std::optional<LogNnls> parseNnlsText(const std::string& text, std::string& error);
+
+// "<folder>/<name>.lif.tau.txt" and ".lif.nnls.txt" beside a raw log "<name>.lif.raw.bin".
+std::string lifetimePath(const std::string& rawLogPath);
+std::string nnlsPath(const std::string& rawLogPath);
+
+} // namespace zel::analysis
