@@ -5,7 +5,6 @@
 #include "instruments/presflow/presflow.h"
 #include "instruments/presflow/presflow_protocol.h"
 
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     zel::fuzz::Input in(data, size);
     zel::FakeClock clock;

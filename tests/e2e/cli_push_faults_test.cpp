@@ -411,8 +411,7 @@ TEST(CliPushFaults, ProbeStoppingShortEndsThePushWhileReadingsGoOn) {
         "1",     "--name",          "I1",       "--out", (rig.root.path / "out").string()};
     const PushRun run = runPush(rig.root, args, 0, {}, rig.root.path);
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_NE(run.err.find("No new depth for 1 s; the push ends."), std::string::npos)
-        << run.err;
+    EXPECT_NE(run.err.find("No new depth for 1 s; the push ends."), std::string::npos) << run.err;
     ASSERT_FALSE(run.points.empty());
     EXPECT_LT(run.points.size(), 100u);
     // The probe stands at 2 ft (the string pot's last step below it).
