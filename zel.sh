@@ -36,6 +36,13 @@ setup() { # [package list], default tools/debian-packages.txt
         as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
         as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
     fi
+    # The end-to-end test of zel-cli las reads its files with las-js, an independent LAS reader from npm (the
+    # machine's Node.js); without it that one test is skipped.
+    if command -v npm >/dev/null && [ ! -d "$ROOT/tools/las-check/node_modules/las-js" ]; then
+        say "installing las-js (tools/las-check) for the LAS reader test"
+        (cd "$ROOT/tools/las-check" && npm ci --no-audit --no-fund --loglevel=error >/dev/null) ||
+            echo "zel.sh: npm could not install las-js; the LAS reader test will be skipped" >&2
+    fi
     # The number-text tests also run under a German locale, where "," is the decimal separator.
     if ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
         say "generating the de_DE.UTF-8 locale"

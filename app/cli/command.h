@@ -34,5 +34,7 @@ void addPageCommand(CLI::App& app, CommandRunner& run);
 // Adds "tau" (channel decay times of raw logs), "nnls" (their fit to a basis library) and "basis" (the
 // library kept).
 void addAnalysisCommands(CLI::App& app, CommandRunner& run);
+// Adds "summary" (a site's logs tabulated, with footage totals and GeoJSON) and "las" (LAS 2.0 files).
+void addSiteCommands(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

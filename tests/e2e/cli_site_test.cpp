@@ -1,0 +1,135 @@
+// zel-cli summary and las over a site of logs pushed with the rig at three positions: the summary against
+// zel-cli info, the GeoJSON's coordinate order, and the LAS files read back by an independent reader.
+
+#include "tests/e2e/run_program.h"
+
+#include "common/number_text.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+#include <sstream>
+
+namespace zel::e2e {
+namespace {
+
+const std::string kCli = ZEL_CLI;
+
+struct Boring {
+    const char* name;
+    double lat, lon, pct;
+};
+constexpr Boring kBorings[] = {
+    {"B1", 45.50100, -73.56800, 0.5}, {"B2", 45.50150, -73.56750, 35.0}, {"B3", 45.50200, -73.56700, 8.0}};
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// A site of the three borings, each with its own plume strength between 1 and 2 ft.
+struct SiteLogs {
+    TempDir dir;
+    SiteLogs() {
+        for (const auto& b : kBorings) {
+            std::ostringstream site;
+            site.precision(9);
+            site
+                << R"({"lat": )" << b.lat << R"(, "lon": )" << b.lon << R"(, "bottom_ft": 3, "layers": [)"
+                << R"({"top_ft": 0, "bottom_ft": 1, "pct_re": 0.5}, {"top_ft": 1, "bottom_ft": 2, "pct_re": )"
+                << b.pct << R"(}, {"top_ft": 2, "bottom_ft": 3, "pct_re": 0.5}]})";
+            const std::string file = dir.write(std::string(b.name) + ".json", site.str());
+            const RunResult r = runProgram(kCli + " push --sim --site " + quote(file) +
+                                           " --rate 1 --rod-ft 0 --sweep-ms 0 --points 25 --yes --name " +
+                                           b.name + " --out " + quote(dir.path.string()));
+            EXPECT_EQ(r.exitCode, 0) << r.err;
+        }
+    }
+};
+
+TEST(CliSite, SummaryAgreesWithInfoAndMapsTheBorings) {
+    SiteLogs logs;
+    const std::string geojson = (logs.dir.path / "borings.geojson").string();
+    const RunResult r = runProgram(kCli + " summary " + quote(logs.dir.path.string()) +
+                                   " --threshold 5 --json --geojson " + quote(geojson));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    ASSERT_EQ(j["logs"].size(), 3u);
+    double footage = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto& s = j["logs"][i];
+        EXPECT_EQ(s["name"], kBorings[i].name);
+        const auto info =
+            nlohmann::json::parse(runProgram(kCli + " info " + quote(s["file"].get<std::string>())).out);
+        EXPECT_NEAR(s["max_pct_re"].get<double>(), info["signal_max"]["value"].get<double>(), 0.005);
+        EXPECT_NEAR(s["max_pct_re_depth"].get<double>(), info["signal_max"]["depth_ft"].get<double>(),
+                    0.0005);
+        EXPECT_NEAR(s["total_depth"].get<double>(), info["depth_max"]["ft"].get<double>(), 0.0005);
+        EXPECT_EQ(s["points"], 25);
+        EXPECT_NEAR(s["lat"].get<double>(), kBorings[i].lat, 1e-4);
+        EXPECT_NEAR(s["lon"].get<double>(), kBorings[i].lon, 1e-4);
+        EXPECT_EQ(s["utm_zone"], "18N");
+        // The plume stands above 5 %RE between 1 and 2 ft only where it is brighter than that.
+        const auto& above = s["above_threshold"];
+        if (kBorings[i].pct < 5) {
+            EXPECT_TRUE(above.empty()) << above;
+        } else {
+            ASSERT_EQ(above.size(), 1u) << above;
+            EXPECT_NEAR(above[0][0].get<double>(), 1.0, 0.25);
+            EXPECT_NEAR(above[0][1].get<double>(), 2.0, 0.25);
+        }
+        footage += s["footage"].get<double>();
+    }
+    EXPECT_NEAR(j["footage_ft"].get<double>(), footage, 0.01);
+
+    const auto g = nlohmann::json::parse(slurp(geojson));
+    EXPECT_EQ(g["type"], "FeatureCollection");
+    ASSERT_EQ(g["features"].size(), 3u);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto& c = g["features"][i]["geometry"]["coordinates"];
+        EXPECT_NEAR(c[0].get<double>(), kBorings[i].lon, 1e-4); // longitude first
+        EXPECT_NEAR(c[1].get<double>(), kBorings[i].lat, 1e-4);
+    }
+}
+
+// The LAS file of a log, read by las-js: the depth range in the header is the data's, one row a point, and
+// the %RE curve is the data export's "Signal".
+TEST(CliSite, LasReadBackByAnIndependentReader) {
+    const std::string checker = std::string(ZEL_SOURCE_DIR) + "/tools/las-check";
+    if (std::system(("node -e \"require('" + checker + "/node_modules/las-js')\" 2>/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "node with las-js is not installed (./zel.sh setup installs it)";
+    SiteLogs logs;
+    const RunResult r = runProgram(kCli + " las " + quote(logs.dir.path.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    for (const auto& b : kBorings) {
+        const std::string las = (logs.dir.path / (std::string(b.name) + ".lif.las")).string();
+        const RunResult read = runProgram("node " + quote(checker + "/check.js") + " " + quote(las));
+        ASSERT_EQ(read.exitCode, 0) << read.err;
+        const auto j = nlohmann::json::parse(read.out);
+        EXPECT_EQ(j["version"], 2);
+        EXPECT_EQ(j["rows"], 25);
+        const auto& data = j["data"];
+        ASSERT_EQ(data.size(), 25u);
+        EXPECT_EQ(j["curves"][0], "DEPT");
+        EXPECT_EQ(j["curves"][1], "PRE");
+        EXPECT_DOUBLE_EQ(val(j["strt"].get<std::string>()), data[0][0].get<double>());
+        EXPECT_DOUBLE_EQ(val(j["stop"].get<std::string>()), data[24][0].get<double>());
+        EXPECT_EQ(val(j["null"].get<std::string>()), -999.25);
+        // The data export of the same log, loaded by zel-cli export.
+        std::istringstream exported(slurp((logs.dir.path / (std::string(b.name) + ".lif.dat.txt")).string()));
+        std::string line;
+        std::getline(exported, line);
+        for (int p = 0; p < 25 && std::getline(exported, line); ++p) {
+            const double depth = val(line.substr(0, line.find('\t')));
+            const double signal = val(line.substr(line.find('\t') + 1));
+            EXPECT_NEAR(data[p][0].get<double>(), depth, 1e-4) << b.name << " point " << p;
+            EXPECT_NEAR(data[p][1].get<double>(), signal, 2e-4) << b.name << " point " << p;
+        }
+    }
+}
+
+} // namespace
+} // namespace zel::e2e
