@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # ZEL developer entry point: set-up, build, test, benchmarks.
 #   ./zel.sh build           install missing packages, configure and build into build/ (programs in build/bin/)
-#   ./zel.sh test            build, run the whole test suite, then again under AddressSanitizer + UBSan
+#   ./zel.sh test            build, run the whole test suite, then again under AddressSanitizer + UBSan,
+#                            then every fuzz target for a few seconds when clang is installed
 #   ./zel.sh test --quick    the plain test suite only
 #   ./zel.sh bench [filter]  build and run the benchmark programs (Release build in build-bench/)
 #   ./zel.sh setup           only install the packages listed in tools/debian-packages.txt
-#   ./zel.sh fuzz [seconds]  the raw log reader under libFuzzer (clang, build-fuzz/), default 60 s
+#   ./zel.sh fuzz [seconds]  every parser of outside input under libFuzzer (clang, build-fuzz/), default 60 s each
 #   ./zel.sh demo            a simulated push down the rig's built-in site, and its log page
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -84,6 +85,11 @@ test_all() {
         local labels
         labels=$(IFS='|'; echo "${SANITIZED_TESTS[*]}")
         ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_tests build-asan -L "^($labels)\$"
+        if have_fuzzer; then
+            say "every fuzz target for 3 s"
+            fuzz_build
+            fuzz_run 3
+        fi
     fi
 }
 
@@ -99,17 +105,52 @@ bench() {
 }
 
 # libFuzzer needs clang, whose packages are listed apart so that build and test never need them. New inputs
-# the fuzzer finds stay in build-fuzz/corpus; the seeds in log/fuzz/corpus are only read.
+# the fuzzer finds stay in build-fuzz/corpus/<target>; the seeds in log/fuzz/corpus and fuzz/corpus/<target>
+# are only read.
+FUZZ_TARGETS=(raw_log_fuzzer ini_text_fuzzer temp_point_file_fuzzer nmea_fuzzer presflow_fuzzer depth_board_fuzzer
+    ad4_fuzzer hd_board_fuzzer vxi11_fuzzer ieee_block_fuzzer)
+
+fuzz_build() {
+    CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON -DZEL_BENCH=OFF
+    cmake --build "$ROOT/build-fuzz" -j "$JOBS" --target "${FUZZ_TARGETS[@]}"
+}
+
+fuzz_run() { # seconds: each target in turn; prints its executions; fails on the first finding
+    local seconds=$1 t seeds log runs
+    mkdir -p "$ROOT/build-fuzz/artifacts"
+    for t in "${FUZZ_TARGETS[@]}"; do
+        mkdir -p "$ROOT/build-fuzz/corpus/$t"
+        seeds=()
+        [ "$t" = raw_log_fuzzer ] && seeds+=("$ROOT/log/fuzz/corpus")
+        [ -d "$ROOT/fuzz/corpus/$t" ] && seeds+=("$ROOT/fuzz/corpus/$t")
+        log="$ROOT/build-fuzz/$t.log"
+        if ! "$ROOT/build-fuzz/bin/$t" -max_total_time="$seconds" -max_len=65536 -malloc_limit_mb=256 \
+            -timeout=10 -artifact_prefix="$ROOT/build-fuzz/artifacts/$t-" -print_final_stats=1 \
+            "$ROOT/build-fuzz/corpus/$t" "${seeds[@]}" >"$log" 2>&1; then
+            tail -n 40 "$log" >&2
+            echo "zel.sh fuzz: $t found a fault (input in build-fuzz/artifacts/, log in $log)" >&2
+            return 1
+        fi
+        runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
+        printf '  %-24s %12s executions in %s s\n' "$t" "${runs:-?}" "$seconds"
+    done
+}
+
 fuzz() {
     local seconds=${1:-60}
     setup
     setup "$ROOT/tools/debian-packages-fuzz.txt"
-    CC=clang CXX=clang++ configure build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON -DZEL_BENCH=OFF
-    cmake --build "$ROOT/build-fuzz" -j "$JOBS" --target raw_log_fuzzer
-    mkdir -p "$ROOT/build-fuzz/corpus" "$ROOT/build-fuzz/artifacts"
-    say "raw_log_fuzzer for ${seconds} s"
-    "$ROOT/build-fuzz/bin/raw_log_fuzzer" -max_total_time="$seconds" -max_len=65536 -malloc_limit_mb=256 \
-        -artifact_prefix="$ROOT/build-fuzz/artifacts/" "$ROOT/build-fuzz/corpus" "$ROOT/log/fuzz/corpus"
+    fuzz_build
+    say "each fuzz target for ${seconds} s"
+    fuzz_run "$seconds"
+}
+
+# The short fuzz run of the test command: only where clang and its fuzzer runtime are already installed.
+have_fuzzer() {
+    command -v clang++ >/dev/null 2>&1 || return 1
+    local dir
+    dir=$(clang++ --print-runtime-dir 2>/dev/null) || return 1
+    [ -e "$dir/libclang_rt.fuzzer-x86_64.a" ] || [ -e "$dir/libclang_rt.fuzzer.a" ]
 }
 
 demo() {

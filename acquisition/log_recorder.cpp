@@ -55,11 +55,42 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
     Context.depthMode = depthMode;
 
     scan_ = {};
-    if (!temp_.open(tempPointFilePath(rawPath_))) {
-        host_.message("Error in Begin: the temporary point file " + tempPointFilePath(rawPath_) +
-                          " cannot be created.",
+    tempBehindTold_ = false;
+    keptCrashed_.clear();
+    rescued_.clear();
+    const std::string tempPath = tempPointFilePath(rawPath_);
+    std::error_code ec;
+    if (std::filesystem::exists(tempPath, ec)) {
+        // A push under this name ended without a save: its points are only in that file.
+        const std::string kept = crashedTempFilePath(tempPath);
+        if (kept.empty() || (std::filesystem::rename(tempPath, kept, ec), ec)) {
+            host_.message("Error in Begin: the temporary point file " + tempPath +
+                              " of an earlier push that was never saved is in the way and cannot be moved. "
+                              "Recover it or choose another log name.",
+                          MsgButtons::Ok, MsgIcon::Critical);
+            return false;
+        }
+        keptCrashed_ = kept;
+        host_.message("The temporary point file of an earlier push under this name, which was never saved, "
+                      "has been kept as " +
+                          kept + ". Use Recover push from temporary file to rebuild that push.",
+                      MsgButtons::Ok, MsgIcon::Exclamation);
+    }
+    if (!temp_.open(tempPath)) {
+        host_.message("Error in Begin: the temporary point file " + tempPath + " " + temp_.lastError() + ".",
                       MsgButtons::Ok, MsgIcon::Critical);
         return false;
+    }
+    return true;
+}
+
+bool LogRecorder::catchUpTemp() {
+    const auto columns = static_cast<std::size_t>(push_column::Count);
+    while (temp_.records() < arrays_.points()) {
+        const int p = temp_.records();
+        if (!temp_.usable() ||
+            !temp_.writePoint(arrays_.columns.row(p).first(columns), {}, arrays_.waves.wave(p)))
+            return false;
     }
     return true;
 }
@@ -81,17 +112,65 @@ bool LogRecorder::Append(const PointRecord& p) {
     values.columns = columns_;
     values.counter = p.counter;
     if (arrays_.appendPoint(values) != ArrayStatus::Ok) return false;
-    // The file first: a point the loop reports as taken must be in it.
-    if (!temp_.writePoint(columns_, {}, p.wave)) {
-        arrays_.truncate(arrays_.points() - 1);
-        return false;
-    }
     log_.DataPoints(arrays_.points() - 1);
     scan_.add(p.depth, p.signal);
+    const bool wasBehind = tempBehindTold_;
+    if (catchUpTemp()) {
+        if (wasBehind) {
+            host_.progress("The temporary point file " + temp_.path() + " holds every point again (" +
+                           std::to_string(temp_.records()) + ").");
+            tempBehindTold_ = false;
+        }
+    } else if (!tempBehindTold_) {
+        tempBehindTold_ = true;
+        host_.message("The temporary point file " + temp_.path() + " " + temp_.lastError() +
+                          ": it holds points 1 to " + std::to_string(temp_.records()) +
+                          " only. The push goes on; its points are kept in memory and saved in the raw log "
+                          "when the push ends. Free some disk space.",
+                      MsgButtons::Ok, MsgIcon::Exclamation);
+    }
     return true;
 }
 
+void LogRecorder::saveElsewhere() {
+    // The log's own folder took neither the raw log nor every point: the system's temporary folder is
+    // often another disk.
+    std::error_code ec;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
+    const int points = arrays_.points();
+    std::string text = "The raw log " + rawPath_ + " could not be written. ";
+    if (!ec) {
+        const std::string other = (folder / std::filesystem::path(rawPath_).filename()).string();
+        if (other != rawPath_ && !std::filesystem::exists(other, ec)) {
+            const std::string kept = log_.File_FullPath();
+            log_.File_FullPath(other);
+            const RawLogSaveResult saved = SaveRawLog(other, log_, arrays_, Context, host_);
+            log_.File_FullPath(kept);
+            if (saved.ok) {
+                rescued_ = saved.path;
+                host_.message(text + "Its " + std::to_string(points) + " points were saved in " + saved.path +
+                                  " instead.",
+                              MsgButtons::Ok, MsgIcon::Exclamation);
+                return;
+            }
+            std::filesystem::remove(other, ec);
+        }
+    }
+    if (temp_.records() >= points) {
+        text += "All " + std::to_string(points) + " points are kept in the temporary point file " +
+                temp_.path() + ": recover the push from it once there is room.";
+    } else {
+        text += "The temporary point file " + temp_.path() + " keeps points 1 to " +
+                std::to_string(temp_.records()) + " of " + std::to_string(points) +
+                "; the others are in memory only and are lost when the program ends. Free some disk space "
+                "and save again.";
+    }
+    host_.message(text, MsgButtons::Ok, MsgIcon::Critical);
+}
+
 void LogRecorder::Finish() {
+    // A last chance for the file to take the points it missed, should the raw log fail as well.
+    catchUpTemp();
     temp_.close();
     // The stop time, and the information texts again: the operator may have corrected them during the push.
     // The log's position is the fix at its end.
@@ -105,7 +184,13 @@ void LogRecorder::Finish() {
         return;
     }
     const RawLogSaveResult saved = SaveRawLog(rawPath_, log_, arrays_, Context, host_);
-    if (!saved.ok) return; // the temporary file stays for recovery
+    if (!saved.ok) {
+        // The temporary file stays for recovery, whatever else happens.
+        std::error_code ec;
+        std::filesystem::remove(rawPath_, ec); // a raw log cut short is no log
+        saveElsewhere();
+        return;
+    }
     files_.rawLog = saved.path;
     files_.companion = log_.File_FullPath_Plt();
     if (!files_.companion.empty()) SaveCompanionSettings(files_.companion, forms_, PlotWindows{});

@@ -3,6 +3,12 @@
 // temporary point file beside the raw log before the next point is taken; the end writes the raw log, the
 // companion, the data export and the run-log entry, and only then deletes the temporary file (so a crash
 // during the writes still leaves it for recovery).
+//
+// The arrays are the push: a point the temporary file could not take (disk full, file-size limit, I/O
+// error) is still kept and saved at the end. The operator is told once when the file falls behind; every
+// later point first tries to write the points the file is missing, in order, so the file catches up as
+// soon as there is room again. A crashed push's temporary file under the same name is kept under a new
+// name (crashedTempFilePath), never overwritten.
 
 #include "acquisition/push.h"
 #include "log/log_arrays.h"
@@ -43,6 +49,12 @@ public:
     const RecordedFiles& Files() const { return files_; }
     const SignalMaxScan& SignalMax() const { return scan_; }
     const std::string& TempPath() const { return temp_.path(); }
+    // Points of this push in the temporary file (a prefix of the push's points).
+    int DurablePoints() const { return temp_.records(); }
+    // Where a crashed push's temporary file of the same name was kept; empty when there was none.
+    const std::string& KeptCrashedTemp() const { return keptCrashed_; }
+    // Where the points went when the raw log could not be written at its place; empty otherwise.
+    const std::string& RescuedLog() const { return rescued_; }
 
 private:
     Host& host_;
@@ -53,7 +65,13 @@ private:
     std::string rawPath_;
     std::string dataRoot_;
     TempPointFile temp_;
+    bool catchUpTemp();
+    void saveElsewhere();
+
     SignalMaxScan scan_;
+    bool tempBehindTold_ = false;
+    std::string keptCrashed_;
+    std::string rescued_;
     int samples_ = 0;
     std::vector<float> columns_;
     RecordedFiles files_;

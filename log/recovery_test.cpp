@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace zel {
 namespace {
@@ -70,7 +73,13 @@ TEST_F(RecoveryFixture, RoundTripDropsATornLastRecordAndRecomputesTheMaxima) {
     EXPECT_EQ(r.points, 4);
     EXPECT_EQ(r.droppedBytes, 7u);
     EXPECT_EQ(r.recoveredPath, (dir / "push7_Recovered.lif.raw.bin").string());
-    EXPECT_TRUE(host.messages().empty());
+    // One note, naming what the header log gave.
+    ASSERT_EQ(host.messages().size(), 1u) << ::testing::PrintToString(host.messages());
+    EXPECT_NE(host.messages()[0].find("From previous.lif.raw.bin it takes the point layout"),
+              std::string::npos)
+        << host.messages()[0];
+    EXPECT_NE(host.messages()[0].find("Time_Stop (its last write) from the temporary file"),
+              std::string::npos);
 
     // What is in memory is what the recovered file holds.
     cZEL_Data reread{host, clock};
@@ -95,6 +104,40 @@ TEST_F(RecoveryFixture, RoundTripDropsATornLastRecordAndRecomputesTheMaxima) {
 
     f.remove();
     EXPECT_FALSE(fs::exists(temp));
+}
+
+// The recovered push's times are the temporary file's (its last write is the last point), not the header
+// log's.
+TEST_F(RecoveryFixture, TimesComeFromTheTemporaryFile) {
+    const std::string temp = (dir / "late.lif.raw.bin.temp").string();
+    {
+        TempPointFile f;
+        ASSERT_TRUE(f.open(temp));
+        writePoint(f, 0, 1.0f);
+    }
+    std::tm tm{};
+    tm.tm_year = 2021 - 1900;
+    tm.tm_mon = 6;
+    tm.tm_mday = 9;
+    tm.tm_hour = 14;
+    tm.tm_min = 30;
+    tm.tm_sec = 5;
+    tm.tm_isdst = -1;
+    const std::time_t lastWrite = std::mktime(&tm);
+    const timespec times[2] = {{lastWrite, 0}, {lastWrite, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, temp.c_str(), times, 0), 0);
+
+    const RecoveryResult r = RecoverFromTempFile(temp, headerLog, log, arrays, ctx, host);
+    ASSERT_TRUE(r.ok) << ::testing::PrintToString(host.messages());
+    const DateTime expectedStop{2021, 7, 9, 14, 30, 5};
+    EXPECT_EQ(formatDateTime(log.Time_Stop(), "yyyy-mm-dd hh:nn:ss"), "2021-07-09 14:30:05");
+    EXPECT_EQ(formatDateTime(r.timeStop, "yyyy-mm-dd hh:nn:ss"), "2021-07-09 14:30:05");
+    // Created now (or, without a creation time, the last write): never the header log's 2016 start.
+    EXPECT_EQ(log.Time_Start().toSerial(), r.timeStart.toSerial());
+    EXPECT_GE(log.Time_Start().year, 2021);
+    if (!r.startFromCreation) {
+        EXPECT_EQ(log.Time_Start().toSerial(), expectedStop.toSerial());
+    }
 }
 
 TEST_F(RecoveryFixture, FilesThatHoldNoPointAreRefused) {

@@ -43,6 +43,25 @@ std::string tempPointFilePath(const std::string& rawLogPath) {
     return rawLogPath + ".temp";
 }
 
+std::string crashedTempFilePath(const std::string& tempPath) {
+    std::string stem = tempPath;
+    std::string tail;
+    for (const char* ending : {".lif.raw.bin.temp", ".clr.raw.bin.temp", ".o2.raw.bin.temp", ".temp"}) {
+        const std::string e(ending);
+        if (stem.size() > e.size() && stem.compare(stem.size() - e.size(), e.size(), e) == 0) {
+            tail = e;
+            stem.resize(stem.size() - e.size());
+            break;
+        }
+    }
+    for (int n = 1; n < 1000; ++n) {
+        const std::string candidate = stem + "_Crashed" + (n == 1 ? "" : std::to_string(n)) + tail;
+        std::error_code ec;
+        if (!std::filesystem::exists(candidate, ec) && !ec) return candidate;
+    }
+    return {};
+}
+
 std::size_t tempRecordFloats(int dataColumns, bool withPresFlow, int samplesPerWave) {
     return static_cast<std::size_t>(dataColumns) + (withPresFlow ? kPresFlowColumns : 0) +
            static_cast<std::size_t>(samplesPerWave);
@@ -52,11 +71,27 @@ TempPointFile::~TempPointFile() {
     close();
 }
 
+bool TempPointFile::fail(const char* what, int err) {
+    error_ = std::string(what) + " (" + std::strerror(err) + ")";
+    return false;
+}
+
 bool TempPointFile::open(const std::string& path) {
     close();
     path_ = path;
-    fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
-    if (fd_ < 0) return false;
+    broken_ = false;
+    records_ = 0;
+    size_ = 0;
+    error_.clear();
+    // O_EXCL: a file of this name holds the points of a push that was never saved.
+    fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
+    if (fd_ < 0) {
+        if (errno == EEXIST)
+            error_ = "exists";
+        else
+            fail("cannot be created", errno);
+        return false;
+    }
     // The new file's name must survive a power cut as well as its records.
     std::string folder = std::filesystem::path(path).parent_path().string();
     if (folder.empty()) folder = ".";
@@ -70,19 +105,46 @@ bool TempPointFile::open(const std::string& path) {
 
 bool TempPointFile::writePoint(std::span<const float> columns, std::span<const float> presFlow,
                                std::span<const float> wave) {
-    if (fd_ < 0) return false;
+    if (fd_ < 0) {
+        error_ = "is not open";
+        return false;
+    }
+    if (broken_) return false;
     buffer_.clear();
     putFloats(buffer_, columns);
     putFloats(buffer_, presFlow);
     putFloats(buffer_, wave);
     std::size_t done = 0;
+    int err = 0;
     while (done < buffer_.size()) {
         const ssize_t n = ::write(fd_, buffer_.data() + done, buffer_.size() - done);
         if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
+        if (n <= 0) {
+            err = n < 0 ? errno : ENOSPC;
+            break;
+        }
         done += static_cast<std::size_t>(n);
     }
-    return ::fdatasync(fd_) == 0;
+    // A record whose flush failed is not known to be on the disk: it goes too, so the file only ever holds
+    // records the push was told are stored.
+    if (err == 0 && ::fdatasync(fd_) != 0) err = errno;
+    if (err == 0) {
+        size_ += buffer_.size();
+        ++records_;
+        return true;
+    }
+    fail(done < buffer_.size() ? "could not take the point" : "could not flush the point to the disk", err);
+    if (done > 0) {
+        int cut = -1;
+        do
+            cut = ::ftruncate(fd_, static_cast<off_t>(size_));
+        while (cut != 0 && errno == EINTR);
+        if (cut != 0 || ::fdatasync(fd_) != 0) {
+            broken_ = true;
+            error_ += "; the record cut short could not be taken off the file again";
+        }
+    }
+    return false;
 }
 
 void TempPointFile::close() {

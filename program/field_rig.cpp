@@ -13,7 +13,8 @@ void ScopeAdapter::ReadSetup() {
 }
 
 bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
-    if (!s_.Connected) return false;
+    // Not Connected: a broken link is tried again by the acquisition itself.
+    if (!s_.SessionOpen()) return false;
     if (source == "CH2") {
         std::int32_t status = 0;
         s_.Tek_Wave_Acq(false, pushing_, status);
@@ -21,8 +22,9 @@ bool ScopeAdapter::Acquire(std::string_view source, Waveform& wave) {
         if (status != 1) return false;
     } else {
         s_.Tek_DataSource(std::string(source));
-        s_.Tek_Wave_Transfer(false, false);
+        const bool transferred = s_.Tek_Wave_Transfer(false, false);
         s_.Tek_DataSource("CH2");
+        if (!transferred) return false;
     }
     if (s_.Waveform.empty()) return false;
     wave.samples = s_.Waveform;

@@ -3,7 +3,14 @@
 #include "app/cli/command.h"
 #include "app/parse_arguments.h"
 
+#include <csignal>
+
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+    // A file that reaches the file-size limit must fail its write (the push then goes on in memory), not end
+    // the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     CLI::App app{"ZEL command-line tool: process and inspect LIF logs and waveforms"};
     app.require_subcommand(1);
 

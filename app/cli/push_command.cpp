@@ -66,7 +66,7 @@ struct PushArgs {
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;          // as "/H": the data board in the push
-    double idleSeconds = 60;  // a depth source silent this long ends the push
+    double idleSeconds = 60;  // no new depth this long ends the push
     std::vector<std::string> switches;
 };
 
@@ -246,7 +246,8 @@ int runPush(const PushArgs& a) {
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
         taken = n;
         std::cout << "point " << n << " depth " << formatNumber(p.depth, "#0.000") << " signal "
-                  << formatNumber(p.signal, "#0.00") << std::endl;
+                  << formatNumber(p.signal, "#0.00") << (recorder.DurablePoints() < n ? " memory-only" : "")
+                  << std::endl;
     };
 
     // The simulated scope's first acquisition sees no light: the background. A push with the configured

@@ -3,6 +3,7 @@
 
 #include "common/clock.h"
 #include "common/console_host.h"
+#include "common/date_time.h"
 #include "log/recovery.h"
 #include "log/run_log.h"
 #include "program/settings_model.h"
@@ -37,6 +38,10 @@ int runRecover(const RecoverArgs& args) {
     std::cout << "points: " << r.points << '\n';
     // The recovered log is a log of the run like any other: it gets its run-log entry.
     std::cout << "run_log: " << WriteRunLog(dataRoot(), log, clock, false) << '\n';
+    std::cout << "time_start: " << formatDateTime(r.timeStart, "yyyy-mm-dd hh:nn:ss")
+              << (r.startFromCreation ? " (created)" : " (last written; no creation time)") << '\n';
+    std::cout << "time_stop: " << formatDateTime(r.timeStop, "yyyy-mm-dd hh:nn:ss") << " (last written)\n";
+    std::cout << "from_log: " << args.log << ": " << r.fromHeaderLog << '\n';
     if (r.droppedBytes > 0)
         std::cout << "dropped: " << r.droppedBytes << " bytes of a last point cut short\n";
     return 0;

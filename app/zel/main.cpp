@@ -17,6 +17,7 @@
 #include <QSplashScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <csignal>
 
 #include <filesystem>
 #include <iostream>
@@ -90,6 +91,11 @@ bool isExistingFile(const std::string& path) {
 } // namespace
 
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+    // A file that reaches the file-size limit must fail its write (the push then goes on in memory), not end
+    // the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     std::vector<std::string> args;
     bool sim = false;
     zel::program::SimOptions simOptions;

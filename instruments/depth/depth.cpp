@@ -163,11 +163,12 @@ void cZEL_Depth::setRawDepth(float feet, bool announce) {
     const float before = currentFt_;
     currentFt_ = rawFt_ + offsetFt_;
     if (currentFt_ > maxFt_) maxFt_ = currentFt_;
-    if (currentFt_ == before) return;
+    // Every reading enters the rate, a still one too: a probe that stops must read 0 after a few readings,
+    // not keep the rate it had when it last moved.
     const double ftPerS = rate_.add(clock_.secondsSinceMidnight(), currentFt_, Rate_Num2Avg);
     Rate_In = static_cast<float>(ftPerS * 12.0);
     Rate_Cm = static_cast<float>(ftPerS / kFeetPerMetre * 100.0);
-    if (!announce) return;
+    if (currentFt_ == before || !announce) return;
     updateBlows();
     if (NewDepth) NewDepth();
 }

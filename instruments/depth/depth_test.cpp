@@ -151,6 +151,39 @@ TEST_F(DepthTest, CyclicPotAddsARodWhenTheStringIsRehooked) {
     EXPECT_NEAR(depth.Depth_Raw_Ft(), 3.28084 + 0x100 * 5.0 / 4096 / 0.6, 1e-4);
 }
 
+// The rate averages over the last readings whether the depth changed or not: it falls to 0 once the probe
+// has stood still for Rate_Num2Avg readings, and comes back when it moves again.
+TEST_F(DepthTest, RateFallsToZeroWhenTheProbeStops) {
+    depth.Int_CalVal = 10;
+    depth.Rate_Num2Avg = 3;
+    openBoard();
+    depth.Push_Begin();
+    // 0.6 V a foot: 492 counts (1EC) is 1 ft, 983 (3D7) 2 ft, 1475 (5C3) 3 ft.
+    struct Step {
+        const char* reading;
+        double rateInPerS; // after the reading, one second after the one before
+    };
+    const double foot = 492 * 5.0 / 4096 / 0.6; // the first reading's depth
+    const Step steps[] = {
+        {"U21EC", 0.0},                                     // the first reading
+        {"U23D7", (983 - 492) * 5.0 / 4096 / 0.6 * 12},     // 1 ft in 1 s
+        {"U23D7", (983 - 492) * 5.0 / 4096 / 0.6 * 12 / 2}, // still
+        {"U23D7", (983 - 492) * 5.0 / 4096 / 0.6 * 12 / 3}, // still
+        {"U23D7", 0.0},                                     // three still readings
+        {"U23D7", 0.0},
+        {"U25C3", (1475 - 983) * 5.0 / 4096 / 0.6 * 12 / 3}, // moving again
+    };
+    int i = 0;
+    for (const Step& s : steps) {
+        port.receive(std::string(s.reading) + "\r00000000" + std::to_string(i % 10) + "\r");
+        EXPECT_NEAR(depth.Rate_In, s.rateInPerS, 1e-3) << i;
+        EXPECT_NEAR(depth.Rate_Cm, depth.Rate_In * 2.54, 1e-3) << i;
+        clock.advanceMs(1000);
+        ++i;
+    }
+    EXPECT_GT(depth.Depth_Current_Ft(), 2 * foot);
+}
+
 TEST_F(DepthTest, RateAcrossMidnight) {
     clock.set(DateTime{2016, 4, 12, 23, 59, 59});
     depth.Rate_Num2Avg = 1;

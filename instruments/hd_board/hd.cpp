@@ -75,6 +75,16 @@ void clsHD::Stop() {
 void clsHD::SetDS(int mask) {
     mask_ = std::clamp(mask, 0, hd_protocol::kMaxMask);
     send("SetDS " + std::to_string(mask_));
+    newColumnMap();
+}
+
+void clsHD::newColumnMap() {
+    // Bytes of a record begun under the old selection would shift every later record by their length.
+    for (auto& p : ports_)
+        if (p->role == Role::Record) {
+            p->link->readAll();
+            p->pending.clear();
+        }
     map_ = hd_protocol::columnMap(mask_);
 }
 
@@ -107,7 +117,7 @@ bool clsHD::Stat(int mode) {
     const auto before = replyCount_;
     send("Stat " + std::to_string(mode));
     const bool answered = await("Stat", ReplyTimeoutMs, [&] { return replyCount_ != before; });
-    map_ = hd_protocol::columnMap(mask_);
+    newColumnMap();
     send("SetDS " + std::to_string(mask_));
     return answered;
 }

@@ -80,6 +80,8 @@ private:
     void send(std::string_view text);
     void onData(Port& port);
     void decode(std::string& bytes);
+    // The column map of mask_, with what the record port holds of the old selection thrown away.
+    void newColumnMap();
     void replies(std::string& bytes);
     Port* command();
     // Lets the event loop run until done() or timeoutMs; false (with "Timeout " + operation) on time-out.

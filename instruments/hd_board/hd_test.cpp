@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <set>
 
@@ -169,6 +170,38 @@ TEST_F(HdTest, RecordsDecodedAndScaledAcrossArrivals) {
     EXPECT_EQ(r[2], 0.0f);
     net.arrive(5001, rec.substr(15));
     EXPECT_EQ(records, 2);
+}
+
+// A record cut in two by a new selection (SetDS, or the Stat that sends the selection again): its first part
+// must not be read as the start of a record of the new layout.
+TEST_F(HdTest, ANewSelectionDiscardsAHalfRecord) {
+    ASSERT_TRUE(hd.Connect("127.0.0.1"));
+    using hd_protocol::encodeValue;
+    // Time, signal 1, the 3-volt input (column 11), analogue column 7.
+    const std::string four = encodeValue(1000) + encodeValue(2) + encodeValue(2048) + encodeValue(4096);
+    struct Case {
+        const char* what;
+        std::function<void()> change;
+        std::string next; // a whole record of the layout after the change
+        float column11;
+    };
+    const Case cases[] = {
+        {"SetDS", [&] { hd.SetDS(0x080); }, encodeValue(4096), 3.0f}, // the 3-volt input alone
+        {"Stat", [&] { hd.Stat(0); }, four, 1.5f},
+    };
+    net.reply = [](std::string_view command) {
+        return std::string(command.starts_with("Stat") ? "Stat FW=1.4.2\r" : "");
+    };
+    for (const Case& c : cases) {
+        hd.SetDS(0x183);
+        hd.ClearRecords();
+        net.arrive(5001, four + four.substr(0, 6));
+        ASSERT_EQ(hd.Records().size(), 1u) << c.what;
+        c.change();
+        net.arrive(5001, c.next);
+        ASSERT_EQ(hd.Records().size(), 2u) << c.what;
+        EXPECT_FLOAT_EQ(hd.Records()[1][11], c.column11) << c.what;
+    }
 }
 
 TEST_F(HdTest, PortThatDoesNotConnectIsReported) {

@@ -6,7 +6,16 @@
 
 namespace zel::platform {
 
-QtByteStream::QtByteStream() : socket_(std::make_unique<QTcpSocket>()) {}
+namespace {
+// What the socket keeps of unread data. A device that keeps sending while nobody reads (a raw-socket
+// instrument streaming between queries) is then held back by TCP instead of filling memory; the largest
+// reply read at once (a 16 MiB block) still passes, a piece at a time.
+constexpr qint64 kReadBufferBytes = 1 << 20;
+} // namespace
+
+QtByteStream::QtByteStream() : socket_(std::make_unique<QTcpSocket>()) {
+    socket_->setReadBufferSize(kReadBufferBytes);
+}
 
 QtByteStream::~QtByteStream() {
     close();

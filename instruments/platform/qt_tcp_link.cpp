@@ -4,7 +4,14 @@
 
 namespace zel::platform {
 
+namespace {
+// Unread data the socket keeps: a board that streams records while the program does not read them (no
+// event loop running, no handler) is then held back by TCP instead of filling memory.
+constexpr qint64 kReadBufferBytes = 1 << 20;
+} // namespace
+
 QtTcpLink::QtTcpLink() : socket_(std::make_unique<QTcpSocket>()) {
+    socket_->setReadBufferSize(kReadBufferBytes);
     socket_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     QObject::connect(socket_.get(), &QTcpSocket::readyRead, [this] {
         if (handler_) handler_();

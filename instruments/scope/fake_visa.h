@@ -19,6 +19,7 @@ public:
     std::map<std::string, std::string> replies;              // query -> reply text
     std::function<std::string(const std::string&)> replyFor; // consulted before the table
     visa::ViStatus failWrites = visa::VI_SUCCESS;            // every write fails with this when negative
+    visa::LinkState link = visa::LinkState::Connected;       // what linkState reports
 
     visa::ViStatus openDefaultRM(visa::ViSession& rm) override {
         rm = 1;
@@ -56,6 +57,7 @@ public:
         return "status " + std::to_string(status);
     }
     visa::ViStatus close(visa::ViSession) override { return visa::VI_SUCCESS; }
+    visa::LinkState linkState(visa::ViSession) const override { return link; }
 };
 
 } // namespace zel::testing

@@ -24,6 +24,11 @@ public:
     // Fields, in the order the driver has always declared them.
     bool LittleTrigger = false;
     bool BigTrigger = false;
+    // True while the session is open and its link is up. A link that broke (the scope restarted, the cable
+    // was pulled) makes it false; the session stays open and the next operation tries to connect again
+    // (SessionOpen), making it true once the scope answers. A scope found again is set up again (it may have
+    // been power-cycled): the default setup, then the averaging, channel-2 scale, delay and trigger mode
+    // the program had set.
     bool Connected = false;
     visa::ViSession DefaultRM = 0;
     visa::ViSession Instr = 0;
@@ -63,7 +68,8 @@ public:
     // status: 1 = waveform transferred, 2 = time-out or no scope.
     void Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status);
     // flag is passed through from the acquisition's callers; the transfer itself does not depend on it.
-    void Tek_Wave_Transfer(bool flag, bool autoScale);
+    // False (reported, Waveform emptied) when the record or its preamble is not a whole, scalable record.
+    bool Tek_Wave_Transfer(bool flag, bool autoScale);
     void Tek_DelayTime(float delay, bool readFirst);
     void Tek_SaveWaveInternal(const std::string& source, const std::string& destination);
     void Tek_MessageClear();
@@ -85,6 +91,8 @@ public:
     // The fields of the *IDN? reply, upper-cased, and the number picked out of ScopeName.
     const std::vector<std::string>& IdnFields() const { return idn_; }
     const std::string& ScopeNumber() const { return scopeNumber_; }
+    // Init (or Attach) opened the session and Tek_Close has not closed it: operations are attempted.
+    bool SessionOpen() const { return sessionOpen_; }
 
 private:
     // The raw I/O under every operation; a failure is reported with the location and false returned.
@@ -99,7 +107,13 @@ private:
     const Clock& clock_;
     std::vector<std::string> idn_;
     std::string scopeNumber_;
+    void updateLinkState();
+    void restoreSetup();
+
     bool quietErrors_ = false; // set while a wait has already reported its failure
+    bool sessionOpen_ = false;
+    bool restoring_ = false;
+    std::int32_t averages_ = 64;
 };
 
 } // namespace zel

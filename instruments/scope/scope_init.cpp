@@ -69,7 +69,7 @@ const std::array<float, 10> kLadder = {0.001f, 0.002f, 0.005f, 0.01f, 0.02f, 0.0
 
 void cZEL_Scope::Init(const std::string& address) {
     VertScaleLadder = kLadder;
-    Connected = false;
+    Connected = sessionOpen_ = false;
     ScopeAddress = address;
     if (!visa_) {
         host_.message("Err 53: VISA (scope communication) not found", MsgButtons::Ok, MsgIcon::Critical);
@@ -121,7 +121,7 @@ void cZEL_Scope::Init(const std::string& address) {
         host_.message("Set scope name on scope (utility > system i/o > ethernet setting", MsgButtons::Ok);
     }
     scopeNumber_ = numberInName(ScopeName);
-    Connected = true;
+    Connected = sessionOpen_ = true;
     Tek_Default();
 }
 
@@ -129,11 +129,11 @@ void cZEL_Scope::Attach(visa::ViSession rm, visa::ViSession instrument) {
     VertScaleLadder = kLadder;
     DefaultRM = rm;
     Instr = instrument;
-    Connected = visa_ != nullptr;
+    Connected = sessionOpen_ = visa_ != nullptr;
 }
 
 void cZEL_Scope::Tek_Default() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     const DateTime now = clock_.now();
     const auto w = [this](const std::string& command) { send(command, "Default"); };
     w(":DATE " + quoted(formatDateTime(now, "yyyy-mm-dd")));
@@ -192,11 +192,11 @@ void cZEL_Scope::Tek_Default() {
 }
 
 void cZEL_Scope::Tek_Close() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     visa_->close(Instr);
     visa_->close(DefaultRM);
     Instr = DefaultRM = 0;
-    Connected = false;
+    Connected = sessionOpen_ = false;
 }
 
 } // namespace zel

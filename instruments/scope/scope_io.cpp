@@ -36,9 +36,33 @@ void cZEL_Scope::ErrorHandler(visa::ViStatus status, std::string_view location) 
     reportError(visa_ ? visa_->statusDesc(Instr, status) : std::string(), location);
 }
 
+void cZEL_Scope::updateLinkState() {
+    const bool was = Connected;
+    Connected = sessionOpen_ && visa_->linkState(Instr) == visa::LinkState::Connected;
+    // The loss itself was reported by the failing call; the return is worth a line of its own.
+    if (Connected && !was && !restoring_) {
+        host_.progress("Scope connection restored.");
+        restoreSetup();
+    }
+}
+
+void cZEL_Scope::restoreSetup() {
+    restoring_ = true;
+    const float scale = VertScale, delay = HorizontalDelay;
+    std::int32_t averages = averages_;
+    const bool big = BigTrigger, little = LittleTrigger;
+    Tek_Default();
+    if (big || little) Tek_BigLittleTrig(big, little);
+    Tek_Average(averages);
+    if (scale > 0) Tek_VertScale("CH2", scale);
+    Tek_DelayTime(delay, false);
+    restoring_ = false;
+}
+
 bool cZEL_Scope::send(std::string_view command, std::string_view location) {
     std::uint32_t written = 0;
     const visa::ViStatus st = visa_->write(Instr, command, written);
+    updateLinkState();
     if (st < 0) ErrorHandler(st, location);
     return st >= 0;
 }
@@ -47,17 +71,18 @@ bool cZEL_Scope::ask(std::string_view command, std::string& reply, std::string_v
     reply.clear();
     if (!send(command, location)) return false;
     const visa::ViStatus st = visa_->read(Instr, reply, kReplyBytes);
+    updateLinkState();
     if (st < 0) ErrorHandler(st, location);
     return st >= 0;
 }
 
 void cZEL_Scope::Write(const std::string& command) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(command, "Write");
 }
 
 bool cZEL_Scope::QueryText(const std::string& command, std::string& result) {
-    if (!Connected) return false;
+    if (!sessionOpen_) return false;
     std::string reply;
     if (!ask(command, reply, "QueryText")) return false;
     result = trimmed(reply);
@@ -65,7 +90,7 @@ bool cZEL_Scope::QueryText(const std::string& command, std::string& result) {
 }
 
 bool cZEL_Scope::QueryInt(const std::string& command, std::int32_t& result) {
-    if (!Connected) return false;
+    if (!sessionOpen_) return false;
     std::string reply;
     if (!ask(command, reply, "QueryInt")) return false;
     // A reply out of the 32-bit range is not a count the scope can mean; keep the old value.
@@ -77,7 +102,7 @@ bool cZEL_Scope::QueryInt(const std::string& command, std::int32_t& result) {
 }
 
 bool cZEL_Scope::QuerySingle(const std::string& command, float& result) {
-    if (!Connected) return false;
+    if (!sessionOpen_) return false;
     std::string reply;
     if (!ask(command, reply, "QuerySingle")) return false;
     const double v = val(reply);

@@ -7,12 +7,12 @@
 namespace zel {
 
 void cZEL_Scope::Tek_TriggerLevel(const std::string& scaleText) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":CH1:SCA " + scaleText, "TriggerLevel");
 }
 
 void cZEL_Scope::Tek_BigLittleTrig(bool big, bool little) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     const char* const* commands;
     static const char* const bigMode[] = {":TRIGGER:A:EDGE:SOURCE CH1;COUPLING LFRej", ":CH1:SCA 1.0",
                                           ":TRIGGER:A:LEVEL 3.0"};
@@ -28,18 +28,19 @@ void cZEL_Scope::Tek_BigLittleTrig(bool big, bool little) {
 }
 
 void cZEL_Scope::Tek_Average(std::int32_t& count) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     for (int i = 1; i <= 9; ++i)
         if ((1 << i) >= count) {
             count = 1 << i;
             break;
         }
     count = std::clamp(count, 2, 512);
+    averages_ = count;
     send(":ACQ:MOD AVE;NUMAV " + shortestText(count), "Average");
 }
 
 void cZEL_Scope::Tek_Trig50Percent(bool quiet) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     if (!send(":TRIG:A:SETL", "Trig50Percent")) return;
     float level = 0.0f;
     if (!QuerySingle(":TRIG:A:LEV?", level)) return;
@@ -49,7 +50,7 @@ void cZEL_Scope::Tek_Trig50Percent(bool quiet) {
 }
 
 void cZEL_Scope::Tek_State_Run() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":ACQ:STATE RUN", "State_Run");
 }
 
@@ -59,17 +60,17 @@ void cZEL_Scope::Tek_State_Stop() {
 }
 
 void cZEL_Scope::Tek_NumAcq_Get(std::int32_t& result) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     QueryInt("ACQ:NUMAC?", result);
 }
 
 void cZEL_Scope::Tek_StopAfter(bool singleSequence) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(singleSequence ? ":ACQ:STOPA SEQ" : ":ACQ:STOPA RUNST", "StopAfter");
 }
 
 void cZEL_Scope::Tek_DelayTime(float delay, bool readFirst) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     if (readFirst) {
         float current = HorizontalDelay;
         if (QuerySingle("HORizontal:DELay:TIMe?", current)) HorizontalDelay = current;
@@ -79,43 +80,43 @@ void cZEL_Scope::Tek_DelayTime(float delay, bool readFirst) {
 }
 
 void cZEL_Scope::Tek_SaveWaveInternal(const std::string& source, const std::string& destination) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":SAV:WAVE " + source + "," + destination, "SaveWaveInternal");
 }
 
 void cZEL_Scope::Tek_MessageClear() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":MESS:CLEAR;STATE OFF", "MessageClear");
 }
 
 void cZEL_Scope::Tek_Lock(bool lock) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(lock ? "LOC ALL" : "LOC NON", "Lock");
 }
 
 void cZEL_Scope::Tek_DataSource(const std::string& channel) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":DATA:SOU " + channel, "DataSource");
 }
 
 void cZEL_Scope::Tek_VertScale(const std::string& channel, float voltsPerDiv) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":" + channel + ":SCA " + shortestText(voltsPerDiv), "VertScale");
     VertScale = voltsPerDiv;
 }
 
 void cZEL_Scope::Tek_ChOn(const std::string& channel, bool on) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":SELECT:" + channel + (on ? " ON" : " OFF"), "ChOn");
 }
 
 void cZEL_Scope::Tek_ChControl(const std::string& channel) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     send(":SELECT:CONTRO " + channel, "ChControl");
 }
 
 void cZEL_Scope::Tek_TriggerView() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     float delay = HorizontalDelay;
     QuerySingle("HORizontal:DELay:TIMe?", delay);
     Tek_ChControl("CH1");
@@ -127,7 +128,7 @@ void cZEL_Scope::Tek_TriggerView() {
 }
 
 void cZEL_Scope::PhosphMode(bool on) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     if (on) {
         // One megohm and a 2 ms window: phosphorescence decays far slower than fluorescence.
         for (const char* c : {":CH2:IMP MEG", ":HOR:MAI:SCA 200E-6", ":HOR:DEL:TIM 792E-6"})

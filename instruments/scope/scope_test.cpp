@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <numeric>
 
@@ -197,6 +198,49 @@ TEST_F(ScopeTest, ScaleStepMovesAlongTheLadder) {
     }
 }
 
+// Connected follows the session's link: false while it is broken (operations are still tried, since the
+// next call reconnects), true again once a call got through.
+TEST_F(ScopeTest, ConnectedFollowsTheLink) {
+    connect();
+    std::int32_t sixteen = 16;
+    scope.Tek_Average(sixteen);
+    visa.link = visa::LinkState::Broken;
+    visa.failWrites = visa::VI_ERROR_CONN_LOST;
+    std::int32_t acquisitions = 0;
+    scope.Tek_NumAcq_Get(acquisitions);
+    EXPECT_FALSE(scope.Connected);
+    EXPECT_TRUE(scope.SessionOpen());
+    ASSERT_EQ(host.messages().size(), 1u);
+    EXPECT_NE(host.messages()[0].find(std::to_string(visa::VI_ERROR_CONN_LOST)), std::string::npos)
+        << host.messages()[0];
+
+    // The scope comes back (perhaps power-cycled): the call goes through and the program's setup follows,
+    // the default one and then what the program had changed.
+    visa.link = visa::LinkState::Connected;
+    visa.failWrites = visa::VI_SUCCESS;
+    visa.writes.clear();
+    scope.VertScale = 0.2f;
+    scope.HorizontalDelay = 6.5e-7f;
+    scope.Tek_State_Run();
+    EXPECT_TRUE(scope.Connected);
+    EXPECT_EQ(host.progressTexts(), std::vector<std::string>{"Scope connection restored."});
+    ASSERT_GT(visa.writes.size(), 4u);
+    EXPECT_EQ(visa.writes.front(), ":ACQ:STATE RUN");
+    const auto sent = [&](const std::string& command) {
+        return std::find(visa.writes.begin(), visa.writes.end(), command) != visa.writes.end();
+    };
+    EXPECT_TRUE(sent(":DATA:ENC RIB;SOU CH2;STAR 1;STOP 500;WID 2"));
+    EXPECT_TRUE(sent(":DESE 1"));
+    const std::vector<std::string> last(visa.writes.end() - 3, visa.writes.end());
+    EXPECT_EQ(last,
+              (std::vector<std::string>{":ACQ:MOD AVE;NUMAV 16", ":CH2:SCA 0.2", ":HOR:DEL:TIM 6.5E-07"}));
+    EXPECT_EQ(scope.RecordLength, 500);
+
+    scope.Tek_Close();
+    EXPECT_FALSE(scope.Connected);
+    EXPECT_FALSE(scope.SessionOpen());
+}
+
 struct TransferTest : ScopeTest {
     std::vector<std::uint16_t> raw = std::vector<std::uint16_t>(500, 0);
     void transfer(bool autoScale) {
@@ -269,15 +313,15 @@ TEST_F(TransferTest, AutoScaleFromThePeakInSignedCounts) {
     }
 }
 
-TEST_F(TransferTest, ShortOrBadBlockIsReportedAndKeepsTheOldRecord) {
+TEST_F(TransferTest, ShortOrBadBlockIsReportedAndLeavesNoRecord) {
     connect();
     scope.Waveform = {1.0f};
     visa.replies["Curve?"] = "#41000" + std::string(10, '\0') + "\n";
-    scope.Tek_Wave_Transfer(false, false);
+    EXPECT_FALSE(scope.Tek_Wave_Transfer(false, false));
     ASSERT_EQ(host.messages().size(), 1u);
     EXPECT_EQ(host.messages()[0].rfind("Scope err: short block", 0), 0u) << host.messages()[0];
     EXPECT_NE(host.messages()[0].find(" in Wave_Transfer"), std::string::npos);
-    EXPECT_EQ(scope.Waveform, std::vector<float>{1.0f});
+    EXPECT_TRUE(scope.Waveform.empty());
 }
 
 struct AcqTest : ScopeTest {
@@ -304,6 +348,58 @@ TEST_F(AcqTest, CompletesOnOperationCompleteAndTransfers) {
     EXPECT_EQ(std::vector<std::string>(visa.writes.begin(), visa.writes.begin() + 6),
               (std::vector<std::string>{"*OPC", "*ESR?", "*ESR?", "*ESR?", "*CLS", "Curve?"}));
     EXPECT_EQ(host.yields(), 3);
+    EXPECT_EQ(scope.Waveform.size(), 501u);
+}
+
+// A transfer that went wrong after operation-complete is status 2, leaves no waveform (never the previous
+// depth's record or a flat one) and is said once.
+TEST_F(AcqTest, AFailedTransferIsStatusTwoAndLeavesNoWaveform) {
+    struct Case {
+        const char* what;
+        std::string curve, ymult, yzero;
+        int recordLength;
+        const char* said;
+    };
+    const std::string good = block(std::vector<std::uint16_t>(500, 5));
+    const Case cases[] = {
+        {"short block", "#41000" + std::string(400, '\x01') + "\n", "1E-3\n", "0\n", 500, "short block"},
+        {"record shorter than the data range", block(std::vector<std::uint16_t>(499, 5)), "1E-3\n", "0\n",
+         500, "record of 499 points where 500"},
+        {"record longer than the data range", good, "1E-3\n", "0\n", 250, "record of 500 points where 250"},
+        {"empty YMULT", good, "\n", "0\n", 500, "no number in the reply to WFMPRE:YMULT?"},
+        {"zero YMULT", good, "0\n", "0\n", 500, "the vertical multiplier is 0"},
+        {"YMULT beyond a single", good, "1E39\n", "0\n", 500, "no number in the reply to WFMPRE:YMULT?"},
+        {"YZERO beyond a single", good, "1E-3\n", "-1E39\n", 500, "no number in the reply to WFMPRE:YZERO?"},
+        {"YMULT beyond any voltage", good, "3E38\n", "0\n", 500, "beyond any voltage"},
+    };
+    for (const Case& c : cases) {
+        connect();
+        host.clear();
+        esrPolls = 0;
+        completeAfter = 1;
+        scope.RecordLength = c.recordLength;
+        scope.Waveform.assign(501, 7.0f); // the previous depth's record
+        visa.replies["Curve?"] = c.curve;
+        visa.replies["WFMPRE:YZERO?"] = c.yzero;
+        visa.replies["WFMPRE:YOFF?"] = "0\n";
+        visa.replies["WFMPRE:YMULT?"] = c.ymult;
+        std::int32_t status = 0;
+        scope.Tek_Wave_Acq(false, false, status);
+        EXPECT_EQ(status, 2) << c.what;
+        EXPECT_TRUE(scope.Waveform.empty()) << c.what;
+        ASSERT_EQ(host.messages().size(), 1u) << c.what;
+        EXPECT_NE(host.messages()[0].find(c.said), std::string::npos) << c.what << ": " << host.messages()[0];
+    }
+    // The same scope with a good transfer afterwards.
+    visa.replies["WFMPRE:YZERO?"] = "0\n";
+    visa.replies["WFMPRE:YMULT?"] = "1E-3\n";
+    visa.replies["Curve?"] = good;
+    scope.RecordLength = 500;
+    completeAfter = 1;
+    esrPolls = 0;
+    std::int32_t status = 0;
+    scope.Tek_Wave_Acq(false, false, status);
+    EXPECT_EQ(status, 1);
     EXPECT_EQ(scope.Waveform.size(), 501u);
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace zel {
 
@@ -13,10 +14,19 @@ constexpr int kMaxPoints = 10000; // the scope's longest record
 constexpr int kMinPoints = 30;    // the baseline (points 2..25) and the tail need at least this many
 constexpr double kWaitLimitS = 15.0;
 constexpr double kCountsPerDivision = 6553.6;
+
+// A preamble value: a finite number that fits a single. An empty reply is no number (val would read 0).
+bool preambleValue(const std::string& reply, float& out) {
+    if (reply.find_first_not_of(" \t\r\n") == std::string::npos) return false;
+    const double v = val(reply);
+    if (!std::isfinite(v) || std::abs(v) > std::numeric_limits<float>::max()) return false;
+    out = static_cast<float>(v);
+    return true;
+}
 } // namespace
 
 void cZEL_Scope::Tek_Wave_Info() {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     std::int32_t start = 0, stop = 0;
     if (QueryInt("DAT:STAR?", start) && QueryInt("DAT:STOP?", stop) && stop >= start &&
         stop - start < kMaxPoints)
@@ -28,19 +38,29 @@ void cZEL_Scope::Tek_Wave_Info() {
 }
 
 void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
-    if (!Connected) {
+    if (!sessionOpen_) {
         status = 2;
         return;
     }
     double start = std::floor(clock_.secondsSinceMidnight());
     // A scope that stops answering would fail every poll; one report per wait is enough.
-    bool reported = !send("*OPC", "Wave_Acq");
+    bool opcSent = send("*OPC", "Wave_Acq");
+    bool reported = !opcSent;
+    // The request never reached a scope whose link broke; once the link is up again (the scope restarted)
+    // it is asked again. A request that merely timed out on a live link may still arrive: not repeated.
+    bool linkLost = !Connected;
     std::int32_t esr = 0;
     while (true) {
+        if (!opcSent && linkLost && Connected) {
+            quietErrors_ = reported;
+            opcSent = send("*OPC", "Wave_Acq");
+            quietErrors_ = false;
+        }
         if (esr & 1) {
             send("*CLS", "Wave_Acq");
-            Tek_Wave_Transfer(flag, autoScale);
-            status = 1;
+            // A transfer that failed (reported there) leaves no waveform: the caller sees it as a time-out,
+            // never the previous record as this one.
+            status = Tek_Wave_Transfer(flag, autoScale) ? 1 : 2;
             break;
         }
         quietErrors_ = reported;
@@ -51,6 +71,7 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
             reported = true;
         }
         quietErrors_ = false;
+        linkLost = linkLost || !Connected;
         const double now = clock_.secondsSinceMidnight();
         if (now < start) start -= 86400.0; // midnight passed
         if (now - start > kWaitLimitS) {
@@ -62,25 +83,50 @@ void cZEL_Scope::Tek_Wave_Acq(bool flag, bool autoScale, std::int32_t& status) {
     }
 }
 
-void cZEL_Scope::Tek_Wave_Transfer(bool /*flag*/, bool autoScale) {
-    if (!Connected) return;
+bool cZEL_Scope::Tek_Wave_Transfer(bool /*flag*/, bool autoScale) {
+    if (!sessionOpen_) return false;
+    // Whatever goes wrong below, the previous record must not pass for this one.
+    Waveform.clear();
     const char* const where = "Wave_Transfer";
-    if (!send("Curve?", where)) return;
+    const auto refuse = [this, where](const std::string& why) {
+        reportError(why, where);
+        return false;
+    };
+    if (!send("Curve?", where)) return false;
     std::string reply;
     const visa::ViStatus st = visa_->read(Instr, reply, 2 * kMaxPoints + 16);
-    if (st < 0) return ErrorHandler(st, where);
+    updateLinkState();
+    if (st < 0) {
+        ErrorHandler(st, where);
+        return false;
+    }
     visa::BlockParser block(2 * kMaxPoints);
     block.feed(reply);
     block.finish();
-    if (block.failed()) return reportError(block.error(), where);
+    if (block.failed()) return refuse(block.error());
     const std::string& bytes = block.data();
     const int points = static_cast<int>(bytes.size() / 2);
     if (bytes.size() % 2 != 0 || points < kMinPoints)
-        return reportError("unexpected record of " + std::to_string(bytes.size()) + " bytes", where);
+        return refuse("unexpected record of " + std::to_string(bytes.size()) + " bytes");
+    // The record must be the one the data range asked for: a short one is a transfer cut off.
+    if (RecordLength > 0 && points != RecordLength)
+        return refuse("record of " + std::to_string(points) + " points where " +
+                      std::to_string(RecordLength) + " were expected");
 
-    if (!QuerySingle("WFMPRE:YZERO?", YZero) || !QuerySingle("WFMPRE:YOFF?", YOff) ||
-        !QuerySingle("WFMPRE:YMULT?", YMult))
-        return;
+    // An empty or non-numeric reply converts to 0 (or is refused by QuerySingle): a zero multiplier would
+    // make a flat record, and a stale one the last record's scale.
+    std::string yReply[3];
+    const char* const yQuery[3] = {"WFMPRE:YZERO?", "WFMPRE:YOFF?", "WFMPRE:YMULT?"};
+    float y[3] = {0, 0, 0};
+    for (int k = 0; k < 3; ++k) {
+        if (!ask(yQuery[k], yReply[k], where)) return false;
+        if (!preambleValue(yReply[k], y[k]))
+            return refuse(std::string("no number in the reply to ") + yQuery[k]);
+    }
+    if (y[2] == 0.0f) return refuse("the vertical multiplier is 0");
+    YZero = y[0];
+    YOff = y[1];
+    YMult = y[2];
 
     // Point i (1-based) is bytes 2i-1 and 2i, high byte first; index 0 is never filled by the record.
     const int last = points;
@@ -112,6 +158,12 @@ void cZEL_Scope::Tek_Wave_Transfer(bool /*flag*/, bool autoScale) {
         w[i] -= baseline;
     for (int i = last - 3; i <= last; ++i)
         w[i] = 0.8f * w[i - 1];
+    // A preamble that scales the counts past what a single holds (at any step of the filter) is no
+    // measurement.
+    if (!std::all_of(w.begin(), w.end(), [](float v) { return std::isfinite(v); })) {
+        Waveform.clear();
+        return refuse("the preamble scales the record beyond any voltage");
+    }
 
     if (autoScale) {
         if (peak > 26213)
@@ -126,10 +178,11 @@ void cZEL_Scope::Tek_Wave_Transfer(bool /*flag*/, bool autoScale) {
         else if (aboveZero < 2 * kCountsPerDivision)
             Tek_ScaleStep(1);
     }
+    return true;
 }
 
 void cZEL_Scope::Tek_ScaleStep(std::int32_t steps) {
-    if (!Connected) return;
+    if (!sessionOpen_) return;
     int from = static_cast<int>(VertScaleLadder.size()) - 1;
     for (int i = 0; i < static_cast<int>(VertScaleLadder.size()); ++i)
         if (VertScaleLadder[i] >= VertScale) {

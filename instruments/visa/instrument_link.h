@@ -14,6 +14,7 @@ public:
     virtual ViStatus write(std::string_view data, std::uint32_t& written, int timeoutMs) = 0;
     virtual ViStatus read(std::string& data, std::uint32_t maxCount, int timeoutMs) = 0;
     virtual void close() = 0;
+    virtual LinkState state() const = 0;
 };
 
 } // namespace zel::visa

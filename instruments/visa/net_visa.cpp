@@ -93,6 +93,12 @@ ViStatus NetVisa::close(ViSession vi) {
     return VI_SUCCESS;
 }
 
+LinkState NetVisa::linkState(ViSession vi) const {
+    const auto it = sessions_.find(vi);
+    if (it == sessions_.end() || !it->second.link) return LinkState::Connected;
+    return it->second.link->state();
+}
+
 std::string describeStatus(ViStatus status) {
     switch (status) {
     case VI_SUCCESS: return "VI_SUCCESS: Operation completed successfully.";

@@ -28,6 +28,7 @@ public:
     ViStatus read(ViSession vi, std::string& data, std::uint32_t maxCount) override;
     std::string statusDesc(ViSession vi, ViStatus status) override;
     ViStatus close(ViSession vi) override;
+    LinkState linkState(ViSession vi) const override;
 
 private:
     struct Session {

@@ -35,6 +35,11 @@ constexpr std::uint64_t VI_FLUSH_ON_ACCESS = 1;
 constexpr std::uint64_t VI_FLUSH_WHEN_FULL = 2;
 constexpr std::uint32_t VI_NO_LOCK = 0;
 
+// The state of an instrument session's connection. Broken: the connection died (the peer closed it, an I/O
+// error, a reply stream that lost its framing); the next write or read tries to build it again
+// (Reconnecting while it does) and fails with VI_ERROR_CONN_LOST when that does not work.
+enum class LinkState { Connected, Broken, Reconnecting };
+
 class VisaSession {
 public:
     virtual ~VisaSession() = default;
@@ -47,6 +52,8 @@ public:
     virtual ViStatus read(ViSession vi, std::string& data, std::uint32_t maxCount) = 0;
     virtual std::string statusDesc(ViSession vi, ViStatus status) = 0;
     virtual ViStatus close(ViSession vi) = 0;
+    // A session whose transport cannot break (or an unknown one) is always Connected.
+    virtual LinkState linkState(ViSession) const { return LinkState::Connected; }
 };
 
 } // namespace zel::visa

@@ -43,25 +43,30 @@ ViStatus Vxi11Link::call(ByteStream& stream, rpc::RecordAssembler& in, std::uint
                          std::uint32_t proc, std::string_view args, const Deadline& deadline,
                          std::string& results) {
     const std::uint32_t xid = ++xid_;
+    streamLost_ = false;
+    const auto lost = [this](ViStatus st) {
+        streamLost_ = true;
+        return st;
+    };
     const std::string record = rpc::buildCall({xid, prog, vers, proc}, args);
     if (const auto r = stream.write(rpc::frameRecord(record), deadline.remainingMs());
         r != ByteStream::Result::Ok)
-        return fromStream(r);
+        return r == ByteStream::Result::Timeout ? VI_ERROR_TMO : lost(fromStream(r));
     while (true) {
         while (auto rec = in.next()) {
             const rpc::Reply rep = rpc::parseReply(*rec);
-            if (rep.kind == rpc::Reply::Kind::Malformed) return VI_ERROR_IO;
+            if (rep.kind == rpc::Reply::Kind::Malformed) return lost(VI_ERROR_IO);
             if (rep.xid != xid) continue; // the late answer to a call given up on
             if (rep.kind == rpc::Reply::Kind::Denied || rep.stat != rpc::AcceptStat::Success)
                 return VI_ERROR_IO;
             results = rep.results;
             return VI_SUCCESS;
         }
-        if (in.failed()) return VI_ERROR_IO;
+        if (in.failed()) return lost(VI_ERROR_IO);
         if (deadline.expired()) return VI_ERROR_TMO;
         std::string bytes;
         const auto r = stream.read(bytes, 64 * 1024, deadline.remainingMs());
-        if (r != ByteStream::Result::Ok && r != ByteStream::Result::Timeout) return fromStream(r);
+        if (r != ByteStream::Result::Ok && r != ByteStream::Result::Timeout) return lost(fromStream(r));
         in.feed(bytes);
     }
 }
@@ -91,12 +96,23 @@ ViStatus Vxi11Link::getPort(const std::string& host, std::uint16_t portmapPort, 
 
 ViStatus Vxi11Link::open(const std::string& host, std::uint16_t portmapPort, const std::string& device,
                          int timeoutMs) {
-    const Deadline deadline(timeoutMs);
+    host_ = host;
+    portmapPort_ = portmapPort;
+    device_ = device;
+    reopen_ = false;
+    const ViStatus st = connectLink(Deadline(timeoutMs));
+    reopen_ = st >= 0;
+    state_ = LinkState::Connected;
+    return st;
+}
+
+ViStatus Vxi11Link::connectLink(const Deadline& deadline) {
+    dropConnection();
     std::uint16_t port = 0;
-    if (const ViStatus st = getPort(host, portmapPort, deadline, port); st < 0) return st;
+    if (const ViStatus st = getPort(host_, portmapPort_, deadline, port); st < 0) return st;
 
     core_ = factory_();
-    if (core_->connect(host, port, deadline.remainingMs()) != ByteStream::Result::Ok) {
+    if (core_->connect(host_, port, deadline.remainingMs()) != ByteStream::Result::Ok) {
         core_.reset();
         return VI_ERROR_RSRC_NFOUND;
     }
@@ -104,7 +120,7 @@ ViStatus Vxi11Link::open(const std::string& host, std::uint16_t portmapPort, con
     args.u32(clientId());
     args.boolean(false);
     args.u32(0);
-    args.opaque(device);
+    args.opaque(device_);
     std::string results;
     ViStatus st = call(*core_, coreIn_, vxi11::kCoreProg, vxi11::kCoreVers, vxi11::CreateLink, args.bytes(),
                        deadline, results);
@@ -123,17 +139,39 @@ ViStatus Vxi11Link::open(const std::string& host, std::uint16_t portmapPort, con
             linked_ = true;
         }
     }
-    if (st < 0) {
-        core_->close();
-        core_.reset();
+    if (st < 0) dropConnection();
+    return st;
+}
+
+void Vxi11Link::dropConnection() {
+    if (core_) core_->close();
+    core_.reset();
+    // Bytes of the old connection must not be taken for replies on the new one.
+    coreIn_ = rpc::RecordAssembler(kMaxRecord);
+    linked_ = false;
+}
+
+ViStatus Vxi11Link::ensureLinked(const Deadline& deadline) {
+    if (linked_) return VI_SUCCESS;
+    if (state_ != LinkState::Broken || !reopen_) return VI_ERROR_CONN_LOST;
+    state_ = LinkState::Reconnecting;
+    const ViStatus st = connectLink(deadline);
+    state_ = st < 0 ? LinkState::Broken : LinkState::Connected;
+    return st < 0 ? VI_ERROR_CONN_LOST : VI_SUCCESS;
+}
+
+ViStatus Vxi11Link::failed(ViStatus st) {
+    if (streamLost_) {
+        dropConnection();
+        state_ = LinkState::Broken;
     }
     return st;
 }
 
 ViStatus Vxi11Link::write(std::string_view data, std::uint32_t& written, int timeoutMs) {
     written = 0;
-    if (!linked_) return VI_ERROR_CONN_LOST;
     const Deadline deadline(timeoutMs);
+    if (const ViStatus st = ensureLinked(deadline); st < 0) return st;
     std::size_t pos = 0;
     do {
         const std::size_t n = std::min<std::size_t>(maxRecvSize_, data.size() - pos);
@@ -147,12 +185,12 @@ ViStatus Vxi11Link::write(std::string_view data, std::uint32_t& written, int tim
         std::string results;
         const ViStatus st = call(*core_, coreIn_, vxi11::kCoreProg, vxi11::kCoreVers, vxi11::DeviceWrite,
                                  args.bytes(), deadline, results);
-        if (st < 0) return st;
+        if (st < 0) return failed(st);
         XdrReader r(results);
         const auto error = r.i32();
         const auto size = r.u32();
         if (!size) return VI_ERROR_IO;
-        if (*error != vxi11::NoError) return fromDeviceError(*error);
+        if (*error != vxi11::NoError) return deviceError(*error);
         // A device that takes fewer bytes than sent gets the rest in the next chunk.
         const std::size_t took = std::min<std::size_t>(*size, n);
         if (took == 0) return VI_ERROR_IO;
@@ -164,8 +202,8 @@ ViStatus Vxi11Link::write(std::string_view data, std::uint32_t& written, int tim
 
 ViStatus Vxi11Link::read(std::string& data, std::uint32_t maxCount, int timeoutMs) {
     data.clear();
-    if (!linked_) return VI_ERROR_CONN_LOST;
     const Deadline deadline(timeoutMs);
+    if (const ViStatus st = ensureLinked(deadline); st < 0) return st;
     while (true) {
         const std::uint32_t want =
             std::min<std::uint32_t>(maxCount - static_cast<std::uint32_t>(data.size()), kMaxReadChunk);
@@ -180,12 +218,12 @@ ViStatus Vxi11Link::read(std::string& data, std::uint32_t maxCount, int timeoutM
         std::string results;
         const ViStatus st = call(*core_, coreIn_, vxi11::kCoreProg, vxi11::kCoreVers, vxi11::DeviceRead,
                                  args.bytes(), deadline, results);
-        if (st < 0) return st;
+        if (st < 0) return failed(st);
         XdrReader r(results);
         const auto error = r.i32(), reason = r.i32();
         const auto chunk = r.opaque(want);
         if (!chunk) return VI_ERROR_IO;
-        if (*error != vxi11::NoError) return fromDeviceError(*error);
+        if (*error != vxi11::NoError) return deviceError(*error);
         data += *chunk;
         if (*reason & vxi11::kReasonEnd) return VI_SUCCESS;
         if (*reason & vxi11::kReasonChr) return VI_SUCCESS_TERM_CHAR;
@@ -193,7 +231,17 @@ ViStatus Vxi11Link::read(std::string& data, std::uint32_t maxCount, int timeoutM
     }
 }
 
+ViStatus Vxi11Link::deviceError(std::int32_t error) {
+    // The device no longer knows the link (it was restarted behind the same connection): build it again.
+    if (error == vxi11::InvalidLinkId) {
+        dropConnection();
+        state_ = LinkState::Broken;
+    }
+    return fromDeviceError(error);
+}
+
 void Vxi11Link::close() {
+    reopen_ = false;
     if (!core_) return;
     if (linked_) {
         XdrWriter args;
@@ -203,8 +251,7 @@ void Vxi11Link::close() {
              Deadline(kDestroyLinkMs), results);
         linked_ = false;
     }
-    core_->close();
-    core_.reset();
+    dropConnection();
 }
 
 } // namespace zel::visa
