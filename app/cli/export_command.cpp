@@ -1,6 +1,7 @@
 // zel-cli export: the data export of each log, loaded quietly as a batch load does.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/quiet_log.h"
 
 #include "common/clock.h"
 #include "common/console_host.h"
@@ -25,21 +26,10 @@ struct ExportArgs {
 
 // One file; the path of the export or nullopt (the reasons went to err through the host).
 std::optional<std::string> exportOne(const std::string& file, const std::string& to, Host& host) {
-    SystemClock clock;
-    cZEL_Data log{host, clock};
-    LogArrays arrays;
-    RawLogContext ctx;
-    LoadSession session;
-    session.family = familyOfPath(file);
-    session.processing = program::OptionsFileLoadProcessing();
-    LoadRequest request;
-    request.path = file;
-    request.quiet = true;
-    request.exportTarget = to;
-    const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
-    if (r.outcome != LoadOutcome::Loaded) return std::nullopt;
-    if (!to.empty()) return r.exportPath;
-    return ExportDataText(log, arrays, ctx, "", host, r.pointValues); // beside the raw log
+    const auto l = loadQuietly(file, host, to);
+    if (!l) return std::nullopt;
+    if (!to.empty()) return l->result.exportPath;
+    return ExportDataText(l->log, l->arrays, l->ctx, "", host, l->result.pointValues); // beside the raw log
 }
 
 int runExport(const ExportArgs& args) {

@@ -2,6 +2,7 @@
 // own pages, without a display.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/quiet_log.h"
 
 #include "app/plot/log_page.h"
 #include "app/plot/plot_model.h"
@@ -50,21 +51,14 @@ std::string outputPath(const cZEL_Data& log, const std::string& file, const std:
 // One file: the pages written, or the reason it failed (the load's own messages went to the host).
 bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vector<std::string>& written,
              std::string& reason) {
-    SystemClock clock;
-    cZEL_Data log{host, clock};
-    LogArrays arrays;
-    RawLogContext ctx;
-    LoadSession session;
-    session.family = familyOfPath(file);
-    session.processing = program::OptionsFileLoadProcessing();
-    LoadRequest request;
-    request.path = file;
-    request.quiet = true;
-    const LoadResult r = Load_File(request, session, {log, arrays, ctx}, host);
-    if (r.outcome != LoadOutcome::Loaded) {
+    const auto loaded = loadQuietly(file, host);
+    if (!loaded) {
         reason = "not loaded";
         return false;
     }
+    const cZEL_Data& log = loaded->log;
+    const LogArrays& arrays = loaded->arrays;
+    const RawLogContext& ctx = loaded->ctx;
 
     // The channel labels, model name and page font of the mode the log was made in.
     StartupSettings defaults;

@@ -12,7 +12,7 @@
 
 namespace zel::cli {
 
-std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host) {
+std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host, const std::string& exportTarget) {
     auto l = std::make_unique<QuietLog>(host);
     LoadSession session;
     session.family = familyOfPath(file);
@@ -21,8 +21,9 @@ std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host) {
     LoadRequest request;
     request.path = file;
     request.quiet = true;
-    const LoadResult r = Load_File(request, session, {l->log, l->arrays, l->ctx}, host);
-    if (r.outcome != LoadOutcome::Loaded) return nullptr;
+    request.exportTarget = exportTarget;
+    l->result = Load_File(request, session, {l->log, l->arrays, l->ctx}, host);
+    if (l->result.outcome != LoadOutcome::Loaded) return nullptr;
     return l;
 }
 

@@ -4,6 +4,7 @@
 
 #include "common/clock.h"
 #include "common/host.h"
+#include "log/load_file.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
 #include "log/raw_log_format.h"
@@ -20,11 +21,14 @@ struct QuietLog {
     cZEL_Data log;
     LogArrays arrays;
     RawLogContext ctx;
+    LoadResult result;
     explicit QuietLog(Host& host) : log(host, clock) {}
 };
 
-// nullptr when the log did not load (the reasons went to the host).
-std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host);
+// nullptr when the log did not load (the reasons went to the host). With an export target the load writes
+// the data export into that folder, as a batch load does.
+std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host,
+                                      const std::string& exportTarget = {});
 
 // The raw logs named, a folder standing for the raw logs in it (sorted by name).
 std::vector<std::string> rawLogsOf(const std::vector<std::string>& inputs);

@@ -3,6 +3,7 @@
 
 #include "tests/e2e/field_sim.h"
 #include "tests/e2e/run_program.h"
+#include "tests/e2e/scope_curves.h"
 
 #include "common/clock.h"
 #include "common/number_text.h"
@@ -270,28 +271,6 @@ private:
     std::atomic<int> curves_{0};
     std::thread thread_;
 };
-
-// One curve of the scope's dump turned into millivolts by the driver itself, as it was in the push.
-std::vector<float> driverWaveform(const nlohmann::json& curve) {
-    std::string bytes;
-    for (const auto& v : curve["values"]) {
-        const auto u = static_cast<std::uint16_t>(v.get<int>());
-        bytes += static_cast<char>(u >> 8);
-        bytes += static_cast<char>(u & 0xFF);
-    }
-    const std::string count = std::to_string(bytes.size());
-    testing::FakeVisa visa;
-    visa.replies["Curve?"] = "#" + std::to_string(count.size()) + count + bytes + "\n";
-    visa.replies["WFMPRE:YZERO?"] = curve["yzero"].get<std::string>();
-    visa.replies["WFMPRE:YOFF?"] = curve["yoff"].get<std::string>();
-    visa.replies["WFMPRE:YMULT?"] = curve["ymult"].get<std::string>();
-    FakeClock clock;
-    testing::RecordingHost host(&clock);
-    cZEL_Scope scope(&visa, host, clock);
-    scope.Attach(1, 2);
-    scope.Tek_Wave_Transfer(false, false);
-    return scope.Waveform;
-}
 
 std::vector<std::string> pushArgs(const TempDir& dir, const std::string& name, int points) {
     return {"--sim",

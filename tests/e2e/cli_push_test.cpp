@@ -141,9 +141,9 @@ TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
 // log holds every point it reported, in depth order.
 TEST(CliPush, ScopeSilentForAWhile) {
     TempDir dir;
-    const RunResult r =
-        runProgram(kCli + " push --sim --points 12 --rate 0.5 --rod-ft 0 --sweep-ms 0 --yes --scope-stall 6,17000 " +
-                   "--name S1 --out " + quote((dir.path / "out").string()));
+    const RunResult r = runProgram(
+        kCli + " push --sim --points 12 --rate 0.5 --rod-ft 0 --sweep-ms 0 --yes --scope-stall 6,17000 " +
+        "--name S1 --out " + quote((dir.path / "out").string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.err.find("Erl of AcquirePoint"), std::string::npos) << r.err;
     int reported = 0;
