@@ -56,9 +56,9 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
         reason = "not loaded";
         return false;
     }
-    const cZEL_Data& log = loaded->log;
-    const LogArrays& arrays = loaded->arrays;
-    const RawLogContext& ctx = loaded->ctx;
+    cZEL_Data& log = loaded->log;
+    LogArrays& arrays = loaded->arrays;
+    RawLogContext& ctx = loaded->ctx;
 
     // The channel labels, model name and page font of the mode the log was made in.
     StartupSettings defaults;
