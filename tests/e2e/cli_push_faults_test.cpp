@@ -2,6 +2,7 @@
 // which a write meets exactly as it meets a full disk), and a new push under the name of a crashed one.
 
 #include "tests/e2e/field_sim.h"
+#include "tests/e2e/loaded_log.h"
 #include "tests/e2e/run_program.h"
 #include "tests/e2e/scope_curves.h"
 
@@ -113,16 +114,6 @@ PushRun runPush(const TempDir& dir, const std::vector<std::string>& args, rlim_t
     run.err.assign(std::istreambuf_iterator<char>(errFile), std::istreambuf_iterator<char>());
     return run;
 }
-
-struct Loaded {
-    FakeClock clock;
-    testing::RecordingHost host{&clock};
-    cZEL_Data log{host, clock};
-    LogArrays arrays;
-    RawLogContext ctx;
-    bool ok = false;
-    explicit Loaded(const fs::path& raw) { ok = LoadRawLog(raw.string(), log, arrays, ctx, host).ok; }
-};
 
 std::size_t count(const std::string& text, const std::string& what) {
     std::size_t n = 0;
@@ -315,7 +306,7 @@ TEST(CliPushFaults, DiskFullInTheMiddleThenRoomAgain) {
     EXPECT_EQ(count(run.err, "holds every point again (" + std::to_string(lastInMemory + 1) + ")"), 1u)
         << run.err;
 
-    Loaded saved(dir.path / "out" / "F1.lif.raw.bin");
+    LoadedLog saved(dir.path / "out" / "F1.lif.raw.bin");
     ASSERT_TRUE(saved.ok);
     EXPECT_EQ(depthsOf(saved.arrays), depthsOf(run.points));
     EXPECT_FALSE(fs::exists(dir.path / "out" / "F1.lif.raw.bin.temp"));
@@ -347,7 +338,7 @@ TEST(CliPushFaults, DiskFullToTheEnd) {
     const RunResult recovered = runProgram(kCli + " recover " + quote(temp.string()) + " --log " +
                                            quote((dir.path / "out" / "H1.lif.raw.bin").string()));
     ASSERT_EQ(recovered.exitCode, 0) << recovered.err;
-    Loaded back(dir.path / "out" / "F2_Recovered.lif.raw.bin");
+    LoadedLog back(dir.path / "out" / "F2_Recovered.lif.raw.bin");
     ASSERT_TRUE(back.ok);
     EXPECT_EQ(depthsOf(back.arrays), depthsOf(onDisk));
 }
@@ -374,7 +365,7 @@ TEST(CliPushFaults, NewPushUnderACrashedOnesNameKeepsItsPoints) {
     ASSERT_TRUE(fs::exists(kept));
     EXPECT_EQ(fs::file_size(kept), crashedBytes);
     EXPECT_FALSE(fs::exists(temp)); // the new push finished and removed its own
-    Loaded saved(dir.path / "out" / "C1.lif.raw.bin");
+    LoadedLog saved(dir.path / "out" / "C1.lif.raw.bin");
     ASSERT_TRUE(saved.ok);
     EXPECT_EQ(saved.arrays.points(), 2);
 }
@@ -426,7 +417,7 @@ TEST(CliPushFaults, ACorruptCurveStoresNoPoint) {
         sent.push_back(driverWaveform(nlohmann::json::parse(line)));
     ASSERT_EQ(sent.size(), 8u) << "the RE, six points and the spoiled curve";
     sent.erase(sent.begin() + 3);
-    Loaded saved(rig.root.path / "out" / "B1.lif.raw.bin");
+    LoadedLog saved(rig.root.path / "out" / "B1.lif.raw.bin");
     ASSERT_TRUE(saved.ok);
     ASSERT_EQ(saved.arrays.points(), 6);
     EXPECT_EQ(depthsOf(saved.arrays), depthsOf(run.points));
@@ -472,7 +463,7 @@ TEST(CliPushFaults, ScopeRestartedInTheMiddleOfAPush) {
     EXPECT_EQ(run.points.size(), 10u) << run.err;
     EXPECT_NE(run.err.find("Scope connection restored."), std::string::npos) << run.err;
 
-    Loaded saved(rig.root.path / "out" / "R1.lif.raw.bin");
+    LoadedLog saved(rig.root.path / "out" / "R1.lif.raw.bin");
     ASSERT_TRUE(saved.ok);
     ASSERT_EQ(saved.arrays.points(), 10);
     EXPECT_EQ(depthsOf(saved.arrays), depthsOf(run.points));

@@ -3,6 +3,7 @@
 // noise on the depth line.
 
 #include "tests/e2e/field_sim.h"
+#include "tests/e2e/loaded_log.h"
 #include "tests/e2e/run_program.h"
 #include "tests/e2e/scope_curves.h"
 
@@ -33,16 +34,6 @@ RunResult push(const TempDir& dir, const std::string& name, int points, const st
     return runProgram(kCli + " push --sim --rate 2 --sweep-ms 0 --points " + std::to_string(points) +
                       " --name " + name + " --out " + quote(dir.path.string()) + " " + extra);
 }
-
-struct LoadedLog {
-    FakeClock clock;
-    testing::RecordingHost host{&clock};
-    cZEL_Data log{host, clock};
-    LogArrays arrays;
-    RawLogContext ctx;
-    bool ok = false;
-    explicit LoadedLog(const fs::path& raw) { ok = LoadRawLog(raw.string(), log, arrays, ctx, host).ok; }
-};
 
 // Every waveform in the log is what the scope sent, after the driver's processing: the background and
 // the RE as acquired (kept in the text part to two decimals), each point with the background taken off and
