@@ -44,6 +44,7 @@ bool profileOf(const cZEL_Data& log, const LogArrays& arrays, UtmFrame& frame, B
     out.name = log.File_Title_NoExt();
     out.topElevationM = std::isfinite(log.Altitude_M()) ? log.Altitude_M() : 0.0;
     const double toM = log.Metric() ? 1.0 : kMetresPerFoot;
+    if (const float wt = log.DisWTavg(); std::isfinite(wt) && wt > 0) out.waterTableDepthM = wt * toM;
     const PointMatrix& c = arrays.columns;
     const bool withK = log.PresFlow() && arrays.presFlow.points() == arrays.points();
     for (int p = 0; p < arrays.points(); ++p) {

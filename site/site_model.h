@@ -12,6 +12,7 @@
 #include "log/log_data.h"
 
 #include <array>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@ struct BoringProfile {
     std::vector<float> pctRe;
     std::vector<std::array<float, 4>> sharesPct; // channel shares of the signal, NaN where there is none
     std::vector<float> kFtDay;                   // empty when the log has no pressure/flow
+    double waterTableDepthM = NAN;               // from the log's dissipation tests, NaN when it has none
 };
 
 // The site's grid: the UTM zone every boring is projected into (the first located boring's).

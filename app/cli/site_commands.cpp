@@ -3,6 +3,7 @@
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/quiet_log.h"
+#include "app/cli/site_borings.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
@@ -157,27 +158,14 @@ int runModel(const ModelArgs& a) {
         std::cerr << "zel-cli model: name at least one of --csv, --vtk and --grid\n";
         return 1;
     }
-    std::vector<site::BoringProfile> borings;
-    site::UtmFrame frame;
-    int code =
-        runBatch("model", rawLogsOf(a.inputs), std::cerr, [&](const std::string& file, std::string& text) {
-            const auto l = loadQuietly(file, host);
-            if (!l) return false;
-            site::BoringProfile b;
-            if (!site::profileOf(l->log, l->arrays, frame, b)) {
-                text = "no position (left out; zel-cli gps can give it one)";
-                return true;
-            }
-            text = formatNumber(b.easting, "#0.0") + " E, " + formatNumber(b.northing, "#0.0") + " N";
-            borings.push_back(std::move(b));
-            return true;
-        });
+    const SiteBorings site = loadSiteBorings("model", a.inputs, host);
+    const auto& borings = site.borings;
+    int code = site.code;
     if (borings.empty()) {
         std::cerr << "zel-cli model: no located boring\n";
         return 1;
     }
-    std::cout << "UTM zone " << frame.zone << (frame.north ? "N" : "S") << ", " << borings.size()
-              << " borings\n";
+    std::cout << "UTM zone " << site.zone() << ", " << borings.size() << " borings\n";
     std::string error;
     const auto write = [&](const std::string& path, const std::string& text) {
         if (path.empty() || writeWholeFile(path, text, error)) return true;
