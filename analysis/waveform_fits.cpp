@@ -369,4 +369,25 @@ std::string nnlsPath(const std::string& rawLogPath) {
     return replaceEndingNoCase(rawLogPath, ".raw.bin", ".nnls.txt");
 }
 
+std::optional<NnlsColumn> nnlsColumn(const LogNnls& fits, const PointMatrix& columns) {
+    const int n = columns.points();
+    if (fits.names.empty() || static_cast<int>(fits.depth.size()) != n ||
+        static_cast<int>(fits.shares.size()) != n)
+        return std::nullopt;
+    std::vector<double> total(fits.names.size(), 0.0);
+    for (int p = 0; p < n; ++p) {
+        // The fits name their points by depth, as the text file prints it (three decimals).
+        if (std::fabs(fits.depth[p] - columns(point_column::Depth, p)) > 0.0006f) return std::nullopt;
+        if (fits.shares[p].size() != fits.names.size()) return std::nullopt;
+        for (std::size_t b = 0; b < total.size(); ++b)
+            total[b] += fits.shares[p][b];
+    }
+    const auto best = static_cast<std::size_t>(std::max_element(total.begin(), total.end()) - total.begin());
+    NnlsColumn c;
+    c.basis = fits.names[best];
+    for (int p = 0; p < n; ++p)
+        c.sharePct.push_back(100.0f * fits.shares[p][best]);
+    return c;
+}
+
 } // namespace zel::analysis

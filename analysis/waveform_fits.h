@@ -79,6 +79,14 @@ std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
 std::string nnlsText(const LogNnls& fits);
 std::optional<LogNnls> parseNnlsText(const std::string& text, std::string& error);
 
+// The NNLS result column of a log: the share (%) at each point of the basis whose shares add up to the most
+// over the log, and its name; nullopt when the fits are not of this log's points (count or depths differ).
+struct NnlsColumn {
+    std::string basis;
+    std::vector<float> sharePct;
+};
+std::optional<NnlsColumn> nnlsColumn(const LogNnls& fits, const PointMatrix& columns);
+
 // "<folder>/<name>.lif.tau.txt" and ".lif.nnls.txt" beside a raw log "<name>.lif.raw.bin".
 std::string lifetimePath(const std::string& rawLogPath);
 std::string nnlsPath(const std::string& rawLogPath);

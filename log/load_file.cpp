@@ -1,12 +1,17 @@
 #include "log/load_file.h"
 
+#include "analysis/waveform_fits.h"
+
 #include "log/data_export.h"
 #include "log/path_text.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_reader.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
 namespace zel {
 
@@ -43,6 +48,28 @@ void reportStep(Host& host, const std::exception& e, int step) {
                  MsgButtons::Ok, MsgIcon::Critical);
 }
 
+// The NNLS results beside the log (zel-cli nnls writes them), read after its points: the NNLS track's column
+// and NNLS_max. Results that are not of this log's points are named and left out; the log loads regardless.
+void readNnlsResults(const std::string& path, LoadedLog target, Host& host) {
+    const std::string file = analysis::nnlsPath(path);
+    std::error_code ec;
+    if (file.empty() || !std::filesystem::is_regular_file(file, ec)) return;
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    std::string error;
+    const auto fits = analysis::parseNnlsText(text.str(), error);
+    const auto column = fits ? analysis::nnlsColumn(*fits, target.arrays.columns) : std::nullopt;
+    if (!column) {
+        host.message("The NNLS results were not loaded: " + file + " " +
+                     (fits ? std::string("holds the fits of other points") : error) + ".");
+        return;
+    }
+    target.arrays.nnls = column->sharePct;
+    target.arrays.nnlsTitle = column->basis;
+    target.log.NNLS_max(*std::max_element(column->sharePct.begin(), column->sharePct.end()));
+}
+
 // Steps 5 onwards of Load_File, shared by the LIF/O2 and colour loaders.
 LoadResult loadChecked(const LoadRequest& request, const std::string& path, LoadSession& session,
                        LoadedLog target, Host& host) {
@@ -76,6 +103,7 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
         }
         result.repaired = raw.repaired;
         result.pointValues = raw.pointValues;
+        readNnlsResults(path, target, host);
         step = 8;
         if (!session.quiet) {
             const std::string plt = target.log.File_FullPath_Plt();

@@ -16,6 +16,8 @@ template <class Arrays, class Fn> void forEachPointArray(Arrays& a, Fn&& fn) {
 } // namespace
 
 ArrayStatus LogArrays::beginPush(int samplesPerWave, int dataColumns, bool withPresFlow) {
+    nnls.clear();
+    nnlsTitle.clear();
     ArrayStatus status = waves.beginPush(samplesPerWave);
     if (status == ArrayStatus::Ok) status = columns.beginPush(dataColumns);
     if (status == ArrayStatus::Ok) status = hammer.beginPush(kHammerColumns);
@@ -34,6 +36,8 @@ ArrayStatus LogArrays::beginPush(int samplesPerWave, int dataColumns, bool withP
 
 ArrayStatus LogArrays::resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow,
                               bool zeroWaves) {
+    nnls.clear();
+    nnlsTitle.clear();
     ArrayStatus status = waves.resize(samplesPerWave, points, zeroWaves);
     if (status == ArrayStatus::Ok) status = columns.resize(dataColumns, points);
     if (status == ArrayStatus::Ok) status = hammer.resize(kHammerColumns, points);
@@ -91,6 +95,8 @@ void LogArrays::clear() {
     re = Waveform{};
     blank = Waveform{};
     std::vector<float>().swap(baseline);
+    std::vector<float>().swap(nnls);
+    nnlsTitle.clear();
 }
 
 } // namespace zel

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace zel {
@@ -65,6 +66,10 @@ struct LogArrays {
     Waveform re;
     Waveform blank;
     std::vector<float> baseline;
+    // The NNLS result column of a loaded log whose basis fit lies beside it: one value a point (the share, %,
+    // of the basis that explains most of the log), and the track's title naming that basis. Empty otherwise.
+    std::vector<float> nnls;
+    std::string nnlsTitle;
 
     // Number of points held (all point arrays agree).
     int points() const { return waves.points(); }

@@ -134,6 +134,25 @@ std::string pointsVtk(const std::vector<BoringProfile>& borings) {
     return out;
 }
 
+std::vector<double> pctReAtLayers(const BoringProfile& b, double z0, double dz, int n) {
+    std::vector<double> out(std::max(n, 0), NAN);
+    const std::size_t points = std::min(b.depthM.size(), b.pctRe.size());
+    for (int k = 0; k < n; ++k) {
+        const double d = b.topElevationM - (z0 + k * dz);
+        for (std::size_t p = 0; p + 1 < points; ++p) {
+            const double d0 = b.depthM[p], d1 = b.depthM[p + 1];
+            if (d < std::min(d0, d1) || d > std::max(d0, d1) || !std::isfinite(b.pctRe[p]) ||
+                !std::isfinite(b.pctRe[p + 1]))
+                continue;
+            const double t = d1 != d0 ? (d - d0) / (d1 - d0) : 0.0;
+            out[k] = b.pctRe[p] + t * (b.pctRe[p + 1] - b.pctRe[p]);
+            break;
+        }
+        if (points == 1 && std::fabs(d - b.depthM[0]) <= dz / 2) out[k] = b.pctRe[0];
+    }
+    return out;
+}
+
 bool gridVolume(const std::vector<BoringProfile>& borings, const GridOptions& o, Volume& v,
                 std::string& error) {
     double xMin = INFINITY, xMax = -INFINITY, yMin = INFINITY, yMax = -INFINITY, zMin = INFINITY,
@@ -181,21 +200,9 @@ bool gridVolume(const std::vector<BoringProfile>& borings, const GridOptions& o,
     }
     v.nx = static_cast<int>(nx), v.ny = static_cast<int>(ny), v.nz = static_cast<int>(nz);
 
-    // Each boring's mean %RE in each layer (the layer of node k spans z0 + (k -+ 0.5) dz).
-    std::vector<std::vector<float>> layerMean(borings.size(), std::vector<float>(v.nz, NAN));
-    for (std::size_t b = 0; b < borings.size(); ++b) {
-        std::vector<double> sum(v.nz, 0.0);
-        std::vector<int> n(v.nz, 0);
-        for (std::size_t p = 0; p < borings[b].depthM.size(); ++p) {
-            const double z = borings[b].topElevationM - borings[b].depthM[p];
-            const long long k = std::llround((z - v.z0) / layer);
-            if (k < 0 || k >= v.nz || !std::isfinite(borings[b].pctRe[p])) continue;
-            sum[k] += borings[b].pctRe[p];
-            ++n[k];
-        }
-        for (int k = 0; k < v.nz; ++k)
-            if (n[k] > 0) layerMean[b][k] = static_cast<float>(sum[k] / n[k]);
-    }
+    std::vector<std::vector<double>> layerMean;
+    for (const auto& b : borings)
+        layerMean.push_back(pctReAtLayers(b, v.z0, layer, v.nz));
     const std::size_t nodes = static_cast<std::size_t>(nx * ny * nz);
     v.pctRe.assign(nodes, 0.0f);
     v.valid.assign(nodes, 0);
@@ -209,7 +216,7 @@ bool gridVolume(const std::vector<BoringProfile>& borings, const GridOptions& o,
                 double wSum = 0, vSum = 0;
                 bool exact = false;
                 for (std::size_t b = 0; b < borings.size() && !exact; ++b) {
-                    const float m = layerMean[b][k];
+                    const double m = layerMean[b][k];
                     if (!std::isfinite(m) || dist[b] > radius) continue;
                     if (dist[b] < 1e-6) {
                         exact = true;

@@ -2,7 +2,7 @@
 // The site in three dimensions, for plume modelling tools: every point of every located boring at its
 // easting, northing and elevation, and a gridded %RE volume interpolated between the borings.
 //
-// The volume: each boring's %RE is averaged into the grid's elevation layers; a node takes the
+// The volume: each boring's %RE is read at the grid's elevation layers (pctReAtLayers); a node takes the
 // inverse-distance-weighted mean (weights 1/d^power, horizontal distance) of the borings that have a value in
 // its layer and stand within the search radius, or exactly the value of a boring standing on the node. A
 // node no boring reaches is left out (valid 0, %RE 0). LIF plumes are layered, so values are spread across
@@ -48,6 +48,11 @@ std::string pointsCsv(const std::vector<BoringProfile>& borings);
 // Legacy VTK polydata (ParaView, VisIt): one vertex a point, one polyline a boring, point data pct_re,
 // ch1..ch4 and k_ft_day (-1 where there is none).
 std::string pointsVtk(const std::vector<BoringProfile>& borings);
+
+// The boring's %RE at the elevations z0 + k dz (k = 0..n-1), read linearly between the points whose depths
+// bracket each one; NaN above its first point and below its last. Sampling, not averaging into bins, so a
+// sparse log (a fast push) leaves no gaps between its points.
+std::vector<double> pctReAtLayers(const BoringProfile& boring, double z0, double dz, int n);
 
 struct GridOptions {
     double cellM = 0;    // horizontal cell; 0: a fortieth of the site's larger extent, at least 0.5 m

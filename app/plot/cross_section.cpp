@@ -29,22 +29,6 @@ double bottomOf(const site::BoringProfile& b) {
     return b.topElevationM - deepest;
 }
 
-// The boring's mean %RE in layers z0 + k dz (k = 0..n-1), NaN where it has no point.
-std::vector<double> layerMeans(const site::BoringProfile& b, double z0, double dz, int n) {
-    std::vector<double> sum(n, 0.0);
-    std::vector<int> count(n, 0);
-    for (std::size_t p = 0; p < b.depthM.size(); ++p) {
-        const long long k = std::llround((b.topElevationM - b.depthM[p] - z0) / dz);
-        if (k < 0 || k >= n || !std::isfinite(b.pctRe[p])) continue;
-        sum[k] += b.pctRe[p];
-        ++count[k];
-    }
-    std::vector<double> mean(n, NAN);
-    for (int k = 0; k < n; ++k)
-        if (count[k] > 0) mean[k] = sum[k] / count[k];
-    return mean;
-}
-
 } // namespace
 
 std::vector<SectionBoring> sectionBorings(const SectionInput& in) {
@@ -135,7 +119,7 @@ void renderSection(QPainter& p, const QRectF& rect, double dpi, const SectionInp
     const int layers = std::clamp(static_cast<int>(std::ceil((zMax - zMin) / dz)) + 1, 1, 100000);
     std::vector<std::vector<double>> means;
     for (const auto& s : shown)
-        means.push_back(layerMeans(*s.boring, zMin, dz, layers));
+        means.push_back(site::pctReAtLayers(*s.boring, zMin, dz, layers));
     p.setPen(Qt::NoPen);
     constexpr int kSlices = 32;
     for (std::size_t i = 0; i + 1 < shown.size(); ++i) {

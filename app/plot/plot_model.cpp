@@ -235,14 +235,19 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
     pointTrack(TrackKind::Fluorescence, s.fluorescence, "Fluorescence", "mV", point_column::Fluorescence,
                {0, 0, 180});
     if (s.nnls.shown) {
-        Track t = makeTrack(TrackKind::Nnls, "NNLS", "", s.secondaryWidth);
+        // The result given with the source, else the one loaded with the log (its title names the basis).
+        const std::span<const float> nnls =
+            src.nnls.empty() ? std::span<const float>(src.arrays.nnls) : src.nnls;
+        const bool loaded = src.nnls.empty() && !src.arrays.nnlsTitle.empty();
+        Track t = makeTrack(TrackKind::Nnls, loaded ? "NNLS " + src.arrays.nnlsTitle : "NNLS",
+                            loaded ? "%" : "", s.secondaryWidth);
         // The NNLS result belongs to the same points as the table; a result of another length is not drawn.
-        if (static_cast<int>(src.nnls.size()) == cols.points() && point_column::Depth < cols.width()) {
+        if (static_cast<int>(nnls.size()) == cols.points() && point_column::Depth < cols.width()) {
             for (int p = 0; p < cols.points(); ++p) {
                 const float d = cols(point_column::Depth, p);
                 if (!keepDepth(d, s)) continue;
                 t.depth.push_back(d);
-                t.values.push_back(src.nnls[static_cast<std::size_t>(p)]);
+                t.values.push_back(nnls[static_cast<std::size_t>(p)]);
             }
         }
         setRange(t, s.nnls.manual, s.nnls.min, s.nnls.max, s.nnls.logScale);

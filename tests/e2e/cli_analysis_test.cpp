@@ -4,10 +4,13 @@
 #include "tests/e2e/run_program.h"
 
 #include "analysis/waveform_fits.h"
+#include "common/testing/recording_host.h"
+#include "log/load_file.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -93,6 +96,52 @@ TEST(CliAnalysis, BasisLibraryFromReferenceLogsFindsEachLayersProduct) {
     ASSERT_TRUE(file) << error;
     ASSERT_EQ(file->depth.size(), j[0]["points"].size());
     EXPECT_FLOAT_EQ(file->shares[0][0], j[0]["points"][0]["shares"][0].get<float>());
+
+    // A load of the log takes the fit as its NNLS column: the share of the basis explaining most of the log.
+    const auto load = [&](cZEL_Data& log, LogArrays& arrays, zel::testing::RecordingHost& host) {
+        RawLogContext ctx;
+        LoadSession session;
+        LoadRequest request;
+        request.path = mixed;
+        request.quiet = true;
+        return Load_File(request, session, zel::LoadedLog{log, arrays, ctx}, host).outcome ==
+               LoadOutcome::Loaded;
+    };
+    {
+        FakeClock clock;
+        zel::testing::RecordingHost host{&clock};
+        cZEL_Data log{host, clock};
+        LogArrays arrays;
+        ASSERT_TRUE(load(log, arrays, host));
+        double sums[2] = {0, 0};
+        for (const auto& p : j[0]["points"])
+            sums[0] += p["shares"][0].get<double>(), sums[1] += p["shares"][1].get<double>();
+        const int dominant = sums[1] > sums[0] ? 1 : 0;
+        EXPECT_EQ(arrays.nnlsTitle, dominant ? "Heavy" : "Light");
+        ASSERT_EQ(arrays.nnls.size(), j[0]["points"].size());
+        float max = 0;
+        for (std::size_t i = 0; i < arrays.nnls.size(); ++i) {
+            EXPECT_NEAR(arrays.nnls[i], 100 * j[0]["points"][i]["shares"][dominant].get<double>(), 0.01) << i;
+            max = std::max(max, arrays.nnls[i]);
+        }
+        EXPECT_FLOAT_EQ(log.NNLS_max(), max);
+    }
+    {
+        // Fits of other points (a line lost) are named and left out; the log still loads.
+        std::string text = slurp(analysis::nnlsPath(mixed));
+        text.erase(text.rfind('\n', text.size() - 2) + 1);
+        std::ofstream(analysis::nnlsPath(mixed), std::ios::binary) << text;
+        FakeClock clock;
+        zel::testing::RecordingHost host{&clock};
+        cZEL_Data log{host, clock};
+        LogArrays arrays;
+        ASSERT_TRUE(load(log, arrays, host));
+        EXPECT_TRUE(arrays.nnls.empty());
+        const auto said = host.messages();
+        EXPECT_TRUE(std::any_of(said.begin(), said.end(), [](const std::string& m) {
+            return m.find("holds the fits of other points") != std::string::npos;
+        })) << ::testing::PrintToString(said);
+    }
 
     EXPECT_EQ(runProgram(kCli + " basis remove " + quote(lib) + " --name Light").exitCode, 0);
     const auto listed = nlohmann::json::parse(runProgram(kCli + " basis list " + quote(lib)).out);
