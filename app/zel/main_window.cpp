@@ -1,9 +1,16 @@
 #include "app/zel/main_window.h"
 
 #include "acquisition/acquisition_settings.h"
-#include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
 #include "app/plot/qt_text.h"
+#include "app/zel/advanced_page.h"
+#include "app/zel/callout_page.h"
+#include "app/zel/comm_page.h"
+#include "app/zel/form_widgets.h"
+#include "app/zel/hp_test_page.h"
+#include "app/zel/info_page.h"
+#include "app/zel/setup_page.h"
+#include "app/zel/wave_math_page.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -28,38 +35,21 @@
 #include <QComboBox>
 #include <QDateTime>
 #include <QDockWidget>
-#include <QFormLayout>
-#include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <QRadioButton>
-#include <QScrollArea>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
-#include <QVBoxLayout>
 
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 
 namespace zel::gui {
 
 namespace {
-
-QString qs(const std::string& s) {
-    return toQt(s);
-}
-
-// A path in the system's own encoding (not the files' 8-bit text).
-QString qpath(const std::string& s) {
-    return QString::fromStdString(s);
-}
 
 constexpr const char* kTab = "frmTab";
 constexpr const char* kAdv = "frmAdvOptions";
@@ -70,59 +60,6 @@ constexpr const char* kWaveMath = "frmWaveMath";
 constexpr const char* kRecentSection = "RecentLogs";
 constexpr const char* kPositionSection = "MainWindow";
 constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
-
-// The page-building helpers: every control gets its persisted name.
-template <class W> W* named(W* w, const char* name) {
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
-
-QLineEdit* lineEdit(QFormLayout* form, const char* name, const QString& label, const QString& value = {}) {
-    auto* e = named(new QLineEdit(value), name);
-    form->addRow(label, e);
-    return e;
-}
-
-QCheckBox* checkBox(QLayout* layout, const char* name, const QString& caption, bool checked = false) {
-    auto* c = named(new QCheckBox(caption), name);
-    c->setChecked(checked);
-    layout->addWidget(c);
-    return c;
-}
-
-QCheckBox* checkBox(QFormLayout* form, const char* name, const QString& caption, bool checked = false) {
-    auto* c = named(new QCheckBox(caption), name);
-    c->setChecked(checked);
-    form->addRow(c);
-    return c;
-}
-
-QComboBox* comboBox(QFormLayout* form, const char* name, const QString& label, const QStringList& items,
-                    int selected) {
-    auto* c = named(new QComboBox, name);
-    c->addItems(items);
-    c->setCurrentIndex(selected);
-    form->addRow(label, c);
-    return c;
-}
-
-QWidget* scrolled(QWidget* page) {
-    auto* area = new QScrollArea;
-    area->setWidget(page);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    return area;
-}
-
-// A number typed into a box, "." as the separator whatever the locale; nothing for an empty or bad text.
-std::optional<double> numberOf(const std::string& text) {
-    const std::string_view t = trimBlanks(text);
-    double v = 0.0;
-    const auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
-    if (t.empty() || ec != std::errc() || end != t.data() + t.size() || !std::isfinite(v))
-        return std::nullopt;
-    return v;
-}
 
 } // namespace
 
@@ -180,295 +117,17 @@ MainWindow::~MainWindow() {
 
 void MainWindow::buildPages() {
     tabs_ = named(new QTabWidget, "tabSetup");
-
-    // Information: the operator's texts written into every log.
-    infoPage_ = new QWidget;
-    {
-        auto* form = new QFormLayout(infoPage_);
-        lineEdit(form, "txtSite", "Site");
-        lineEdit(form, "txtClient", "Client");
-        lineEdit(form, "txtJobNumber", "Job");
-        lineEdit(form, "txtOperator", "Operator");
-        lineEdit(form, "txtUnit", "Unit");
-        auto* note = named(new QPlainTextEdit, "txtNote");
-        form->addRow("Notes", note);
-    }
-
-    // Setup: where and how the push is recorded, and how the log is plotted.
-    auto* setupPage = new QWidget;
-    {
-        auto* v = new QVBoxLayout(setupPage);
-        auto* logBox = named(new QGroupBox("Log"), "fraLog");
-        auto* lf = new QFormLayout(logBox);
-        lineEdit(lf, "txtLogName", "Name", "");
-        lineEdit(lf, "txtLogFolder", "Folder", "");
-        checkBox(lf, "chkAutoName", "Record into the folder without asking");
-        v->addWidget(logBox);
-
-        auto* pushBox = named(new QGroupBox("Push"), "fraPush");
-        auto* pf = new QFormLayout(pushBox);
-        // The mode's look: its caption on its fill colour, and its banner when the program's folder has it.
-        auto* banner = named(new QLabel, "picBanner");
-        banner->setVisible(false);
-        pf->addRow(banner);
-        auto* caption = named(new QLabel, "lblProbeCaption");
-        caption->setAlignment(Qt::AlignCenter);
-        caption->setAutoFillBackground(true);
-        pf->addRow(caption);
-        checkBox(pf, "chkMetric", "Depths in metres");
-        lineEdit(pf, "txtStartDepth", "Start depth", "");
-        lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
-        lineEdit(pf, "txtInterval", "Timed interval (s)", "2");
-        lineEdit(pf, "txtStep", "Depth step", "0.05");
-        checkBox(pf, program::control::kAutoStop, "Stop automatically at the stop depth");
-        lineEdit(pf, program::control::kStopDepth, "Stop depth", "");
-        checkBox(pf, program::control::kEmulateStop, "Stop the depth emulator after a number of steps");
-        lineEdit(pf, program::control::kEmulateStopCount, "Emulated steps to stop at", "0");
-        // Live read-outs ("txtcomm_": never kept in the options file).
-        lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
-        lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
-        checkBox(pf, "chkPresFlow", "Log pressure and flow", settings_.pressureFlow);
-        QStringList probes;
-        int selected = 0;
-        for (const ModeEntry& m : modeTable()) {
-            if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
-            probes << QStringLiteral("%1 (mode %2)").arg(toQt(m.model)).arg(m.mode);
-        }
-        // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
-        // old session's probe never overrides a mode switch); choosing another one applies for this session.
-        auto* probe = comboBox(pf, "lstProbe", "Probe", probes, selected);
-        connect(probe, &QComboBox::currentIndexChanged, this, [this](int i) {
-            const auto table = modeTable();
-            if (i < 0 || i >= static_cast<int>(table.size())) return;
-            setMode(settings_, table[static_cast<std::size_t>(i)].mode);
-            settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
-            if (reference_) {
-                reference_->Mode = settings_.mode;
-                applyGateOptions();
-            }
-            applyModeLook();
-            refreshPlot(true);
-        });
-        v->addWidget(pushBox);
-
-        auto* plotBox = named(new QGroupBox("Plot"), "fraPlot");
-        auto* plf = new QFormLayout(plotBox);
-        lineEdit(plf, "txtDepthMin", "Depth from", "");
-        lineEdit(plf, "txtDepthMax", "Depth to", "");
-        lineEdit(plf, "txtSignalMin", "%RE from", "0");
-        lineEdit(plf, "txtSignalMax", "%RE to", "100");
-        lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
-        const char* manual[] = {"Fixed %RE scale", "Fixed scale, track 2", "Fixed scale, track 3"};
-        for (int i = 0; i < 3; ++i) {
-            auto* c = new QCheckBox(manual[i]);
-            setControlArray(c, "chkManualScaleLog", i);
-            plf->addRow(c);
-        }
-        checkBox(plf, "chkRElog", "Logarithmic %RE");
-        checkBox(plf, "chkPlotZoom", "Zoomed %RE track");
-        for (int i = 0; i < 2; ++i) {
-            auto* e = new QLineEdit(i == 0 ? "0" : "9");
-            setControlArray(e, "txt2ndScale_Zoom", i);
-            plf->addRow(i == 0 ? "Zoom from" : "Zoom to", e);
-        }
-        checkBox(plf, "chkPlotRate", "Rate track", true);
-        checkBox(plf, "chkPlotCond", "Conductivity track");
-        checkBox(plf, "chkPlotScat", "Scatter track");
-        checkBox(plf, "chkPlotFluor", "Fluorescence track");
-        checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
-        v->addWidget(plotBox);
-        v->addStretch();
-    }
-
-    // Communications: the instruments' ports and their live read-outs, whose names ("txtcomm_", "label")
-    // keep them out of the options file: a stale address or connection state must not come back.
-    auto* commPage = new QWidget;
-    {
-        auto* form = new QFormLayout(commPage);
-        lineEdit(form, "txtcomm_ScopeAddress", "Scope address", qs(settings_.scopeAddress))
-            ->setReadOnly(true);
-        comboBox(form, "cmbDepthSource", "Depth source", {"Emulation", "Interface board", "AD4 counter"}, 1);
-        lineEdit(form, "txtDepthPort", "Depth port", "1");
-        lineEdit(form, "txtGPSPort", "GPS port", "2");
-        lineEdit(form, "txtDisplayPort", "Display port", "3");
-        lineEdit(form, "txtcomm_Depth", "Depth now")->setReadOnly(true);
-        lineEdit(form, "txtcomm_GPS", "Position now")->setReadOnly(true);
-        form->addRow("Connection", named(new QLabel("none"), "labelConnection"));
-    }
-
-    // Advanced options: the RE gates, the scope, the page.
-    auto* advPage = new QWidget;
-    {
-        auto* v = new QVBoxLayout(advPage);
-        auto* reBox = named(new QGroupBox("RE"), "fraRE");
-        auto* rv = new QVBoxLayout(reBox);
-        checkBox(rv, acq::kNoREGateControl, "No RE area check");
-        checkBox(rv, acq::kDiagnosticREControl, "Diagnostic RE");
-        checkBox(rv, acq::kLowOutputREControl, "Low-output RE limits");
-        checkBox(rv, acq::kREOverrideControl, "Override the low-output limits");
-        checkBox(rv, acq::kFixedCutoffsControl, "Fixed channel boundaries");
-        checkBox(rv, "chkSuppressPrompts", "Skip the start-of-push questions");
-        v->addWidget(reBox);
-
-        // How each point's waveform is processed, in the push and in every load.
-        namespace pc = program::control;
-        auto* procBox = named(new QGroupBox("Processing"), "fraProcessing");
-        auto* pr = new QFormLayout(procBox);
-        lineEdit(pr, pc::kWidthLimit, "Channel width limit (samples, 0: none)", "0");
-        checkBox(pr, pc::kApplyGains, "Apply the channel gains");
-        for (int i = 0; i < kGainChannels; ++i) {
-            auto* gain = new QLineEdit("1");
-            setControlArray(gain, pc::kGain, i);
-            pr->addRow(QStringLiteral("Gain CH%1").arg(i + 1), gain);
-        }
-        for (int i = 0; i < kGainChannels; ++i) {
-            auto* exclude = new QCheckBox(QStringLiteral("Exclude CH%1").arg(i + 1));
-            setControlArray(exclude, pc::kExclude, i);
-            pr->addRow(exclude);
-        }
-        checkBox(pr, pc::kExcludeCH1, "Exclude CH1 (scatter)");
-        lineEdit(pr, pc::kCH1Correction, "CH1 correction term (0: none)", "0");
-        v->addWidget(procBox);
-
-        auto* scopeBox = named(new QGroupBox("Scope"), "fraScope");
-        auto* sf = new QFormLayout(scopeBox);
-        const auto listOf = [](const std::vector<int>& values, int current, int& index) {
-            QStringList l;
-            index = 0;
-            for (int x : values) {
-                if (x == current) index = static_cast<int>(l.size());
-                l << QString::number(x);
-            }
-            return l;
-        };
-        const SwitchLists lists;
-        int index = 0;
-        QStringList items = listOf(lists.averages, settings_.averaging, index);
-        comboBox(sf, "cmbScopeAverage", "Scope Average:", items, index);
-        items = listOf(lists.yScales, settings_.yScale, index);
-        comboBox(sf, "cmbScopeYScale", "Scope Y-Scale:", items, index);
-        items = listOf(lists.reScales, settings_.reScale, index);
-        comboBox(sf, "cmbScopeREScale", "Scope RE Scale:", items, index);
-        sf->addRow(named(new QLabel(qs(reScaleCaption(settings_.reScale))), "lblREScale"));
-        checkBox(sf, "chkUnlockScope", "Leave the scope's front panel unlocked", settings_.unlock);
-        v->addWidget(scopeBox);
-
-        auto* pageBox = named(new QGroupBox("Log page"), "fraPage");
-        auto* gf = new QFormLayout(pageBox);
-        checkBox(gf, "chkGrid", "Grid", true);
-        checkBox(gf, "chkShowLog", "Show the log", true);
-        checkBox(gf, "chkPrint_Black", "Print in black");
-        checkBox(gf, "chkDraft", "DRAFT mark");
-        lineEdit(gf, "txtWatermark", "Watermark");
-        checkBox(gf, "chkHideInfo", "Hide the information block");
-        checkBox(gf, "chkReferenceLineRE", "Reference line at %RE");
-        lineEdit(gf, "txtReferenceLineRE", "", "100");
-        checkBox(gf, "chkReferenceLineDepth", "Reference line at depth");
-        lineEdit(gf, "txtReferenceLineDepth", "", "0");
-        checkBox(gf, "chkReferenceLineCond", "Reference line at conductivity");
-        lineEdit(gf, "txtReferenceLineCond", "", "0");
-        checkBox(gf, "chkDepth_ClipMIN", "Clip above depth");
-        lineEdit(gf, "txtDepth_ClipMIN_Value", "", "0");
-        checkBox(gf, "chkDepth_Clip", "Clip below depth");
-        lineEdit(gf, "txtDepth_Clip_Value", "", "20");
-        // Each pair in a frame of its own, so the two choices are independent.
-        auto* orient = named(new QGroupBox("Orientation"), "fraOrientation");
-        auto* oh = new QHBoxLayout(orient);
-        const char* orientCaptions[] = {"Portrait", "Landscape"};
-        for (int i = 0; i < 2; ++i) {
-            auto* r = new QRadioButton(orientCaptions[i]);
-            setControlArray(r, "optOrientation", i);
-            r->setChecked(i == 0);
-            oh->addWidget(r);
-        }
-        gf->addRow(orient);
-        auto* size = named(new QGroupBox("Page size"), "fraPrintSize");
-        auto* sh = new QHBoxLayout(size);
-        const char* sizeCaptions[] = {"Letter", "Legal"};
-        for (int i = 0; i < 2; ++i) {
-            auto* r = new QRadioButton(sizeCaptions[i]);
-            setControlArray(r, "optPrintSize", i);
-            r->setChecked(i == 0);
-            sh->addWidget(r);
-        }
-        gf->addRow(size);
-        v->addWidget(pageBox);
-        v->addStretch();
-    }
-
-    // Hydraulic profiling: the two surface tests that set the K estimate's reference pressure.
-    auto* hpPage = new QWidget;
-    {
-        auto* form = new QFormLayout(hpPage);
-        auto* reading = lineEdit(form, "txtHPT_Reading", "Pressure reading (PSI)", "");
-        auto* one = named(new QPushButton("1 ft test"), "cmdHPT1ft");
-        auto* zero = named(new QPushButton("0 ft test"), "cmdHPT0ft");
-        auto* oneText = named(new QLabel, "lblHPT1ft");
-        auto* zeroText = named(new QLabel, "lblHPT0ft");
-        form->addRow(one, oneText);
-        form->addRow(zero, zeroText);
-        const auto readingValue = [this, reading]() -> std::optional<float> {
-            const std::optional<double> v = numberOf(reading->text().toStdString());
-            if (!v) host_.message("Enter the pressure reading first.", MsgButtons::Ok, MsgIcon::Exclamation);
-            return v ? std::optional<float>(static_cast<float>(*v)) : std::nullopt;
-        };
-        connect(one, &QPushButton::clicked, this, [this, readingValue, oneText] {
-            if (const auto v = readingValue()) oneText->setText(qs(takeOneFootTest(log_, *v)));
-        });
-        connect(zero, &QPushButton::clicked, this, [this, readingValue, zeroText] {
-            if (const auto v = readingValue()) zeroText->setText(qs(takeZeroFootTest(log_, *v, host_)));
-        });
-    }
-
-    // Callouts: up to five depth ranges whose averaged waveforms are shown beside the plot.
-    auto* calloutPage = new QWidget;
-    {
-        auto* grid = new QGridLayout(calloutPage);
-        grid->addWidget(new QLabel("Top"), 0, 1);
-        grid->addWidget(new QLabel("Bottom"), 0, 2);
-        grid->addWidget(new QLabel("Caption"), 0, 3);
-        for (int i = 0; i < cZEL_Data::kCalloutSlots; ++i) {
-            grid->addWidget(new QLabel(QStringLiteral("C%1").arg(i + 1)), i + 1, 0);
-            const char* names[] = {"txtCalloutTop", "txtCalloutBottom", "txtCalloutCaption"};
-            for (int k = 0; k < 3; ++k) {
-                auto* e = new QLineEdit;
-                setControlArray(e, names[k], i);
-                grid->addWidget(e, i + 1, k + 1);
-            }
-        }
-        int row = cZEL_Data::kCalloutSlots + 1;
-        auto* waves = named(new QCheckBox("Callout waveforms on the page"), "chkCalloutWaves");
-        waves->setChecked(true);
-        grid->addWidget(waves, row++, 0, 1, 4);
-        auto* apply = named(new QPushButton("Show callouts"), "cmdCalloutApply");
-        auto* save = named(new QPushButton("Save scheme..."), "cmdCalloutSave");
-        auto* load = named(new QPushButton("Load scheme"), "cmdCalloutLoad");
-        auto* scheme = named(new QLineEdit("1"), "txtCalloutScheme");
-        grid->addWidget(apply, row, 0, 1, 2);
-        grid->addWidget(save, row++, 2, 1, 2);
-        grid->addWidget(scheme, row, 0, 1, 2);
-        grid->addWidget(load, row++, 2, 1, 2);
-        grid->setRowStretch(row, 1);
-        connect(apply, &QPushButton::clicked, this, [this] { applyCallouts(); });
-        connect(save, &QPushButton::clicked, this, [this] { saveCalloutScheme(); });
-        connect(load, &QPushButton::clicked, this, [this, scheme] {
-            const std::optional<double> n = numberOf(scheme->text().toStdString());
-            loadCalloutScheme(n ? static_cast<int>(*n) : 0);
-        });
-    }
-
-    // Wave mathematics: the %RE options of the gated layout and the diagnostics.
-    auto* waveMathPage = new QWidget;
-    {
-        namespace pc = program::control;
-        auto* v = new QVBoxLayout(waveMathPage);
-        checkBox(v, pc::kScatterScaling, "Scale the scatter by the RE's scatter ratio (gated probes)");
-        checkBox(v, pc::kPlainRE, "Plain %RE: fluorescence against the RE's, no scatter correction");
-        checkBox(v, pc::kFirstSample, "Store sample 0 as %RE (baseline diagnostic)");
-        checkBox(v, pc::kCalloutFluorColour, "Colour callouts by their fluorescence channels");
-        checkBox(v, pc::kBaseline, "Baseline: offer a log's stored baseline when it is loaded");
-        v->addStretch();
-    }
+    infoPage_ = new InfoPage;
+    auto* setupPage = new SetupPage(settings_);
+    setupPage->onProbeChosen = [this](int mode) { probeChosen(mode); };
+    auto* commPage = new CommPage(settings_);
+    auto* advPage = new AdvancedPage(settings_);
+    auto* hpPage = new HPTestPage(host_, log_);
+    auto* calloutPage = new CalloutPage;
+    calloutPage->onApply = [this] { applyCallouts(); };
+    calloutPage->onSave = [this] { saveCalloutScheme(); };
+    calloutPage->onLoad = [this](int scheme) { loadCalloutScheme(scheme); };
+    auto* waveMathPage = new WaveMathPage;
 
     tabs_->addTab(scrolled(infoPage_), "Info");
     tabs_->addTab(scrolled(setupPage), "Setup");
@@ -491,7 +150,7 @@ void MainWindow::buildPages() {
     forms_.add({calloutPage}, kCallout);
 
     // A plot setting changed by the user (or restored from a file) redraws the plot at once.
-    for (QWidget* page : {setupPage, advPage, waveMathPage, calloutPage}) {
+    for (QWidget* page : std::initializer_list<QWidget*>{setupPage, advPage, waveMathPage, calloutPage}) {
         for (QCheckBox* c : page->findChildren<QCheckBox*>())
             connect(c, &QCheckBox::toggled, this, [this] { refreshPlot(true); });
         for (QRadioButton* r : page->findChildren<QRadioButton*>())
@@ -507,6 +166,17 @@ void MainWindow::buildPages() {
     addDockWidget(Qt::LeftDockWidgetArea, dock);
     resizeDocks({dock}, {380}, Qt::Horizontal);
     applyModeLook();
+}
+
+void MainWindow::probeChosen(int mode) {
+    setMode(settings_, mode);
+    settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
+    if (reference_) {
+        reference_->Mode = settings_.mode;
+        applyGateOptions();
+    }
+    applyModeLook();
+    refreshPlot(true);
 }
 
 // ---- menus

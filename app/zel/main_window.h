@@ -122,6 +122,8 @@ protected:
 
 private:
     void buildPages();
+    // Another probe chosen on the setup page: its mode, look and gates for this session.
+    void probeChosen(int mode);
     void buildMenus();
     void updateActions();
     // The mode's caption, fill colour, banner and RE scale caption on the setup page.
