@@ -64,11 +64,21 @@ AdvancedPage::AdvancedPage(const StartupSettings& settings) {
     const SwitchLists lists;
     int index = 0;
     QStringList items = listOf(lists.averages, settings.averaging, index);
+    // Beside each list, whether its switch ("/S", "/Y", "/RE") chose the value this session: the start-up
+    // ticks it after the options were restored, so a restored tick never claims a switch.
+    const auto switchBox = [sf](const char* name, const char* sw) {
+        auto* c = named(new QCheckBox(QStringLiteral("set by %1").arg(QLatin1String(sw))), name);
+        c->setEnabled(false);
+        sf->addRow(c);
+    };
     comboBox(sf, "cmbScopeAverage", "Scope Average:", items, index);
+    switchBox("chkScopeAverageSwitch", "/S");
     items = listOf(lists.yScales, settings.yScale, index);
     comboBox(sf, "cmbScopeYScale", "Scope Y-Scale:", items, index);
+    switchBox("chkScopeYScaleSwitch", "/Y");
     items = listOf(lists.reScales, settings.reScale, index);
     comboBox(sf, "cmbScopeREScale", "Scope RE Scale:", items, index);
+    switchBox("chkScopeREScaleSwitch", "/RE");
     sf->addRow(named(new QLabel(qs(reScaleCaption(settings.reScale))), "lblREScale"));
     checkBox(sf, "chkUnlockScope", "Leave the scope's front panel unlocked", settings.unlock);
     v->addWidget(scopeBox);

@@ -7,9 +7,11 @@
 #include "app/zel/callout_page.h"
 #include "app/zel/comm_page.h"
 #include "app/zel/form_widgets.h"
+#include "app/zel/general_page.h"
 #include "app/zel/hp_test_page.h"
 #include "app/zel/info_page.h"
 #include "app/zel/setup_page.h"
+#include "app/zel/transfer_page.h"
 #include "app/zel/wave_math_page.h"
 #include "common/number_text.h"
 #include "common/text.h"
@@ -17,9 +19,12 @@
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
+#include "log/raw_log_writer.h"
+#include "log/re_reference.h"
 #include "log/recovery.h"
 #include "log/run_log.h"
 #include "log/wave_export.h"
+#include "program/gps_fix.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -34,6 +39,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDateTime>
+#include <QDesktopServices>
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
@@ -43,6 +49,8 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTimer>
+#include <QUrl>
 
 #include <cmath>
 #include <filesystem>
@@ -57,9 +65,17 @@ constexpr const char* kComm = "frmComm";
 constexpr const char* kHP = "frmHP";
 constexpr const char* kCallout = "frmCallout";
 constexpr const char* kWaveMath = "frmWaveMath";
+constexpr const char* kGeneric = "frmGeneric";
+constexpr const char* kFTP = "frmFTP";
 constexpr const char* kRecentSection = "RecentLogs";
 constexpr const char* kPositionSection = "MainWindow";
 constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
+
+std::string absolutePath(const std::string& path) {
+    std::error_code ec;
+    const std::filesystem::path a = std::filesystem::absolute(path, ec);
+    return ec ? path : a.lexically_normal().string();
+}
 
 } // namespace
 
@@ -86,14 +102,13 @@ MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings,
     centre->setSizes({600, 400});
     setCentralWidget(centre);
 
+    // The values under the pointer have a place of their own: a temporary message would be hidden by the
+    // log's summary beside it and overwritten by every progress text.
+    hoverLabel_ = named(new QLabel, "lblHoverValues");
     statusLabel_ = new QLabel;
-    statusBar()->addPermanentWidget(statusLabel_, 1);
-    plot_->onHover = [this](const QString& text) {
-        if (text.isEmpty())
-            statusBar()->clearMessage();
-        else
-            statusBar()->showMessage(text);
-    };
+    statusBar()->addPermanentWidget(hoverLabel_, 3);
+    statusBar()->addPermanentWidget(statusLabel_, 2);
+    plot_->onHover = [this](const QString& text) { hoverLabel_->setText(text); };
     plot_->onSelect = [this](double depth) { selectPoint(plot::nearestPoint(arrays_, depth)); };
 
     buildPages();
@@ -102,6 +117,9 @@ MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings,
     presets_->Redraw = [this] { refreshPlot(true); };
     buildMenus();
     log_.setInfoSource([this] { return infoFromPage(); });
+    openFolder = [](const std::string& folder) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(folder)));
+    };
     refreshPlot(false);
     updateActions();
 }
@@ -117,7 +135,9 @@ MainWindow::~MainWindow() {
 
 void MainWindow::buildPages() {
     tabs_ = named(new QTabWidget, "tabSetup");
-    infoPage_ = new InfoPage;
+    auto* info = new InfoPage;
+    info->onSaveIntoLog = [this] { saveLogInformation(); };
+    infoPage_ = info;
     auto* setupPage = new SetupPage(settings_);
     setupPage->onProbeChosen = [this](int mode) { probeChosen(mode); };
     auto* commPage = new CommPage(settings_);
@@ -128,6 +148,8 @@ void MainWindow::buildPages() {
     calloutPage->onSave = [this] { saveCalloutScheme(); };
     calloutPage->onLoad = [this](int scheme) { loadCalloutScheme(scheme); };
     auto* waveMathPage = new WaveMathPage;
+    auto* generalPage = new GeneralPage;
+    auto* transferPage = new TransferPage;
 
     tabs_->addTab(scrolled(infoPage_), "Info");
     tabs_->addTab(scrolled(setupPage), "Setup");
@@ -136,9 +158,17 @@ void MainWindow::buildPages() {
     tabs_->addTab(scrolled(waveMathPage), "Wave math");
     tabs_->addTab(scrolled(hpPage), "HP tests");
     tabs_->addTab(scrolled(calloutPage), "Callouts");
-    const char* tips[] = {
-        "Log information",     "Setup",   "Communications", "Advanced options", "Wave mathematics",
-        "Hydraulic profiling", "Callouts"};
+    tabs_->addTab(scrolled(generalPage), "General");
+    tabs_->addTab(scrolled(transferPage), "Transfer");
+    const char* tips[] = {"Log information",
+                          "Setup",
+                          "Communications",
+                          "Advanced options",
+                          "Wave mathematics",
+                          "Hydraulic profiling",
+                          "Callouts",
+                          "General",
+                          "Copies of each push in a second folder"};
     for (int i = 0; i < tabs_->count(); ++i)
         tabs_->setTabToolTip(i, QString::fromLatin1(tips[i]));
 
@@ -148,6 +178,11 @@ void MainWindow::buildPages() {
     forms_.add({commPage}, kComm);
     forms_.add({hpPage}, kHP);
     forms_.add({calloutPage}, kCallout);
+    forms_.add({generalPage}, kGeneric);
+    forms_.add({transferPage}, kFTP);
+    // Every page's name whole on its tab: the dock is narrow, so the tabs scroll rather than shrink.
+    tabs_->setElideMode(Qt::ElideNone);
+    tabs_->setUsesScrollButtons(true);
 
     // A plot setting changed by the user (or restored from a file) redraws the plot at once.
     for (QWidget* page : std::initializer_list<QWidget*>{setupPage, advPage, waveMathPage, calloutPage}) {
@@ -231,6 +266,10 @@ void MainWindow::buildMenus() {
     add(acq, "mnuAcq_RescueRE", "Rescue RE", [this] { rescueReference(); });
     add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
 
+    QMenu* view = menuBar()->addMenu("&View");
+    view->setObjectName("mnuView");
+    add(view, "mnuView_WholeLog", "&Whole log", [this] { plot_->showWholeLog(); })->setShortcut(Qt::Key_Home);
+
     QMenu* help = menuBar()->addMenu("&Help");
     help->setObjectName("mnuHelp");
     add(help, "mnuHelp_ResetINI", "&Reset options file...", [this] { resetOptions(); });
@@ -265,11 +304,14 @@ void MainWindow::updateActions() {
     enable("mnuAcq_RecoverRE", field && !pushing_);
     enable("mnuAcq_RescueRE", field && !pushing_);
     enable("mnuAcq_RecoverTemp", !pushing_);
+    // The timed acquisition needs the scope; during a push it is the timed mode's switch.
+    enable("mnuAcq_Timed", field);
+    enable("mnuAcq_Continuous", field);
     enable("mnuHelp_ResetINI", !pushing_);
-    const QString noInstruments =
-        QStringLiteral("No instruments are open (start zel with --sim to push against the simulators)");
-    for (const char* name :
-         {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE", "mnuAcq_RescueRE"})
+    const QString noInstruments = QStringLiteral("No instruments are open (start zel with --sim to push "
+                                                 "against the simulators)");
+    for (const char* name : {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE",
+                             "mnuAcq_RescueRE", "mnuAcq_Timed", "mnuAcq_Continuous"})
         if (QAction* a = action(QString::fromLatin1(name))) a->setToolTip(field ? QString() : noInstruments);
     acquisitionMenu_->setToolTipsVisible(true);
 }
@@ -292,6 +334,8 @@ void MainWindow::applyStartupSettings(const StartupSettings& s) {
     const SwitchLists lists;
     const auto select = [this](const char* name, const std::vector<int>& values, int value, bool fromSwitch) {
         auto* box = findChild<QComboBox*>(name);
+        auto* ticked = findChild<QCheckBox*>(QString::fromLatin1(name).mid(3).prepend("chk") + "Switch");
+        if (ticked) ticked->setChecked(fromSwitch);
         if (!fromSwitch || !box) return;
         const auto at = std::find(values.begin(), values.end(), value);
         if (at != values.end()) box->setCurrentIndex(static_cast<int>(at - values.begin()));
@@ -349,9 +393,16 @@ void MainWindow::restoreOptions() {
     if (!options_->InitDir.empty()) session_.initialDir = options_->InitDir;
     loadRecent();
     rebuildRecentMenu();
+    showStoredReference();
     presets_->RefreshList();
     rebuildPresetMenus();
     refreshPlot(true);
+}
+
+void MainWindow::openLastLogIfChosen() {
+    if (recent_.empty() || !controlChecked(kGeneric, general_control::kOpenLastLog)) return;
+    std::error_code ec;
+    if (std::filesystem::is_regular_file(recent_.front(), ec)) loadLog(recent_.front());
 }
 
 void MainWindow::loadRecent() {
@@ -380,7 +431,9 @@ void MainWindow::saveRecent() {
     }
 }
 
-void MainWindow::addRecent(const std::string& path) {
+void MainWindow::addRecent(const std::string& given) {
+    // Absolute, so the list holds wherever the program is started from next time.
+    const std::string path = absolutePath(given);
     std::erase(recent_, path);
     recent_.insert(recent_.begin(), path);
     if (recent_.size() > static_cast<std::size_t>(kMaxRecent)) recent_.resize(kMaxRecent);
@@ -458,12 +511,15 @@ bool MainWindow::loadLog(const std::string& path) {
         if (r.outcome == LoadOutcome::Failed) refreshPlot(false);
         return false;
     }
-    const std::string folder = std::filesystem::path(r.path).parent_path().string();
+    const std::string folder = std::filesystem::path(absolutePath(r.path)).parent_path().string();
     options_->SaveInitDir(folder);
     session_.initialDir = folder;
     addRecent(r.path);
+    // A stored baseline the user took with the log stays the current one.
+    if (ctx_.baselineInUse && !arrays_.baseline.empty()) baseline_ = arrays_.baseline;
     refreshPlot(false);
     showLogInfo();
+    showLogTexts();
     showLogRE();
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
@@ -493,6 +549,11 @@ void MainWindow::selectPoint(int point) {
     const std::array<int, 3>& cut = log_.Cutoff_Index();
     view.boundaries.assign(cut.begin(), cut.end());
     view.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
+    std::vector<plot::DepthBand> bands;
+    for (const plot::CalloutWave& c : view.callouts)
+        bands.push_back({c.top, c.bottom, plot::calloutSlotColour(c.slot),
+                         c.caption.empty() ? "C" + std::to_string(c.slot + 1) : c.caption});
+    plot_->setBands(std::move(bands));
     std::vector<float> wave;
     if (point >= 0 && point < arrays_.points()) {
         const auto samples = arrays_.waves.wave(point);
@@ -526,6 +587,10 @@ QString MainWindow::statusText() const {
     return statusLabel_->text();
 }
 
+QString MainWindow::hoverText() const {
+    return hoverLabel_->text();
+}
+
 void MainWindow::status(const QString& text) {
     host_.progress(fromQt(text));
 }
@@ -538,10 +603,49 @@ bool MainWindow::requireLog(bool withPoints) {
     return true;
 }
 
+void MainWindow::showLogTexts() {
+    Form* form = forms_.form(kTab);
+    if (!form) return;
+    const std::pair<const char*, const std::string*> fields[] = {
+        {"txtSite", &log_.Site()},         {"txtClient", &log_.Client()}, {"txtJobNumber", &log_.JobNumber()},
+        {"txtOperator", &log_.Operator()}, {"txtUnit", &log_.ZEL_Unit()}, {"txtNote", &log_.Note()}};
+    for (const auto& [name, text] : fields)
+        if (FormControl* c = findControl(*form, name, std::nullopt)) c->setText(*text);
+}
+
+bool MainWindow::saveLogInformation() {
+    if (pushing_ || !requireLog(false)) return false;
+    const LogInfo info = infoFromPage();
+    const std::string path = log_.File_FullPath();
+    if (host_.message("Write the information on the Info page into " + path +
+                          "?\r\nThe log is written again with these texts.",
+                      MsgButtons::OkCancel, MsgIcon::Question, "Log information") != MsgResult::Ok)
+        return false;
+    log_.Site(info.site);
+    log_.Client(info.client);
+    log_.JobNumber(info.jobNumber);
+    log_.Operator(info.operatorName);
+    log_.ZEL_Unit(info.unit);
+    log_.Note(info.note);
+    // The save replaces the file whole, and the run log's entry for this log with it.
+    const RawLogSaveResult saved = SaveRawLog(path, log_, arrays_, ctx_, host_);
+    if (!saved.ok) return false;
+    WriteRunLog(dataRoot_, log_, clock_, session_.family == LogFamily::Colour);
+    showLogInfo();
+    status(QStringLiteral("Log information saved into %1").arg(qpath(saved.path)));
+    return true;
+}
+
 // ---- exports and log pages
 
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
+    const std::string target = dataExportPath(log_, session_.family, "");
+    std::error_code ec;
+    if (std::filesystem::exists(target, ec) &&
+        host_.message("The file " + target + " exists. Overwrite?", MsgButtons::YesNo, MsgIcon::Question,
+                      "Export data text") != MsgResult::Yes)
+        return;
     if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, pointValues_))
         status(QStringLiteral("Data exported to %1").arg(qpath(*path)));
 }
@@ -608,7 +712,11 @@ void MainWindow::applyCallouts() {
         };
         const std::optional<double> top = numberOf(text("txtCalloutTop"));
         const std::optional<double> bottom = numberOf(text("txtCalloutBottom"));
-        log_.Callout_Caption(i, text("txtCalloutCaption"));
+        // The caption is the callout's text: the scheme keeps it as "Text C" and the page labels the band
+        // with it.
+        const std::string caption = text("txtCalloutCaption");
+        log_.Callout_Caption(i, caption);
+        calloutDisplay_.text[static_cast<std::size_t>(i)] = caption;
         if (!top || !bottom) {
             // All zeros is how the log files mark an unused slot.
             log_.Callout_Range(i, 0, 0.0f);
@@ -651,7 +759,9 @@ void MainWindow::loadCalloutScheme(int scheme) {
             c->setText(used ? formatNumber(log_.Callout_Range(i, 0), "#0.00") : "");
         if (FormControl* c = findControl(*form, "txtCalloutBottom", i))
             c->setText(used ? formatNumber(log_.Callout_Range(i, 1), "#0.00") : "");
-        if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(log_.Callout_Caption(i));
+        const std::string& caption = calloutDisplay_.text[static_cast<std::size_t>(i)];
+        log_.Callout_Caption(i, caption);
+        if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(caption);
     }
     // The scheme's point indices stand: its ranges are kept to a tenth and would not find them again.
     selectPoint(selectedPoint_);
@@ -683,9 +793,8 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
                 live->setText(QString::number(push_->EmulatedSteps()));
             if (auto* live = findChild<QLineEdit*>("txtcomm_PushNumber"))
                 live->setText(QString::number(reference_->PushNumber));
-            status(QStringLiteral("Point %1  depth %2  %RE %3")
-                       .arg(n)
-                       .arg(qs(formatNumber(p.depth, "#0.00")), qs(formatNumber(p.signal, "#0.00"))));
+            feedback_.point(n, p);
+            showPushFeedback();
             if (n == 1 || now - lastLiveRefreshMs_ >= kLiveRefreshMs) {
                 lastLiveRefreshMs_ = now;
                 selectedPoint_ = arrays_.points() - 1;
@@ -694,8 +803,23 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
         };
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
+        // A push's log takes the receiver's last fix when it ends, and says when its depths were not
+        // measured.
+        emulatedDepth_ = in.simulated() || in.drivers().Depth().Source() == DepthSource::Emulate;
+        cZEL_GPS& gps = in.drivers().Gps();
+        log_.setGpsSource([&gps] { return program::GpsFixOf(gps); });
+    } else {
+        emulatedDepth_ = false;
+        log_.setGpsSource({});
     }
     updateActions();
+}
+
+int MainWindow::listValue(const char* name, int fallback) const {
+    const auto* box = findChild<QComboBox*>(QString::fromLatin1(name));
+    bool ok = false;
+    const int v = box ? box->currentText().toInt(&ok) : 0;
+    return ok ? v : fallback;
 }
 
 bool MainWindow::requireInstruments() {
@@ -738,7 +862,7 @@ LogInfo MainWindow::infoFromPage() const {
     info.version = kVersionText;
     info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toLatin1().toStdString();
     info.metric = controlChecked(kTab, "chkMetric");
-    info.emulate = false;
+    info.emulate = emulatedDepth_;
     return info;
 }
 
@@ -774,6 +898,18 @@ void MainWindow::showLogRE() {
     rePanel_->show(acq::MakeREPanel(settings_.mode, areas, ctx_.reRatio), log_.RE_Area(), areas);
 }
 
+void MainWindow::showStoredReference() {
+    if (reference_ && reference_->HasRE) return;
+    const auto re = ReadReReference(dataRoot_, false);
+    if (!re) return;
+    QString text = QStringLiteral("Last RE %1:").arg(qs(re->time));
+    for (std::size_t i = 0; i < re->channels.size(); ++i)
+        text += QStringLiteral(" CH%1 %2").arg(i + 1).arg(qs(formatNumber(re->channels[i], "#0.0")));
+    if (const auto bg = ReadReReference(dataRoot_, true))
+        text += QStringLiteral("; background %1").arg(qs(bg->time));
+    rePanel_->showStored(text);
+}
+
 void MainWindow::showREPanel() {
     if (!reference_ || !reference_->HasRE) {
         rePanel_->clear();
@@ -807,9 +943,17 @@ bool MainWindow::startPush() {
         host_.message("Colour mode has no push in this program.", MsgButtons::Ok, MsgIcon::Exclamation);
         return false;
     }
-    const std::string proposed = naming_.Proposal(controlText(kTab, "txtLogName"));
+    std::string proposed = naming_.Proposal(controlText(kTab, "txtLogName"));
     std::optional<std::string> autoFolder;
-    if (controlChecked(kTab, "chkAutoName")) {
+    if (controlChecked(kTab, "chkGPSNaming")) {
+        // Named where the probe stands and when: the folder is asked once a session.
+        if (gpsFolder_.empty())
+            if (const auto folder = chooseGpsNamingFolder(options_->InitDir, host_)) gpsFolder_ = *folder;
+        if (gpsFolder_.empty()) return false;
+        const cZEL_GPS& gps = instruments_->drivers().Gps();
+        proposed = gpsLogName(gps.Latitude_Dec, gps.Longitude_Dec, clock_.now());
+        autoFolder = gpsFolder_;
+    } else if (controlChecked(kTab, "chkAutoName")) {
         std::string folder(trimBlanks(controlText(kTab, "txtLogFolder")));
         if (folder.empty()) folder = options_->InitDir.empty() ? dataRoot_ : options_->InitDir;
         std::error_code ec;
@@ -820,7 +964,7 @@ bool MainWindow::startPush() {
         chooseLogPath(proposed, naming_.family(), autoFolder, options_->InitDir, host_);
     if (!path) return false;
     // A new log named for recording: its folder and name are where the next session starts.
-    options_->SaveInitDir(std::filesystem::path(*path).parent_path().string());
+    options_->SaveInitDir(std::filesystem::path(absolutePath(*path)).parent_path().string());
     options_->SaveInitFile(*path);
 
     const program::SettingsModel m = settingsModel();
@@ -828,7 +972,7 @@ bool MainWindow::startPush() {
     setup.timed = timedRequested_;
     setup.continuous = push_->Settings.continuous;
     instruments_->setMetric(setup.metric);
-    instruments_->scope().setMinimumScale(static_cast<float>(settings_.yScale));
+    instruments_->scope().setMinimumScale(static_cast<float>(listValue("cmbScopeYScale", settings_.yScale)));
     program::ConfigurePush(setup,
                            program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m),
                                                      reference_->RE().ChannelCount,
@@ -836,15 +980,34 @@ bool MainWindow::startPush() {
                            push_->Settings, instruments_->depth());
 
     log_.Clear();
+    // A log loaded before keeps its own flags until here: the push records no pressure/flow lists, so it must
+    // not claim them (a reload would show empty HP columns).
+    log_.PresFlow(false);
     log_.TimeMode(setup.timed);
     ctx_ = {};
+    // A stored baseline taken from a loaded log is used for every further push while the option is on, and
+    // goes into the push's log.
+    if (controlChecked(kWaveMath, program::control::kBaseline) && !baseline_.empty())
+        arrays_.baseline = baseline_;
     recorder_.current = std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path,
                                                            dataRoot_, naming_.family());
+    recorder_.current->Context.baselineInUse =
+        controlChecked(kWaveMath, program::control::kBaseline) && !baseline_.empty();
     selectedPoint_ = -1;
     pushing_ = true;
+    paused_ = false;
     updateActions();
     status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
+    std::string logName = std::filesystem::path(*path).filename().string();
+    for (const char* ext : {".lif.raw.bin", ".o2.raw.bin", ".clr.raw.bin"})
+        if (logName.ends_with(ext)) logName.resize(logName.size() - std::string_view(ext).size());
+    feedback_.start(logName, setup.metric);
+    // The clock goes on between points (the start delay, a pause): the read-out follows it.
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, this, [this] { showPushFeedback(); });
+    ticker.start(1000);
     const bool started = push_->StartPush();
+    ticker.stop();
     pointValues_ = started;
     pushing_ = false;
     refreshPlot(true);
@@ -855,6 +1018,17 @@ bool MainWindow::startPush() {
         naming_.Recorded(raw);
         addRecent(raw);
         status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
+        const acq::RecordedFiles& files = recorder_.current->Files();
+        if (controlChecked(kFTP, transfer_control::kCopyAfterPush)) {
+            const std::string folder(trimBlanks(controlText(kFTP, transfer_control::kFolder)));
+            if (folder.empty())
+                host_.message("Choose the folder the pushes are copied to (Transfer page).", MsgButtons::Ok,
+                              MsgIcon::Exclamation, "Transfer");
+            else
+                CopyPushFiles(files, folder, host_);
+        }
+        if (!closeAfterPush_ && controlChecked(kGeneric, general_control::kPushSummary))
+            showPushSummary(files);
     } else if (!started) {
         status(QStringLiteral("The push was not started"));
     }
@@ -862,8 +1036,34 @@ bool MainWindow::startPush() {
     return started && !raw.empty();
 }
 
+void MainWindow::showPushFeedback() {
+    if (!pushing_ || !feedback_.started()) return;
+    PushStates states;
+    if (push_) {
+        states.continuous = push_->Settings.continuous;
+        states.timed = push_->Settings.timed;
+    }
+    states.paused = paused_;
+    const QString line = qs(feedback_.statusLine(states));
+    statusLabel_->setText(line);
+    setWindowTitle(qs(feedback_.title()));
+}
+
+void MainWindow::showPushSummary(const acq::RecordedFiles& files) {
+    const std::string text = feedback_.summary(files) + "\r\n\r\nOpen the folder?";
+    if (host_.message(text, MsgButtons::YesNo, MsgIcon::Information, "Push recorded") == MsgResult::Yes &&
+        openFolder)
+        openFolder(std::filesystem::path(files.rawLog).parent_path().string());
+}
+
 void MainWindow::pausePush() {
-    if (pushing_) push_->PausePush();
+    if (!pushing_) return;
+    // The pause lasts as long as its message is open.
+    paused_ = true;
+    showPushFeedback();
+    push_->PausePush();
+    paused_ = false;
+    showPushFeedback();
 }
 
 void MainWindow::stopPush() {

@@ -19,6 +19,7 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     lineEdit(lf, "txtLogName", "Name", "");
     lineEdit(lf, "txtLogFolder", "Folder", "");
     checkBox(lf, "chkAutoName", "Record into the folder without asking");
+    checkBox(lf, "chkGPSNaming", "Name each log by its GPS position and time");
     v->addWidget(logBox);
 
     auto* pushBox = named(new QGroupBox("Push"), "fraPush");
