@@ -910,6 +910,19 @@ void MainWindow::showStoredReference() {
     rePanel_->showStored(text);
 }
 
+// The RE just taken, in the waveform view until the push's first point replaces it.
+void MainWindow::showREWave() {
+    const cZEL_Waveform& re = reference_->RE();
+    plot::WaveformView view;
+    view.depthUnit = plot_->model().depthUnit();
+    for (const std::string& l : settings_.labels)
+        view.channelLabels.push_back(l);
+    view.deltaX = reference_->RERaw.deltaX;
+    view.boundaries = {re.Cutoff[0], re.Cutoff[1], re.Cutoff[2]};
+    view.title = "RE  " + formatNumber(re.RE_Area, "#0") + " pVs";
+    wave_->setView(std::move(view), {}, reference_->RERaw.samples, reference_->Background.samples);
+}
+
 void MainWindow::showREPanel() {
     if (!reference_ || !reference_->HasRE) {
         rePanel_->clear();
@@ -928,6 +941,7 @@ bool MainWindow::acquireReference(int kind) {
     if (ok) program::WriteReferenceFile(kind, *reference_, instruments_->board(), dataRoot_, clock_);
     host_.setBusy(false);
     if (kind == acq::kRE) showREPanel();
+    if (ok && kind == acq::kRE) showREWave();
     if (ok) status(kind == acq::kRE ? QStringLiteral("RE taken") : QStringLiteral("Background taken"));
     return ok;
 }

@@ -150,6 +150,7 @@ private:
     // The loaded log's texts on the Info page.
     void showLogTexts();
     void showREPanel();
+    void showREWave();
     // Before the session's first RE: the last one the reference file keeps.
     void showStoredReference();
     void showLogRE();

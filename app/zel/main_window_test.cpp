@@ -371,6 +371,9 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     w->action("mnuAcq_RE")->trigger();
     ASSERT_TRUE(w->reference()->HasRE);
     EXPECT_TRUE(w->rePanel().text().startsWith("RE area:")) << w->rePanel().text().toStdString();
+    // The RE is in the waveform view before the first point.
+    EXPECT_FALSE(w->waveform().view().re.empty());
+    EXPECT_EQ(w->waveform().view().title.rfind("RE  ", 0), 0u) << w->waveform().view().title;
 
     // While the push runs, the plot follows it; after five points the Stop entry ends it.
     int shownWhilePushing = 0;
