@@ -282,19 +282,24 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
             QString text;
             bool shown;
         };
+        // Laid out from the right: the RE with its scale first, the background last.
         const Entry entries[] = {
+            {QPen(QColor(170, 170, 170), lineWidth), QStringLiteral("background"), !v.background.empty()},
             {QPen(Qt::black, lineWidth * 1.2), QStringLiteral("point"), !v.wave.empty()},
             {QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine),
              reFactor < 1.0 ? QStringLiteral("RE x%1").arg(reFactor, 0, 'g', 2) : QStringLiteral("RE"),
              !v.re.empty()},
-            {QPen(QColor(170, 170, 170), lineWidth), QStringLiteral("background"), !v.background.empty()},
         };
         double x = plotArea.right();
         const double y = plotArea.bottom() + 1.6 * lh;
+        // Entries that would run into the unit at the left are left out.
+        const double leftmost = plotArea.left() + fm.horizontalAdvance(QStringLiteral("sample")) + lh;
         for (auto it = std::rbegin(entries); it != std::rend(entries); ++it) {
             if (!it->shown) continue;
             const double w = fm.horizontalAdvance(it->text) + 0.3 * lh;
+            if (x - w - 2.4 * lh < leftmost) continue;
             x -= w;
+            p.setPen(Qt::black);
             drawText(p, QRectF(x, y - lh / 2, w, lh), Qt::AlignRight | Qt::AlignVCenter, it->text, sink);
             x -= 1.8 * lh;
             p.setPen(it->pen);
