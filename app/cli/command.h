@@ -41,5 +41,7 @@ void addSiteCommands(CLI::App& app, CommandRunner& run);
 void addLogEditCommands(CLI::App& app, CommandRunner& run);
 // Adds "map" and "section" (the site map and a cross-section, PDF or PNG).
 void addSitePictureCommands(CLI::App& app, CommandRunner& run);
+// Adds "arrange" (a site's logs copied into one folder a day).
+void addArrangeCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

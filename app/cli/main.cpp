@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     zel::cli::addSiteCommands(app, run);
     zel::cli::addLogEditCommands(app, run);
     zel::cli::addSitePictureCommands(app, run);
+    zel::cli::addArrangeCommand(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     return run ? run() : 2;

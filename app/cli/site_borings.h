@@ -21,6 +21,6 @@ struct SiteBorings {
     std::string zone() const { return std::to_string(frame.zone) + (frame.north ? "N" : "S"); }
 };
 
-SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs, Host& host);
+SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs);
 
 } // namespace zel::cli

@@ -54,8 +54,7 @@ void printJson(const PictureArgs& a, const SiteBorings& site, const plot::Pictur
 
 int draw(const char* command, const PictureArgs& a, const Render& render) {
     OffscreenGui gui;
-    ConsoleHost host(std::cerr);
-    const SiteBorings site = loadSiteBorings(command, a.inputs, host);
+    const SiteBorings site = loadSiteBorings(command, a.inputs);
     if (site.borings.empty()) {
         std::cerr << "zel-cli " << command << ": no located boring\n";
         return 1;
