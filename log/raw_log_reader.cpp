@@ -84,8 +84,9 @@ std::optional<long long> size(const RawLogText& t, std::string_view key) {
     return negative ? -n : n;
 }
 
-bool report(Host& host, const std::string& what) {
-    host.message("Error in LoadRawLog: " + what, MsgButtons::Ok, MsgIcon::Critical);
+// The file is named on a line of its own: a batch of loads must say which log failed.
+bool report(Host& host, const std::string& path, const std::string& what) {
+    host.message("Error in LoadRawLog: " + what + "\r\nFile: " + path, MsgButtons::Ok, MsgIcon::Critical);
     return false;
 }
 
@@ -152,6 +153,7 @@ bool mendTrailer(const std::string& path, std::uint64_t textLength, bool quiet, 
 struct ListReader {
     const RawLogText& text;
     Host& host;
+    const std::string& path;
 
     // false (with the message shown) when the list is damaged; an absent list leaves out empty.
     bool read(std::string_view section, std::string_view key, std::size_t maxElements,
@@ -163,10 +165,12 @@ struct ListReader {
         const ListParse r = parseDataList(*v, maxElements, out);
         if (r.ok) return true;
         if (r.tooLong)
-            return report(host, "the list " + std::string(key) + " holds more than " +
-                                    std::to_string(maxElements) + " values.");
-        return report(host, "element " + std::to_string(r.badElement + 1) + " of the list " +
-                                std::string(key) + " is not a number.");
+            return report(host, path,
+                          "the list " + std::string(key) + " holds more than " + std::to_string(maxElements) +
+                              " values.");
+        return report(host, path,
+                      "element " + std::to_string(r.badElement + 1) + " of the list " + std::string(key) +
+                          " is not a number.");
     }
 
     // A per-point list into one column of a point table: one value for each point, or the load fails.
@@ -176,8 +180,9 @@ struct ListReader {
         if (!read(kData, key, static_cast<std::size_t>(points), values, &present)) return false;
         if (!present) return true;
         if (values.size() != static_cast<std::size_t>(points))
-            return report(host, "the list " + std::string(key) + " holds " + std::to_string(values.size()) +
-                                    " values for " + std::to_string(points) + " points.");
+            return report(host, path,
+                          "the list " + std::string(key) + " holds " + std::to_string(values.size()) +
+                              " values for " + std::to_string(points) + " points.");
         for (int p = 0; p < points; ++p)
             m(column, p) = values[static_cast<std::size_t>(p)];
         return true;
@@ -258,7 +263,7 @@ bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arr
                    LogPointProcessing* processing, bool& processed) {
     constexpr std::size_t kFloatsPerRun = std::size_t{1} << 16; // 256 KB
     BinaryFile f(path, "rb");
-    if (!f.isOpen() || !f.seek(offset)) return report(host, "the data block of " + path + " is cut short.");
+    if (!f.isOpen() || !f.seek(offset)) return report(host, path, "the data block is cut short.");
     const int points = arrays.waves.points();
     const auto width = static_cast<std::size_t>(arrays.waves.width());
     const int run =
@@ -268,7 +273,7 @@ bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arr
         const int n = std::min(run, points - p);
         const auto values = arrays.waves.values().subspan(static_cast<std::size_t>(p) * width,
                                                           static_cast<std::size_t>(n) * width);
-        if (!readFloatsLe(f, values)) return report(host, "the data block of " + path + " is cut short.");
+        if (!readFloatsLe(f, values)) return report(host, path, "the data block is cut short.");
         if (processed) processed = processing->points(arrays, p, p + n);
     }
     return true;
@@ -277,25 +282,27 @@ bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arr
 // HD-board mode: the mask and N records of C floats from offset L, spread over the log's arrays.
 bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, LogArrays& arrays, Host& host) {
     const std::uint64_t L = loc.state.textLength;
-    if (loc.state.fileSize < L + 4) return report(host, "the HD board block has no column mask.");
+    if (loc.state.fileSize < L + 4) return report(host, path, "the HD board block has no column mask.");
     BinaryFile f(path, "rb");
     unsigned char word[4];
-    if (!f.isOpen() || !f.seek(L) || !f.read(word, 4)) return report(host, "cannot read the HD board block.");
+    if (!f.isOpen() || !f.seek(L) || !f.read(word, 4))
+        return report(host, path, "cannot read the HD board block.");
     const std::uint32_t mask = getLe32(word);
     const int c = hdColumnCount(mask);
-    if (c == 0) return report(host, "the HD board column mask selects no column.");
+    if (c == 0) return report(host, path, "the HD board column mask selects no column.");
     const std::uint64_t floats = (loc.state.fileSize - L - 4) / 4;
     const double exact = static_cast<double>(loc.state.fileSize - L - 4) / c / 4.0;
     const long long n = std::llround(exact);
-    if (n < 1) return report(host, "the HD board block holds no record.");
+    if (n < 1) return report(host, path, "the HD board block holds no record.");
     if (n > kMaxPoints)
-        return report(host, "the HD board block holds more than " + std::to_string(kMaxPoints) + " records.");
+        return report(host, path,
+                      "the HD board block holds more than " + std::to_string(kMaxPoints) + " records.");
 
     // Rounding to the nearest record may ask for a few values more than the file holds; those stay 0.
     std::vector<float> records(static_cast<std::size_t>(n) * static_cast<std::size_t>(c), 0.0f);
     const std::size_t available = static_cast<std::size_t>(std::min<std::uint64_t>(floats, records.size()));
     if (!readFloatsLe(f, std::span<float>(records.data(), available)))
-        return report(host, "the HD board block is cut short.");
+        return report(host, path, "the HD board block is cut short.");
     f.close();
 
     // Record positions in the board's order of columns: bits 0..6 columns 0..6, bit 7 column 11, bits 8..11
@@ -312,7 +319,7 @@ bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, Lo
     const int columns = std::clamp(log.DataSets(), kHdDataColumns, kMaxDataColumns);
     if (const ArrayStatus s = arrays.resize(kHdWavePoints + 1, columns, points, log.PresFlow());
         s != ArrayStatus::Ok)
-        return report(host, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
+        return report(host, path, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
     for (int p = 0; p < points; ++p)
         for (int k = 0; k < c; ++k) {
             const float v = records[static_cast<std::size_t>(p) * static_cast<std::size_t>(c) +
@@ -458,7 +465,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     std::string error;
     auto loc = locate(path, error);
     if (!loc) {
-        report(host, error);
+        report(host, path, error);
         return result;
     }
     result.textLength = loc->state.textLength;
@@ -467,7 +474,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     try {
         text = RawLogText(loc->text);
     } catch (const std::exception&) {
-        report(host, "the text part is too large for a raw log.");
+        report(host, path, "the text part is too large for a raw log.");
         return result;
     }
 
@@ -491,20 +498,22 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     const auto wavePoints = size(text, "Wave_Points");
     const auto dataCols = size(text, "Data_Cols");
     if (!dataPoints || *dataPoints < 0 || *dataPoints > kMaxPointIndex) {
-        report(host, "Data_Points is not a point count from 0 to " + std::to_string(kMaxPointIndex) + ".");
+        report(host, path,
+               "Data_Points is not a point count from 0 to " + std::to_string(kMaxPointIndex) + ".");
         return result;
     }
     if (!wavePoints || *wavePoints < 0 || *wavePoints >= kMaxSamplesPerWave) {
-        report(host,
+        report(host, path,
                "Wave_Points is not a sample count from 0 to " + std::to_string(kMaxSamplesPerWave - 1) + ".");
         return result;
     }
     if (ctx.channels < 0 || ctx.channels > kMaxChannels) {
-        report(host, "Channels is not a channel count from 0 to " + std::to_string(kMaxChannels) + ".");
+        report(host, path, "Channels is not a channel count from 0 to " + std::to_string(kMaxChannels) + ".");
         return result;
     }
     if (!dataCols || *dataCols < 0 || *dataCols > kMaxDataColumns) {
-        report(host, "Data_Cols is not a column count from 0 to " + std::to_string(kMaxDataColumns) + ".");
+        report(host, path,
+               "Data_Cols is not a column count from 0 to " + std::to_string(kMaxDataColumns) + ".");
         return result;
     }
     log.DataPoints(static_cast<int>(*dataPoints));
@@ -515,7 +524,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     processing.prepare(log, ctx);
     pause();
 
-    ListReader lists{text, host};
+    ListReader lists{text, host, path};
     BlockPlace place;
     const bool withPresFlow = log.PresFlow() || hasPresFlowLists(text);
     result.hdBoard = ctx.family != LogFamily::Colour && *wavePoints == kHdWavePoints;
@@ -547,9 +556,10 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         place = placeBlock(path, loc->state, blockBytes);
         const std::uint64_t room = loc->state.fileSize - place.offset;
         if (blockBytes + 4 > room) {
-            report(host, "Data_Points " + std::to_string(*dataPoints) + " and Wave_Points " +
-                             std::to_string(*wavePoints) + " need " + std::to_string(blockBytes + 4) +
-                             " bytes behind the text part, but the file has " + std::to_string(room) + ".");
+            report(host, path,
+                   "Data_Points " + std::to_string(*dataPoints) + " and Wave_Points " +
+                       std::to_string(*wavePoints) + " need " + std::to_string(blockBytes + 4) +
+                       " bytes behind the text part, but the file has " + std::to_string(room) + ".");
             return result;
         }
         result.trailer = loc->state.stored;
@@ -564,7 +574,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         if (const ArrayStatus s = arrays.resize(static_cast<int>(samples), columns, static_cast<int>(points),
                                                 withPresFlow, false);
             s != ArrayStatus::Ok) {
-            report(host, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
+            report(host, path, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
         } else {
             // The lists first: the RE and background are the reference the points are processed against
             // while the block is read. An HD board's four values a point and a colour spectrum are not
@@ -597,7 +607,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         if (rewriteTrailer(path, static_cast<std::uint32_t>(place.offset)))
             result.repaired = true;
         else
-            report(host, "the trailer of " + path + " could not be rewritten.");
+            report(host, path, "the trailer could not be rewritten.");
     }
     result.ok = true;
     result.text = std::move(loc->text);

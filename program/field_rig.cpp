@@ -64,6 +64,8 @@ void ScopeAdapter::StopPush() {
 }
 
 acq::FirmwareVersion BoardAdapter::Firmware() {
+    // Without a data board there is nobody to ask: the status request would only time out.
+    if (!hd_.Connected()) return {};
     if (!hd_.LastStatus()) hd_.Stat(0);
     const auto& s = hd_.LastStatus();
     return s ? acq::FirmwareVersion{s->firmwareMajor, s->firmwareMinor, s->firmwarePatch}

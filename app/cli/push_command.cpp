@@ -16,6 +16,7 @@
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
 #include "program/field_rig.h"
+#include "program/gps_fix.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -198,24 +199,7 @@ int runPush(const PushArgs& a) {
     });
     // The receiver's last fix; the log takes it when the push ends.
     cZEL_GPS& gps = instruments->Gps();
-    log.setGpsSource([&gps] {
-        GpsFix fix;
-        fix.utc = gps.FixTime;
-        fix.latitude = gps.Latitude;
-        fix.longitude = gps.Longitude;
-        fix.latitudeDec = gps.Latitude_Dec;
-        fix.longitudeDec = gps.Longitude_Dec;
-        fix.qualityIndicator = std::to_string(gps.QualityIndicator);
-        fix.satellites = std::to_string(gps.Satellites);
-        fix.hdop = shortestText(gps.HDOP);
-        fix.altitudeFt = gps.Altitude_Ft;
-        fix.altitudeM = gps.Altitude_M;
-        fix.geoidalFt = gps.Geoidal_Ft;
-        fix.geoidalM = gps.Geoidal_M;
-        fix.dgpsAge = shortestText(gps.DGPS_Age);
-        fix.baseStationId = gps.BaseStationID;
-        return fix;
-    });
+    log.setGpsSource([&gps] { return program::GpsFixOf(gps); });
     LogArrays arrays;
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out,

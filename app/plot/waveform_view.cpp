@@ -167,10 +167,11 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
 
     // Legend column beside the plot when there are callouts.
     const double legendWidth =
-        v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.4, 16.0 * lh);
+        v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.3, 11.0 * lh);
+    // Room below for the tick labels and the axis unit under them.
     const QRectF plotArea(rect.left() + 4.5 * lh, rect.top() + 1.3 * lh,
                           std::max(1.0, rect.width() - 4.5 * lh - legendWidth - 0.5 * lh),
-                          std::max(1.0, rect.height() - 2.8 * lh));
+                          std::max(1.0, rect.height() - 3.6 * lh));
 
     std::size_t samples = std::max({v.wave.size(), v.re.size(), v.background.size()});
     double lo = std::numeric_limits<double>::infinity(), hi = -lo;
@@ -181,8 +182,21 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
                 hi = std::max(hi, double(x));
             }
     };
+    // An RE many times the point's height would flatten the point: it is drawn scaled to the point's peak,
+    // and the legend says by how much.
+    const auto peak = [](std::span<const float> s) {
+        double m = 0.0;
+        for (float x : s)
+            if (std::isfinite(x)) m = std::max(m, std::fabs(double(x)));
+        return m;
+    };
+    const double wavePeak = peak(v.wave), rePeak = peak(v.re);
+    const double reFactor = wavePeak > 0.0 && rePeak > 3.0 * wavePeak ? wavePeak / rePeak : 1.0;
+    std::vector<float> reShown(v.re.begin(), v.re.end());
+    for (float& x : reShown)
+        x = static_cast<float>(x * reFactor);
     take(v.wave);
-    take(v.re);
+    take(reShown);
     take(v.background);
     for (const auto& c : v.callouts) {
         take(c.average);
@@ -216,7 +230,9 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
         drawText(p, QRectF(x - 3 * lh, plotArea.bottom(), 6 * lh, lh), Qt::AlignCenter,
                  QString::number(t, 'g', 4), sink);
     }
-    drawText(p, QRectF(plotArea.left(), plotArea.bottom() + lh, plotArea.width(), lh * 1.2), Qt::AlignCenter,
+    // The unit at the left under the ticks, where the line legend at the right never meets it.
+    drawText(p, QRectF(plotArea.left(), plotArea.bottom() + lh, plotArea.width(), lh * 1.2),
+             Qt::AlignLeft | Qt::AlignVCenter,
              nsPerSample > 0 ? QStringLiteral("ns") : QStringLiteral("sample"), sink);
     drawText(p, QRectF(rect.left(), rect.top(), rect.width() - legendWidth, 1.2 * lh),
              Qt::AlignLeft | Qt::AlignVCenter, toQt(v.title), sink);
@@ -225,6 +241,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     p.setClipRect(plotArea);
     p.setPen(QPen(QColor(0, 0, 200), lineWidth, Qt::DotLine));
     int previous = 0;
+    std::size_t labelled = 0;
     for (std::size_t i = 0; i < v.boundaries.size(); ++i) {
         const int b = v.boundaries[i];
         if (b <= 0 || static_cast<std::size_t>(b) >= samples) continue;
@@ -234,13 +251,20 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
             const double x0 = plotArea.left() + previous / xMax * plotArea.width();
             drawText(p, QRectF(x0, plotArea.top(), x - x0, lh), Qt::AlignCenter, toQt(v.channelLabels[i]),
                      sink);
+            labelled = i + 1;
         }
         previous = b;
+    }
+    // The last channel runs from the last boundary to the end of the record.
+    if (labelled > 0 && labelled < v.channelLabels.size()) {
+        const double x0 = plotArea.left() + previous / xMax * plotArea.width();
+        drawText(p, QRectF(x0, plotArea.top(), plotArea.right() - x0, lh), Qt::AlignCenter,
+                 toQt(v.channelLabels[labelled]), sink);
     }
     p.setPen(QPen(QColor(170, 170, 170), lineWidth));
     drawSeries(p, v.background, plotArea, xMax, lo, hi);
     p.setPen(QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine));
-    drawSeries(p, v.re, plotArea, xMax, lo, hi);
+    drawSeries(p, reShown, plotArea, xMax, lo, hi);
     for (const auto& c : v.callouts) {
         p.setPen(QPen(qcolour(calloutSlotColour(c.slot)), lineWidth * 1.5));
         drawSeries(p, c.average, plotArea, xMax, lo, hi);
@@ -250,6 +274,39 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     p.restore();
     p.setPen(QPen(Qt::black, lineWidth));
     p.drawRect(plotArea);
+
+    // What each line is, under the plot at the right.
+    {
+        struct Entry {
+            QPen pen;
+            QString text;
+            bool shown;
+        };
+        // Laid out from the right: the RE with its scale first, the background last.
+        const Entry entries[] = {
+            {QPen(QColor(170, 170, 170), lineWidth), QStringLiteral("background"), !v.background.empty()},
+            {QPen(Qt::black, lineWidth * 1.2), QStringLiteral("point"), !v.wave.empty()},
+            {QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine),
+             reFactor < 1.0 ? QStringLiteral("RE x%1").arg(reFactor, 0, 'g', 2) : QStringLiteral("RE"),
+             !v.re.empty()},
+        };
+        double x = plotArea.right();
+        const double y = plotArea.bottom() + 1.6 * lh;
+        // Entries that would run into the unit at the left are left out.
+        const double leftmost = plotArea.left() + fm.horizontalAdvance(QStringLiteral("sample")) + lh;
+        for (auto it = std::rbegin(entries); it != std::rend(entries); ++it) {
+            if (!it->shown) continue;
+            const double w = fm.horizontalAdvance(it->text) + 0.3 * lh;
+            if (x - w - 2.4 * lh < leftmost) continue;
+            x -= w;
+            p.setPen(Qt::black);
+            drawText(p, QRectF(x, y - lh / 2, w, lh), Qt::AlignRight | Qt::AlignVCenter, it->text, sink);
+            x -= 1.8 * lh;
+            p.setPen(it->pen);
+            p.drawLine(QPointF(x + 0.2 * lh, y), QPointF(x + 1.6 * lh, y));
+            x -= 0.6 * lh;
+        }
+    }
 
     if (legendWidth > 0) {
         const double x = plotArea.right() + 0.5 * lh;

@@ -48,6 +48,7 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
                                                                      std::move(sims), resolved.hd));
         window.show();
         if (how.mainWindowShown) how.mainWindowShown();
+        if (resolved.startFile.empty()) window.openLastLogIfChosen();
     };
     hooks.openStartFile = [&](const std::string& path) { window.loadLog(path); };
 

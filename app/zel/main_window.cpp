@@ -1,18 +1,30 @@
 #include "app/zel/main_window.h"
 
 #include "acquisition/acquisition_settings.h"
-#include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
 #include "app/plot/qt_text.h"
+#include "app/zel/advanced_page.h"
+#include "app/zel/callout_page.h"
+#include "app/zel/comm_page.h"
+#include "app/zel/form_widgets.h"
+#include "app/zel/general_page.h"
+#include "app/zel/hp_test_page.h"
+#include "app/zel/info_page.h"
+#include "app/zel/setup_page.h"
+#include "app/zel/transfer_page.h"
+#include "app/zel/wave_math_page.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
+#include "log/raw_log_writer.h"
+#include "log/re_reference.h"
 #include "log/recovery.h"
 #include "log/run_log.h"
 #include "log/wave_export.h"
+#include "program/gps_fix.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -27,24 +39,19 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDateTime>
+#include <QDesktopServices>
 #include <QDockWidget>
-#include <QFormLayout>
-#include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <QRadioButton>
-#include <QScrollArea>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
-#include <QVBoxLayout>
+#include <QTimer>
+#include <QUrl>
 
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 
@@ -52,76 +59,22 @@ namespace zel::gui {
 
 namespace {
 
-QString qs(const std::string& s) {
-    return toQt(s);
-}
-
-// A path in the system's own encoding (not the files' 8-bit text).
-QString qpath(const std::string& s) {
-    return QString::fromStdString(s);
-}
-
 constexpr const char* kTab = "frmTab";
 constexpr const char* kAdv = "frmAdvOptions";
 constexpr const char* kComm = "frmComm";
 constexpr const char* kHP = "frmHP";
 constexpr const char* kCallout = "frmCallout";
 constexpr const char* kWaveMath = "frmWaveMath";
+constexpr const char* kGeneric = "frmGeneric";
+constexpr const char* kFTP = "frmFTP";
 constexpr const char* kRecentSection = "RecentLogs";
 constexpr const char* kPositionSection = "MainWindow";
 constexpr qint64 kLiveRefreshMs = 250; // a push redraws the plot at most this often
 
-// The page-building helpers: every control gets its persisted name.
-template <class W> W* named(W* w, const char* name) {
-    w->setObjectName(QString::fromLatin1(name));
-    return w;
-}
-
-QLineEdit* lineEdit(QFormLayout* form, const char* name, const QString& label, const QString& value = {}) {
-    auto* e = named(new QLineEdit(value), name);
-    form->addRow(label, e);
-    return e;
-}
-
-QCheckBox* checkBox(QLayout* layout, const char* name, const QString& caption, bool checked = false) {
-    auto* c = named(new QCheckBox(caption), name);
-    c->setChecked(checked);
-    layout->addWidget(c);
-    return c;
-}
-
-QCheckBox* checkBox(QFormLayout* form, const char* name, const QString& caption, bool checked = false) {
-    auto* c = named(new QCheckBox(caption), name);
-    c->setChecked(checked);
-    form->addRow(c);
-    return c;
-}
-
-QComboBox* comboBox(QFormLayout* form, const char* name, const QString& label, const QStringList& items,
-                    int selected) {
-    auto* c = named(new QComboBox, name);
-    c->addItems(items);
-    c->setCurrentIndex(selected);
-    form->addRow(label, c);
-    return c;
-}
-
-QWidget* scrolled(QWidget* page) {
-    auto* area = new QScrollArea;
-    area->setWidget(page);
-    area->setWidgetResizable(true);
-    area->setFrameShape(QFrame::NoFrame);
-    return area;
-}
-
-// A number typed into a box, "." as the separator whatever the locale; nothing for an empty or bad text.
-std::optional<double> numberOf(const std::string& text) {
-    const std::string_view t = trimBlanks(text);
-    double v = 0.0;
-    const auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
-    if (t.empty() || ec != std::errc() || end != t.data() + t.size() || !std::isfinite(v))
-        return std::nullopt;
-    return v;
+std::string absolutePath(const std::string& path) {
+    std::error_code ec;
+    const std::filesystem::path a = std::filesystem::absolute(path, ec);
+    return ec ? path : a.lexically_normal().string();
 }
 
 } // namespace
@@ -149,14 +102,13 @@ MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings,
     centre->setSizes({600, 400});
     setCentralWidget(centre);
 
+    // The values under the pointer have a place of their own: a temporary message would be hidden by the
+    // log's summary beside it and overwritten by every progress text.
+    hoverLabel_ = named(new QLabel, "lblHoverValues");
     statusLabel_ = new QLabel;
-    statusBar()->addPermanentWidget(statusLabel_, 1);
-    plot_->onHover = [this](const QString& text) {
-        if (text.isEmpty())
-            statusBar()->clearMessage();
-        else
-            statusBar()->showMessage(text);
-    };
+    statusBar()->addPermanentWidget(hoverLabel_, 3);
+    statusBar()->addPermanentWidget(statusLabel_, 2);
+    plot_->onHover = [this](const QString& text) { hoverLabel_->setText(text); };
     plot_->onSelect = [this](double depth) { selectPoint(plot::nearestPoint(arrays_, depth)); };
 
     buildPages();
@@ -165,6 +117,9 @@ MainWindow::MainWindow(Host& host, const Clock& clock, StartupSettings settings,
     presets_->Redraw = [this] { refreshPlot(true); };
     buildMenus();
     log_.setInfoSource([this] { return infoFromPage(); });
+    openFolder = [](const std::string& folder) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(folder)));
+    };
     refreshPlot(false);
     updateActions();
 }
@@ -180,295 +135,21 @@ MainWindow::~MainWindow() {
 
 void MainWindow::buildPages() {
     tabs_ = named(new QTabWidget, "tabSetup");
-
-    // Information: the operator's texts written into every log.
-    infoPage_ = new QWidget;
-    {
-        auto* form = new QFormLayout(infoPage_);
-        lineEdit(form, "txtSite", "Site");
-        lineEdit(form, "txtClient", "Client");
-        lineEdit(form, "txtJobNumber", "Job");
-        lineEdit(form, "txtOperator", "Operator");
-        lineEdit(form, "txtUnit", "Unit");
-        auto* note = named(new QPlainTextEdit, "txtNote");
-        form->addRow("Notes", note);
-    }
-
-    // Setup: where and how the push is recorded, and how the log is plotted.
-    auto* setupPage = new QWidget;
-    {
-        auto* v = new QVBoxLayout(setupPage);
-        auto* logBox = named(new QGroupBox("Log"), "fraLog");
-        auto* lf = new QFormLayout(logBox);
-        lineEdit(lf, "txtLogName", "Name", "");
-        lineEdit(lf, "txtLogFolder", "Folder", "");
-        checkBox(lf, "chkAutoName", "Record into the folder without asking");
-        v->addWidget(logBox);
-
-        auto* pushBox = named(new QGroupBox("Push"), "fraPush");
-        auto* pf = new QFormLayout(pushBox);
-        // The mode's look: its caption on its fill colour, and its banner when the program's folder has it.
-        auto* banner = named(new QLabel, "picBanner");
-        banner->setVisible(false);
-        pf->addRow(banner);
-        auto* caption = named(new QLabel, "lblProbeCaption");
-        caption->setAlignment(Qt::AlignCenter);
-        caption->setAutoFillBackground(true);
-        pf->addRow(caption);
-        checkBox(pf, "chkMetric", "Depths in metres");
-        lineEdit(pf, "txtStartDepth", "Start depth", "");
-        lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
-        lineEdit(pf, "txtInterval", "Timed interval (s)", "2");
-        lineEdit(pf, "txtStep", "Depth step", "0.05");
-        checkBox(pf, program::control::kAutoStop, "Stop automatically at the stop depth");
-        lineEdit(pf, program::control::kStopDepth, "Stop depth", "");
-        checkBox(pf, program::control::kEmulateStop, "Stop the depth emulator after a number of steps");
-        lineEdit(pf, program::control::kEmulateStopCount, "Emulated steps to stop at", "0");
-        // Live read-outs ("txtcomm_": never kept in the options file).
-        lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
-        lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
-        checkBox(pf, "chkPresFlow", "Log pressure and flow", settings_.pressureFlow);
-        QStringList probes;
-        int selected = 0;
-        for (const ModeEntry& m : modeTable()) {
-            if (m.mode == settings_.mode) selected = static_cast<int>(probes.size());
-            probes << QStringLiteral("%1 (mode %2)").arg(toQt(m.model)).arg(m.mode);
-        }
-        // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
-        // old session's probe never overrides a mode switch); choosing another one applies for this session.
-        auto* probe = comboBox(pf, "lstProbe", "Probe", probes, selected);
-        connect(probe, &QComboBox::currentIndexChanged, this, [this](int i) {
-            const auto table = modeTable();
-            if (i < 0 || i >= static_cast<int>(table.size())) return;
-            setMode(settings_, table[static_cast<std::size_t>(i)].mode);
-            settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
-            if (reference_) {
-                reference_->Mode = settings_.mode;
-                applyGateOptions();
-            }
-            applyModeLook();
-            refreshPlot(true);
-        });
-        v->addWidget(pushBox);
-
-        auto* plotBox = named(new QGroupBox("Plot"), "fraPlot");
-        auto* plf = new QFormLayout(plotBox);
-        lineEdit(plf, "txtDepthMin", "Depth from", "");
-        lineEdit(plf, "txtDepthMax", "Depth to", "");
-        lineEdit(plf, "txtSignalMin", "%RE from", "0");
-        lineEdit(plf, "txtSignalMax", "%RE to", "100");
-        lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
-        const char* manual[] = {"Fixed %RE scale", "Fixed scale, track 2", "Fixed scale, track 3"};
-        for (int i = 0; i < 3; ++i) {
-            auto* c = new QCheckBox(manual[i]);
-            setControlArray(c, "chkManualScaleLog", i);
-            plf->addRow(c);
-        }
-        checkBox(plf, "chkRElog", "Logarithmic %RE");
-        checkBox(plf, "chkPlotZoom", "Zoomed %RE track");
-        for (int i = 0; i < 2; ++i) {
-            auto* e = new QLineEdit(i == 0 ? "0" : "9");
-            setControlArray(e, "txt2ndScale_Zoom", i);
-            plf->addRow(i == 0 ? "Zoom from" : "Zoom to", e);
-        }
-        checkBox(plf, "chkPlotRate", "Rate track", true);
-        checkBox(plf, "chkPlotCond", "Conductivity track");
-        checkBox(plf, "chkPlotScat", "Scatter track");
-        checkBox(plf, "chkPlotFluor", "Fluorescence track");
-        checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
-        v->addWidget(plotBox);
-        v->addStretch();
-    }
-
-    // Communications: the instruments' ports and their live read-outs, whose names ("txtcomm_", "label")
-    // keep them out of the options file: a stale address or connection state must not come back.
-    auto* commPage = new QWidget;
-    {
-        auto* form = new QFormLayout(commPage);
-        lineEdit(form, "txtcomm_ScopeAddress", "Scope address", qs(settings_.scopeAddress))
-            ->setReadOnly(true);
-        comboBox(form, "cmbDepthSource", "Depth source", {"Emulation", "Interface board", "AD4 counter"}, 1);
-        lineEdit(form, "txtDepthPort", "Depth port", "1");
-        lineEdit(form, "txtGPSPort", "GPS port", "2");
-        lineEdit(form, "txtDisplayPort", "Display port", "3");
-        lineEdit(form, "txtcomm_Depth", "Depth now")->setReadOnly(true);
-        lineEdit(form, "txtcomm_GPS", "Position now")->setReadOnly(true);
-        form->addRow("Connection", named(new QLabel("none"), "labelConnection"));
-    }
-
-    // Advanced options: the RE gates, the scope, the page.
-    auto* advPage = new QWidget;
-    {
-        auto* v = new QVBoxLayout(advPage);
-        auto* reBox = named(new QGroupBox("RE"), "fraRE");
-        auto* rv = new QVBoxLayout(reBox);
-        checkBox(rv, acq::kNoREGateControl, "No RE area check");
-        checkBox(rv, acq::kDiagnosticREControl, "Diagnostic RE");
-        checkBox(rv, acq::kLowOutputREControl, "Low-output RE limits");
-        checkBox(rv, acq::kREOverrideControl, "Override the low-output limits");
-        checkBox(rv, acq::kFixedCutoffsControl, "Fixed channel boundaries");
-        checkBox(rv, "chkSuppressPrompts", "Skip the start-of-push questions");
-        v->addWidget(reBox);
-
-        // How each point's waveform is processed, in the push and in every load.
-        namespace pc = program::control;
-        auto* procBox = named(new QGroupBox("Processing"), "fraProcessing");
-        auto* pr = new QFormLayout(procBox);
-        lineEdit(pr, pc::kWidthLimit, "Channel width limit (samples, 0: none)", "0");
-        checkBox(pr, pc::kApplyGains, "Apply the channel gains");
-        for (int i = 0; i < kGainChannels; ++i) {
-            auto* gain = new QLineEdit("1");
-            setControlArray(gain, pc::kGain, i);
-            pr->addRow(QStringLiteral("Gain CH%1").arg(i + 1), gain);
-        }
-        for (int i = 0; i < kGainChannels; ++i) {
-            auto* exclude = new QCheckBox(QStringLiteral("Exclude CH%1").arg(i + 1));
-            setControlArray(exclude, pc::kExclude, i);
-            pr->addRow(exclude);
-        }
-        checkBox(pr, pc::kExcludeCH1, "Exclude CH1 (scatter)");
-        lineEdit(pr, pc::kCH1Correction, "CH1 correction term (0: none)", "0");
-        v->addWidget(procBox);
-
-        auto* scopeBox = named(new QGroupBox("Scope"), "fraScope");
-        auto* sf = new QFormLayout(scopeBox);
-        const auto listOf = [](const std::vector<int>& values, int current, int& index) {
-            QStringList l;
-            index = 0;
-            for (int x : values) {
-                if (x == current) index = static_cast<int>(l.size());
-                l << QString::number(x);
-            }
-            return l;
-        };
-        const SwitchLists lists;
-        int index = 0;
-        QStringList items = listOf(lists.averages, settings_.averaging, index);
-        comboBox(sf, "cmbScopeAverage", "Scope Average:", items, index);
-        items = listOf(lists.yScales, settings_.yScale, index);
-        comboBox(sf, "cmbScopeYScale", "Scope Y-Scale:", items, index);
-        items = listOf(lists.reScales, settings_.reScale, index);
-        comboBox(sf, "cmbScopeREScale", "Scope RE Scale:", items, index);
-        sf->addRow(named(new QLabel(qs(reScaleCaption(settings_.reScale))), "lblREScale"));
-        checkBox(sf, "chkUnlockScope", "Leave the scope's front panel unlocked", settings_.unlock);
-        v->addWidget(scopeBox);
-
-        auto* pageBox = named(new QGroupBox("Log page"), "fraPage");
-        auto* gf = new QFormLayout(pageBox);
-        checkBox(gf, "chkGrid", "Grid", true);
-        checkBox(gf, "chkShowLog", "Show the log", true);
-        checkBox(gf, "chkPrint_Black", "Print in black");
-        checkBox(gf, "chkDraft", "DRAFT mark");
-        lineEdit(gf, "txtWatermark", "Watermark");
-        checkBox(gf, "chkHideInfo", "Hide the information block");
-        checkBox(gf, "chkReferenceLineRE", "Reference line at %RE");
-        lineEdit(gf, "txtReferenceLineRE", "", "100");
-        checkBox(gf, "chkReferenceLineDepth", "Reference line at depth");
-        lineEdit(gf, "txtReferenceLineDepth", "", "0");
-        checkBox(gf, "chkReferenceLineCond", "Reference line at conductivity");
-        lineEdit(gf, "txtReferenceLineCond", "", "0");
-        checkBox(gf, "chkDepth_ClipMIN", "Clip above depth");
-        lineEdit(gf, "txtDepth_ClipMIN_Value", "", "0");
-        checkBox(gf, "chkDepth_Clip", "Clip below depth");
-        lineEdit(gf, "txtDepth_Clip_Value", "", "20");
-        // Each pair in a frame of its own, so the two choices are independent.
-        auto* orient = named(new QGroupBox("Orientation"), "fraOrientation");
-        auto* oh = new QHBoxLayout(orient);
-        const char* orientCaptions[] = {"Portrait", "Landscape"};
-        for (int i = 0; i < 2; ++i) {
-            auto* r = new QRadioButton(orientCaptions[i]);
-            setControlArray(r, "optOrientation", i);
-            r->setChecked(i == 0);
-            oh->addWidget(r);
-        }
-        gf->addRow(orient);
-        auto* size = named(new QGroupBox("Page size"), "fraPrintSize");
-        auto* sh = new QHBoxLayout(size);
-        const char* sizeCaptions[] = {"Letter", "Legal"};
-        for (int i = 0; i < 2; ++i) {
-            auto* r = new QRadioButton(sizeCaptions[i]);
-            setControlArray(r, "optPrintSize", i);
-            r->setChecked(i == 0);
-            sh->addWidget(r);
-        }
-        gf->addRow(size);
-        v->addWidget(pageBox);
-        v->addStretch();
-    }
-
-    // Hydraulic profiling: the two surface tests that set the K estimate's reference pressure.
-    auto* hpPage = new QWidget;
-    {
-        auto* form = new QFormLayout(hpPage);
-        auto* reading = lineEdit(form, "txtHPT_Reading", "Pressure reading (PSI)", "");
-        auto* one = named(new QPushButton("1 ft test"), "cmdHPT1ft");
-        auto* zero = named(new QPushButton("0 ft test"), "cmdHPT0ft");
-        auto* oneText = named(new QLabel, "lblHPT1ft");
-        auto* zeroText = named(new QLabel, "lblHPT0ft");
-        form->addRow(one, oneText);
-        form->addRow(zero, zeroText);
-        const auto readingValue = [this, reading]() -> std::optional<float> {
-            const std::optional<double> v = numberOf(reading->text().toStdString());
-            if (!v) host_.message("Enter the pressure reading first.", MsgButtons::Ok, MsgIcon::Exclamation);
-            return v ? std::optional<float>(static_cast<float>(*v)) : std::nullopt;
-        };
-        connect(one, &QPushButton::clicked, this, [this, readingValue, oneText] {
-            if (const auto v = readingValue()) oneText->setText(qs(takeOneFootTest(log_, *v)));
-        });
-        connect(zero, &QPushButton::clicked, this, [this, readingValue, zeroText] {
-            if (const auto v = readingValue()) zeroText->setText(qs(takeZeroFootTest(log_, *v, host_)));
-        });
-    }
-
-    // Callouts: up to five depth ranges whose averaged waveforms are shown beside the plot.
-    auto* calloutPage = new QWidget;
-    {
-        auto* grid = new QGridLayout(calloutPage);
-        grid->addWidget(new QLabel("Top"), 0, 1);
-        grid->addWidget(new QLabel("Bottom"), 0, 2);
-        grid->addWidget(new QLabel("Caption"), 0, 3);
-        for (int i = 0; i < cZEL_Data::kCalloutSlots; ++i) {
-            grid->addWidget(new QLabel(QStringLiteral("C%1").arg(i + 1)), i + 1, 0);
-            const char* names[] = {"txtCalloutTop", "txtCalloutBottom", "txtCalloutCaption"};
-            for (int k = 0; k < 3; ++k) {
-                auto* e = new QLineEdit;
-                setControlArray(e, names[k], i);
-                grid->addWidget(e, i + 1, k + 1);
-            }
-        }
-        int row = cZEL_Data::kCalloutSlots + 1;
-        auto* waves = named(new QCheckBox("Callout waveforms on the page"), "chkCalloutWaves");
-        waves->setChecked(true);
-        grid->addWidget(waves, row++, 0, 1, 4);
-        auto* apply = named(new QPushButton("Show callouts"), "cmdCalloutApply");
-        auto* save = named(new QPushButton("Save scheme..."), "cmdCalloutSave");
-        auto* load = named(new QPushButton("Load scheme"), "cmdCalloutLoad");
-        auto* scheme = named(new QLineEdit("1"), "txtCalloutScheme");
-        grid->addWidget(apply, row, 0, 1, 2);
-        grid->addWidget(save, row++, 2, 1, 2);
-        grid->addWidget(scheme, row, 0, 1, 2);
-        grid->addWidget(load, row++, 2, 1, 2);
-        grid->setRowStretch(row, 1);
-        connect(apply, &QPushButton::clicked, this, [this] { applyCallouts(); });
-        connect(save, &QPushButton::clicked, this, [this] { saveCalloutScheme(); });
-        connect(load, &QPushButton::clicked, this, [this, scheme] {
-            const std::optional<double> n = numberOf(scheme->text().toStdString());
-            loadCalloutScheme(n ? static_cast<int>(*n) : 0);
-        });
-    }
-
-    // Wave mathematics: the %RE options of the gated layout and the diagnostics.
-    auto* waveMathPage = new QWidget;
-    {
-        namespace pc = program::control;
-        auto* v = new QVBoxLayout(waveMathPage);
-        checkBox(v, pc::kScatterScaling, "Scale the scatter by the RE's scatter ratio (gated probes)");
-        checkBox(v, pc::kPlainRE, "Plain %RE: fluorescence against the RE's, no scatter correction");
-        checkBox(v, pc::kFirstSample, "Store sample 0 as %RE (baseline diagnostic)");
-        checkBox(v, pc::kCalloutFluorColour, "Colour callouts by their fluorescence channels");
-        checkBox(v, pc::kBaseline, "Baseline: offer a log's stored baseline when it is loaded");
-        v->addStretch();
-    }
+    auto* info = new InfoPage;
+    info->onSaveIntoLog = [this] { saveLogInformation(); };
+    infoPage_ = info;
+    auto* setupPage = new SetupPage(settings_);
+    setupPage->onProbeChosen = [this](int mode) { probeChosen(mode); };
+    auto* commPage = new CommPage(settings_);
+    auto* advPage = new AdvancedPage(settings_);
+    auto* hpPage = new HPTestPage(host_, log_);
+    auto* calloutPage = new CalloutPage;
+    calloutPage->onApply = [this] { applyCallouts(); };
+    calloutPage->onSave = [this] { saveCalloutScheme(); };
+    calloutPage->onLoad = [this](int scheme) { loadCalloutScheme(scheme); };
+    auto* waveMathPage = new WaveMathPage;
+    auto* generalPage = new GeneralPage;
+    auto* transferPage = new TransferPage;
 
     tabs_->addTab(scrolled(infoPage_), "Info");
     tabs_->addTab(scrolled(setupPage), "Setup");
@@ -477,9 +158,17 @@ void MainWindow::buildPages() {
     tabs_->addTab(scrolled(waveMathPage), "Wave math");
     tabs_->addTab(scrolled(hpPage), "HP tests");
     tabs_->addTab(scrolled(calloutPage), "Callouts");
-    const char* tips[] = {
-        "Log information",     "Setup",   "Communications", "Advanced options", "Wave mathematics",
-        "Hydraulic profiling", "Callouts"};
+    tabs_->addTab(scrolled(generalPage), "General");
+    tabs_->addTab(scrolled(transferPage), "Transfer");
+    const char* tips[] = {"Log information",
+                          "Setup",
+                          "Communications",
+                          "Advanced options",
+                          "Wave mathematics",
+                          "Hydraulic profiling",
+                          "Callouts",
+                          "General",
+                          "Copies of each push in a second folder"};
     for (int i = 0; i < tabs_->count(); ++i)
         tabs_->setTabToolTip(i, QString::fromLatin1(tips[i]));
 
@@ -489,9 +178,14 @@ void MainWindow::buildPages() {
     forms_.add({commPage}, kComm);
     forms_.add({hpPage}, kHP);
     forms_.add({calloutPage}, kCallout);
+    forms_.add({generalPage}, kGeneric);
+    forms_.add({transferPage}, kFTP);
+    // Every page's name whole on its tab: the dock is narrow, so the tabs scroll rather than shrink.
+    tabs_->setElideMode(Qt::ElideNone);
+    tabs_->setUsesScrollButtons(true);
 
     // A plot setting changed by the user (or restored from a file) redraws the plot at once.
-    for (QWidget* page : {setupPage, advPage, waveMathPage, calloutPage}) {
+    for (QWidget* page : std::initializer_list<QWidget*>{setupPage, advPage, waveMathPage, calloutPage}) {
         for (QCheckBox* c : page->findChildren<QCheckBox*>())
             connect(c, &QCheckBox::toggled, this, [this] { refreshPlot(true); });
         for (QRadioButton* r : page->findChildren<QRadioButton*>())
@@ -507,6 +201,17 @@ void MainWindow::buildPages() {
     addDockWidget(Qt::LeftDockWidgetArea, dock);
     resizeDocks({dock}, {380}, Qt::Horizontal);
     applyModeLook();
+}
+
+void MainWindow::probeChosen(int mode) {
+    setMode(settings_, mode);
+    settings_.look = settings_.mode; // a probe chosen here brings its own look, if it has one
+    if (reference_) {
+        reference_->Mode = settings_.mode;
+        applyGateOptions();
+    }
+    applyModeLook();
+    refreshPlot(true);
 }
 
 // ---- menus
@@ -561,6 +266,10 @@ void MainWindow::buildMenus() {
     add(acq, "mnuAcq_RescueRE", "Rescue RE", [this] { rescueReference(); });
     add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
 
+    QMenu* view = menuBar()->addMenu("&View");
+    view->setObjectName("mnuView");
+    add(view, "mnuView_WholeLog", "&Whole log", [this] { plot_->showWholeLog(); })->setShortcut(Qt::Key_Home);
+
     QMenu* help = menuBar()->addMenu("&Help");
     help->setObjectName("mnuHelp");
     add(help, "mnuHelp_ResetINI", "&Reset options file...", [this] { resetOptions(); });
@@ -595,11 +304,14 @@ void MainWindow::updateActions() {
     enable("mnuAcq_RecoverRE", field && !pushing_);
     enable("mnuAcq_RescueRE", field && !pushing_);
     enable("mnuAcq_RecoverTemp", !pushing_);
+    // The timed acquisition needs the scope; during a push it is the timed mode's switch.
+    enable("mnuAcq_Timed", field);
+    enable("mnuAcq_Continuous", field);
     enable("mnuHelp_ResetINI", !pushing_);
-    const QString noInstruments =
-        QStringLiteral("No instruments are open (start zel with --sim to push against the simulators)");
-    for (const char* name :
-         {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE", "mnuAcq_RescueRE"})
+    const QString noInstruments = QStringLiteral("No instruments are open (start zel with --sim to push "
+                                                 "against the simulators)");
+    for (const char* name : {"mnuAcq_Background", "mnuAcq_RE", "mnuAcq_Record", "mnuAcq_RecoverRE",
+                             "mnuAcq_RescueRE", "mnuAcq_Timed", "mnuAcq_Continuous"})
         if (QAction* a = action(QString::fromLatin1(name))) a->setToolTip(field ? QString() : noInstruments);
     acquisitionMenu_->setToolTipsVisible(true);
 }
@@ -622,6 +334,8 @@ void MainWindow::applyStartupSettings(const StartupSettings& s) {
     const SwitchLists lists;
     const auto select = [this](const char* name, const std::vector<int>& values, int value, bool fromSwitch) {
         auto* box = findChild<QComboBox*>(name);
+        auto* ticked = findChild<QCheckBox*>(QString::fromLatin1(name).mid(3).prepend("chk") + "Switch");
+        if (ticked) ticked->setChecked(fromSwitch);
         if (!fromSwitch || !box) return;
         const auto at = std::find(values.begin(), values.end(), value);
         if (at != values.end()) box->setCurrentIndex(static_cast<int>(at - values.begin()));
@@ -679,9 +393,16 @@ void MainWindow::restoreOptions() {
     if (!options_->InitDir.empty()) session_.initialDir = options_->InitDir;
     loadRecent();
     rebuildRecentMenu();
+    showStoredReference();
     presets_->RefreshList();
     rebuildPresetMenus();
     refreshPlot(true);
+}
+
+void MainWindow::openLastLogIfChosen() {
+    if (recent_.empty() || !controlChecked(kGeneric, general_control::kOpenLastLog)) return;
+    std::error_code ec;
+    if (std::filesystem::is_regular_file(recent_.front(), ec)) loadLog(recent_.front());
 }
 
 void MainWindow::loadRecent() {
@@ -710,7 +431,9 @@ void MainWindow::saveRecent() {
     }
 }
 
-void MainWindow::addRecent(const std::string& path) {
+void MainWindow::addRecent(const std::string& given) {
+    // Absolute, so the list holds wherever the program is started from next time.
+    const std::string path = absolutePath(given);
     std::erase(recent_, path);
     recent_.insert(recent_.begin(), path);
     if (recent_.size() > static_cast<std::size_t>(kMaxRecent)) recent_.resize(kMaxRecent);
@@ -788,12 +511,15 @@ bool MainWindow::loadLog(const std::string& path) {
         if (r.outcome == LoadOutcome::Failed) refreshPlot(false);
         return false;
     }
-    const std::string folder = std::filesystem::path(r.path).parent_path().string();
+    const std::string folder = std::filesystem::path(absolutePath(r.path)).parent_path().string();
     options_->SaveInitDir(folder);
     session_.initialDir = folder;
     addRecent(r.path);
+    // A stored baseline the user took with the log stays the current one.
+    if (ctx_.baselineInUse && !arrays_.baseline.empty()) baseline_ = arrays_.baseline;
     refreshPlot(false);
     showLogInfo();
+    showLogTexts();
     showLogRE();
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
@@ -823,6 +549,11 @@ void MainWindow::selectPoint(int point) {
     const std::array<int, 3>& cut = log_.Cutoff_Index();
     view.boundaries.assign(cut.begin(), cut.end());
     view.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
+    std::vector<plot::DepthBand> bands;
+    for (const plot::CalloutWave& c : view.callouts)
+        bands.push_back({c.top, c.bottom, plot::calloutSlotColour(c.slot),
+                         c.caption.empty() ? "C" + std::to_string(c.slot + 1) : c.caption});
+    plot_->setBands(std::move(bands));
     std::vector<float> wave;
     if (point >= 0 && point < arrays_.points()) {
         const auto samples = arrays_.waves.wave(point);
@@ -856,6 +587,10 @@ QString MainWindow::statusText() const {
     return statusLabel_->text();
 }
 
+QString MainWindow::hoverText() const {
+    return hoverLabel_->text();
+}
+
 void MainWindow::status(const QString& text) {
     host_.progress(fromQt(text));
 }
@@ -868,10 +603,49 @@ bool MainWindow::requireLog(bool withPoints) {
     return true;
 }
 
+void MainWindow::showLogTexts() {
+    Form* form = forms_.form(kTab);
+    if (!form) return;
+    const std::pair<const char*, const std::string*> fields[] = {
+        {"txtSite", &log_.Site()},         {"txtClient", &log_.Client()}, {"txtJobNumber", &log_.JobNumber()},
+        {"txtOperator", &log_.Operator()}, {"txtUnit", &log_.ZEL_Unit()}, {"txtNote", &log_.Note()}};
+    for (const auto& [name, text] : fields)
+        if (FormControl* c = findControl(*form, name, std::nullopt)) c->setText(*text);
+}
+
+bool MainWindow::saveLogInformation() {
+    if (pushing_ || !requireLog(false)) return false;
+    const LogInfo info = infoFromPage();
+    const std::string path = log_.File_FullPath();
+    if (host_.message("Write the information on the Info page into " + path +
+                          "?\r\nThe log is written again with these texts.",
+                      MsgButtons::OkCancel, MsgIcon::Question, "Log information") != MsgResult::Ok)
+        return false;
+    log_.Site(info.site);
+    log_.Client(info.client);
+    log_.JobNumber(info.jobNumber);
+    log_.Operator(info.operatorName);
+    log_.ZEL_Unit(info.unit);
+    log_.Note(info.note);
+    // The save replaces the file whole, and the run log's entry for this log with it.
+    const RawLogSaveResult saved = SaveRawLog(path, log_, arrays_, ctx_, host_);
+    if (!saved.ok) return false;
+    WriteRunLog(dataRoot_, log_, clock_, session_.family == LogFamily::Colour);
+    showLogInfo();
+    status(QStringLiteral("Log information saved into %1").arg(qpath(saved.path)));
+    return true;
+}
+
 // ---- exports and log pages
 
 void MainWindow::exportDataText() {
     if (!requireLog(true)) return;
+    const std::string target = dataExportPath(log_, session_.family, "");
+    std::error_code ec;
+    if (std::filesystem::exists(target, ec) &&
+        host_.message("The file " + target + " exists. Overwrite?", MsgButtons::YesNo, MsgIcon::Question,
+                      "Export data text") != MsgResult::Yes)
+        return;
     if (const auto path = ExportDataText(log_, arrays_, ctx_, "", host_, pointValues_))
         status(QStringLiteral("Data exported to %1").arg(qpath(*path)));
 }
@@ -938,7 +712,11 @@ void MainWindow::applyCallouts() {
         };
         const std::optional<double> top = numberOf(text("txtCalloutTop"));
         const std::optional<double> bottom = numberOf(text("txtCalloutBottom"));
-        log_.Callout_Caption(i, text("txtCalloutCaption"));
+        // The caption is the callout's text: the scheme keeps it as "Text C" and the page labels the band
+        // with it.
+        const std::string caption = text("txtCalloutCaption");
+        log_.Callout_Caption(i, caption);
+        calloutDisplay_.text[static_cast<std::size_t>(i)] = caption;
         if (!top || !bottom) {
             // All zeros is how the log files mark an unused slot.
             log_.Callout_Range(i, 0, 0.0f);
@@ -981,7 +759,9 @@ void MainWindow::loadCalloutScheme(int scheme) {
             c->setText(used ? formatNumber(log_.Callout_Range(i, 0), "#0.00") : "");
         if (FormControl* c = findControl(*form, "txtCalloutBottom", i))
             c->setText(used ? formatNumber(log_.Callout_Range(i, 1), "#0.00") : "");
-        if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(log_.Callout_Caption(i));
+        const std::string& caption = calloutDisplay_.text[static_cast<std::size_t>(i)];
+        log_.Callout_Caption(i, caption);
+        if (FormControl* c = findControl(*form, "txtCalloutCaption", i)) c->setText(caption);
     }
     // The scheme's point indices stand: its ranges are kept to a tenth and would not find them again.
     selectPoint(selectedPoint_);
@@ -1013,9 +793,8 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
                 live->setText(QString::number(push_->EmulatedSteps()));
             if (auto* live = findChild<QLineEdit*>("txtcomm_PushNumber"))
                 live->setText(QString::number(reference_->PushNumber));
-            status(QStringLiteral("Point %1  depth %2  %RE %3")
-                       .arg(n)
-                       .arg(qs(formatNumber(p.depth, "#0.00")), qs(formatNumber(p.signal, "#0.00"))));
+            feedback_.point(n, p);
+            showPushFeedback();
             if (n == 1 || now - lastLiveRefreshMs_ >= kLiveRefreshMs) {
                 lastLiveRefreshMs_ = now;
                 selectedPoint_ = arrays_.points() - 1;
@@ -1024,8 +803,23 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
         };
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
+        // A push's log takes the receiver's last fix when it ends, and says when its depths were not
+        // measured.
+        emulatedDepth_ = in.simulated() || in.drivers().Depth().Source() == DepthSource::Emulate;
+        cZEL_GPS& gps = in.drivers().Gps();
+        log_.setGpsSource([&gps] { return program::GpsFixOf(gps); });
+    } else {
+        emulatedDepth_ = false;
+        log_.setGpsSource({});
     }
     updateActions();
+}
+
+int MainWindow::listValue(const char* name, int fallback) const {
+    const auto* box = findChild<QComboBox*>(QString::fromLatin1(name));
+    bool ok = false;
+    const int v = box ? box->currentText().toInt(&ok) : 0;
+    return ok ? v : fallback;
 }
 
 bool MainWindow::requireInstruments() {
@@ -1068,7 +862,7 @@ LogInfo MainWindow::infoFromPage() const {
     info.version = kVersionText;
     info.timeZone = QDateTime::currentDateTime().timeZoneAbbreviation().toLatin1().toStdString();
     info.metric = controlChecked(kTab, "chkMetric");
-    info.emulate = false;
+    info.emulate = emulatedDepth_;
     return info;
 }
 
@@ -1104,6 +898,31 @@ void MainWindow::showLogRE() {
     rePanel_->show(acq::MakeREPanel(settings_.mode, areas, ctx_.reRatio), log_.RE_Area(), areas);
 }
 
+void MainWindow::showStoredReference() {
+    if (reference_ && reference_->HasRE) return;
+    const auto re = ReadReReference(dataRoot_, false);
+    if (!re) return;
+    QString text = QStringLiteral("Last RE %1:").arg(qs(re->time));
+    for (std::size_t i = 0; i < re->channels.size(); ++i)
+        text += QStringLiteral(" CH%1 %2").arg(i + 1).arg(qs(formatNumber(re->channels[i], "#0.0")));
+    if (const auto bg = ReadReReference(dataRoot_, true))
+        text += QStringLiteral("; background %1").arg(qs(bg->time));
+    rePanel_->showStored(text);
+}
+
+// The RE just taken, in the waveform view until the push's first point replaces it.
+void MainWindow::showREWave() {
+    const cZEL_Waveform& re = reference_->RE();
+    plot::WaveformView view;
+    view.depthUnit = plot_->model().depthUnit();
+    for (const std::string& l : settings_.labels)
+        view.channelLabels.push_back(l);
+    view.deltaX = reference_->RERaw.deltaX;
+    view.boundaries = {re.Cutoff[0], re.Cutoff[1], re.Cutoff[2]};
+    view.title = "RE  " + formatNumber(re.RE_Area, "#0") + " pVs";
+    wave_->setView(std::move(view), {}, reference_->RERaw.samples, reference_->Background.samples);
+}
+
 void MainWindow::showREPanel() {
     if (!reference_ || !reference_->HasRE) {
         rePanel_->clear();
@@ -1122,6 +941,7 @@ bool MainWindow::acquireReference(int kind) {
     if (ok) program::WriteReferenceFile(kind, *reference_, instruments_->board(), dataRoot_, clock_);
     host_.setBusy(false);
     if (kind == acq::kRE) showREPanel();
+    if (ok && kind == acq::kRE) showREWave();
     if (ok) status(kind == acq::kRE ? QStringLiteral("RE taken") : QStringLiteral("Background taken"));
     return ok;
 }
@@ -1137,9 +957,17 @@ bool MainWindow::startPush() {
         host_.message("Colour mode has no push in this program.", MsgButtons::Ok, MsgIcon::Exclamation);
         return false;
     }
-    const std::string proposed = naming_.Proposal(controlText(kTab, "txtLogName"));
+    std::string proposed = naming_.Proposal(controlText(kTab, "txtLogName"));
     std::optional<std::string> autoFolder;
-    if (controlChecked(kTab, "chkAutoName")) {
+    if (controlChecked(kTab, "chkGPSNaming")) {
+        // Named where the probe stands and when: the folder is asked once a session.
+        if (gpsFolder_.empty())
+            if (const auto folder = chooseGpsNamingFolder(options_->InitDir, host_)) gpsFolder_ = *folder;
+        if (gpsFolder_.empty()) return false;
+        const cZEL_GPS& gps = instruments_->drivers().Gps();
+        proposed = gpsLogName(gps.Latitude_Dec, gps.Longitude_Dec, clock_.now());
+        autoFolder = gpsFolder_;
+    } else if (controlChecked(kTab, "chkAutoName")) {
         std::string folder(trimBlanks(controlText(kTab, "txtLogFolder")));
         if (folder.empty()) folder = options_->InitDir.empty() ? dataRoot_ : options_->InitDir;
         std::error_code ec;
@@ -1150,7 +978,7 @@ bool MainWindow::startPush() {
         chooseLogPath(proposed, naming_.family(), autoFolder, options_->InitDir, host_);
     if (!path) return false;
     // A new log named for recording: its folder and name are where the next session starts.
-    options_->SaveInitDir(std::filesystem::path(*path).parent_path().string());
+    options_->SaveInitDir(std::filesystem::path(absolutePath(*path)).parent_path().string());
     options_->SaveInitFile(*path);
 
     const program::SettingsModel m = settingsModel();
@@ -1158,7 +986,7 @@ bool MainWindow::startPush() {
     setup.timed = timedRequested_;
     setup.continuous = push_->Settings.continuous;
     instruments_->setMetric(setup.metric);
-    instruments_->scope().setMinimumScale(static_cast<float>(settings_.yScale));
+    instruments_->scope().setMinimumScale(static_cast<float>(listValue("cmbScopeYScale", settings_.yScale)));
     program::ConfigurePush(setup,
                            program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m),
                                                      reference_->RE().ChannelCount,
@@ -1166,15 +994,34 @@ bool MainWindow::startPush() {
                            push_->Settings, instruments_->depth());
 
     log_.Clear();
+    // A log loaded before keeps its own flags until here: the push records no pressure/flow lists, so it must
+    // not claim them (a reload would show empty HP columns).
+    log_.PresFlow(false);
     log_.TimeMode(setup.timed);
     ctx_ = {};
+    // A stored baseline taken from a loaded log is used for every further push while the option is on, and
+    // goes into the push's log.
+    if (controlChecked(kWaveMath, program::control::kBaseline) && !baseline_.empty())
+        arrays_.baseline = baseline_;
     recorder_.current = std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path,
                                                            dataRoot_, naming_.family());
+    recorder_.current->Context.baselineInUse =
+        controlChecked(kWaveMath, program::control::kBaseline) && !baseline_.empty();
     selectedPoint_ = -1;
     pushing_ = true;
+    paused_ = false;
     updateActions();
     status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
+    std::string logName = std::filesystem::path(*path).filename().string();
+    for (const char* ext : {".lif.raw.bin", ".o2.raw.bin", ".clr.raw.bin"})
+        if (logName.ends_with(ext)) logName.resize(logName.size() - std::string_view(ext).size());
+    feedback_.start(logName, setup.metric);
+    // The clock goes on between points (the start delay, a pause): the read-out follows it.
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, this, [this] { showPushFeedback(); });
+    ticker.start(1000);
     const bool started = push_->StartPush();
+    ticker.stop();
     pointValues_ = started;
     pushing_ = false;
     refreshPlot(true);
@@ -1185,6 +1032,17 @@ bool MainWindow::startPush() {
         naming_.Recorded(raw);
         addRecent(raw);
         status(QStringLiteral("Push recorded: %1 points in %2").arg(push_->Points()).arg(qs(raw)));
+        const acq::RecordedFiles& files = recorder_.current->Files();
+        if (controlChecked(kFTP, transfer_control::kCopyAfterPush)) {
+            const std::string folder(trimBlanks(controlText(kFTP, transfer_control::kFolder)));
+            if (folder.empty())
+                host_.message("Choose the folder the pushes are copied to (Transfer page).", MsgButtons::Ok,
+                              MsgIcon::Exclamation, "Transfer");
+            else
+                CopyPushFiles(files, folder, host_);
+        }
+        if (!closeAfterPush_ && controlChecked(kGeneric, general_control::kPushSummary))
+            showPushSummary(files);
     } else if (!started) {
         status(QStringLiteral("The push was not started"));
     }
@@ -1192,8 +1050,34 @@ bool MainWindow::startPush() {
     return started && !raw.empty();
 }
 
+void MainWindow::showPushFeedback() {
+    if (!pushing_ || !feedback_.started()) return;
+    PushStates states;
+    if (push_) {
+        states.continuous = push_->Settings.continuous;
+        states.timed = push_->Settings.timed;
+    }
+    states.paused = paused_;
+    const QString line = qs(feedback_.statusLine(states));
+    statusLabel_->setText(line);
+    setWindowTitle(qs(feedback_.title()));
+}
+
+void MainWindow::showPushSummary(const acq::RecordedFiles& files) {
+    const std::string text = feedback_.summary(files) + "\r\n\r\nOpen the folder?";
+    if (host_.message(text, MsgButtons::YesNo, MsgIcon::Information, "Push recorded") == MsgResult::Yes &&
+        openFolder)
+        openFolder(std::filesystem::path(files.rawLog).parent_path().string());
+}
+
 void MainWindow::pausePush() {
-    if (pushing_) push_->PausePush();
+    if (!pushing_) return;
+    // The pause lasts as long as its message is open.
+    paused_ = true;
+    showPushFeedback();
+    push_->PausePush();
+    paused_ = false;
+    showPushFeedback();
 }
 
 void MainWindow::stopPush() {

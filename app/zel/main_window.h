@@ -10,6 +10,7 @@
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/zel/plot_widgets.h"
+#include "app/zel/push_feedback.h"
 #include "app/zel/qt_form.h"
 #include "common/clock.h"
 #include "common/host.h"
@@ -25,6 +26,8 @@
 #include "settings/startup/startup_settings.h"
 
 #include <QMainWindow>
+
+#include <functional>
 
 #include <memory>
 #include <string>
@@ -66,6 +69,8 @@ public:
     void hideAcquisition();
     // The second, full restore of the options (the first ran on the splash), then the recent logs.
     void restoreOptions();
+    // At start without a log to open: the most recent log, when the General page asks for it.
+    void openLastLogIfChosen();
     Options& options() { return *options_; }
     QtFormSet& forms() { return forms_; }
 
@@ -73,6 +78,9 @@ public:
     bool loadLog(const std::string& path); // empty: the load dialog
     void exportDataText();
     void exportWaveText();
+    // The Info page's texts written into the loaded log: the file written again whole, its run-log entry
+    // replaced. False when there is no log, the user cancelled or the save failed.
+    bool saveLogInformation();
     bool writeLogPage(const std::string& path, bool pdf);
     void logPageDialog(bool pdf);
     void savePreset();
@@ -96,6 +104,9 @@ public:
     acq::ReferenceControl* reference() { return reference_.get(); }
     acq::PushControl* push() { return push_.get(); }
 
+    // Opens a folder in the desktop's file manager (the push summary's answer); tests replace it.
+    std::function<void(const std::string& folder)> openFolder;
+
     // Help menu.
     void resetOptions();
     void about();
@@ -116,23 +127,32 @@ public:
     REPanelWidget& rePanel() { return *rePanel_; }
     QAction* action(const QString& objectName) const;
     QString statusText() const;
+    // The values at the pointer's depth, as the status bar shows them while the pointer is over the plot.
+    QString hoverText() const;
 
 protected:
     void closeEvent(QCloseEvent* e) override;
 
 private:
     void buildPages();
+    // Another probe chosen on the setup page: its mode, look and gates for this session.
+    void probeChosen(int mode);
     void buildMenus();
     void updateActions();
     // The mode's caption, fill colour, banner and RE scale caption on the setup page.
     void applyModeLook();
     void rebuildRecentMenu();
     void rebuildPresetMenus();
-    void addRecent(const std::string& path);
+    void addRecent(const std::string& given);
     void loadRecent();
     void saveRecent();
     void showLogInfo();
+    // The loaded log's texts on the Info page.
+    void showLogTexts();
     void showREPanel();
+    void showREWave();
+    // Before the session's first RE: the last one the reference file keeps.
+    void showStoredReference();
     void showLogRE();
     // The RE's gates and processing (layout, options) from the set-up as it stands.
     void applyGateOptions();
@@ -143,8 +163,13 @@ private:
     std::string controlText(const char* form, const char* name) const;
     bool controlChecked(const char* form, const char* name) const;
     bool requireInstruments();
+    // The number chosen in one of the advanced options' lists (the scope's), or fallback.
+    int listValue(const char* name, int fallback) const;
     bool requireLog(bool withPoints);
     void status(const QString& text);
+    // The push's read-out in the status bar and the title, and the summary once it is recorded.
+    void showPushFeedback();
+    void showPushSummary(const acq::RecordedFiles& files);
 
     Host& host_;
     const Clock& clock_;
@@ -174,6 +199,14 @@ private:
     bool pointValues_ = false;
     // The timed acquisition command started the push under way.
     bool timedRequested_ = false;
+    // The depths of the instruments in use are emulated (the simulated rig, or the emulation source).
+    bool emulatedDepth_ = false;
+    bool paused_ = false;
+    // The stored baseline taken from a loaded log, for further pushes.
+    std::vector<float> baseline_;
+    // Where GPS-named logs go, asked once a session.
+    std::string gpsFolder_;
+    PushFeedback feedback_{clock_};
     qint64 lastLiveRefreshMs_ = 0;
     program::SessionNaming naming_{NamingMode::Lif, LogFamily::Lif};
 
@@ -183,6 +216,7 @@ private:
     QTabWidget* tabs_ = nullptr;
     QWidget* infoPage_ = nullptr;
     QLabel* statusLabel_ = nullptr;
+    QLabel* hoverLabel_ = nullptr;
     QMenu* acquisitionMenu_ = nullptr;
     QMenu* recentMenu_ = nullptr;
     QMenu* presetLoadMenu_ = nullptr;

@@ -5,6 +5,7 @@
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
+#include "log/re_reference.h"
 #include "program/field_rig.h"
 #include "settings/plot_settings.h"
 #include "settings/profile.h"
@@ -20,13 +21,17 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QRadioButton>
+#include <QStatusBar>
 #include <QTimer>
 #include <QWheelEvent>
+
+#include "common/text.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include <filesystem>
 
@@ -116,6 +121,16 @@ TEST_F(MainWindowTest, ThePlotZoomsPansReadsAndSelectsAndCalloutsTravelAsSchemes
                       false);
     QApplication::sendEvent(&plot, &wheel);
     EXPECT_NEAR(plot.depthWindow().span(), before.span() / 0.8, 1e-9); // a notch back shows more
+    // However far the wheel goes, the window stays by the log; "Whole log" brings the log back.
+    for (int notches : {5, 40}) {
+        QWheelEvent out(centre, plot.mapToGlobal(centre), {}, {0, -120 * notches}, Qt::NoButton, {},
+                        Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&plot, &out);
+        EXPECT_GE(plot.depthWindow().top, -0.1 - 1e-9) << notches;
+        EXPECT_LE(plot.depthWindow().bottom, 0.15 + 1e-9) << notches;
+    }
+    w->action("mnuView_WholeLog")->trigger();
+    EXPECT_EQ(plot.depthWindow(), before);
 
     // Hovering over the deeper point reads its values; a click there selects it.
     const std::optional<double> deep = 0.05;
@@ -146,14 +161,22 @@ TEST_F(MainWindowTest, ThePlotZoomsPansReadsAndSelectsAndCalloutsTravelAsSchemes
     w->applyCallouts();
     ASSERT_EQ(w->waveform().view().callouts.size(), 1u);
     EXPECT_EQ(w->waveform().view().callouts[0].lastPoint, 1);
+    // The range is marked on the plot too, under its caption.
+    ASSERT_EQ(w->depthPlot().bands().size(), 1u);
+    EXPECT_EQ(w->depthPlot().bands()[0].label, "NAPL");
     host.answerInput("first");
     w->saveCalloutScheme();
     slot("txtCalloutTop", 0)->clear();
     slot("txtCalloutBottom", 0)->clear();
     w->applyCallouts();
     EXPECT_TRUE(w->waveform().view().callouts.empty());
+    slot("txtCalloutCaption", 0)->clear();
     w->loadCalloutScheme(1);
     EXPECT_FALSE(slot("txtCalloutBottom", 0)->text().isEmpty());
+    // The caption travels with the scheme, and the page labels the band with it.
+    EXPECT_EQ(slot("txtCalloutCaption", 0)->text(), "NAPL");
+    EXPECT_EQ(w->log().Callout_Caption(0), "NAPL");
+    EXPECT_NE(get(w->log().File_FullPath_Plt()).find("Text C0=NAPL"), std::string::npos);
     ASSERT_EQ(w->waveform().view().callouts.size(), 1u);
     EXPECT_EQ(w->waveform().view().callouts[0].firstPoint, 0);
     EXPECT_EQ(w->waveform().view().callouts[0].lastPoint, 1);
@@ -189,18 +212,22 @@ TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
 // The post-load step: the look the switches chose, and the switches' values selected in the advanced lists
 // over what the options file restored a moment before.
 TEST_F(MainWindowTest, ThePostLoadStepAppliesTheLookAndTheSwitchValuesOverTheRestoredOptions) {
-    put(file("ini/ZEL_Options.ini"),
-        "[AdvOptions]\r\n0,cmbScopeAverage=0\r\n1,cmbScopeYScale=0\r\n2,cmbScopeREScale=0\r\n");
+    // A tick restored beside a list never claims a switch this session did not give.
+    put(file("ini/ZEL_Options.ini"), "[AdvOptions]\r\n0,cmbScopeAverage=0\r\n1,cmbScopeYScale=0\r\n2,"
+                                     "cmbScopeREScale=0\r\n"
+                                     "3,chkScopeYScaleSwitch=1\r\n4,chkScopeAverageSwitch=1\r\n");
     struct Case {
         const char* line;
         const char* caption;
         const char *average, *yScale, *reScale; // the lists' texts after the step
+        bool sTicked, yTicked, reTicked;        // the check boxes beside the lists
     };
     // Lists no switch named keep the restored entry (the first of each list).
-    for (const Case& c :
-         {Case{"/MODE4", "Alder", "16", "50", "1"}, Case{"/MODE51/S256", "Alder", "256", "1", "1"},
-          Case{"/MODE2", "Dogwood", "2", "1", "100"}, Case{"/MODE52/Y020", "Alder", "2", "20", "1"},
-          Case{"/MODE21/RE200", "Elm", "2", "1", "200"}}) {
+    for (const Case& c : {Case{"/MODE4", "Alder", "16", "50", "1", true, true, false},
+                          Case{"/MODE51/S256", "Alder", "256", "1", "1", true, false, false},
+                          Case{"/MODE2", "Dogwood", "2", "1", "100", false, false, true},
+                          Case{"/MODE52/Y020", "Alder", "2", "20", "1", false, true, false},
+                          Case{"/MODE21/RE200", "Elm", "2", "1", "200", false, false, true}}) {
         auto w = newWindow();
         w->options().LoadOptions(true); // the splash's restore, then the main window's
         w->restoreOptions();
@@ -210,6 +237,9 @@ TEST_F(MainWindowTest, ThePostLoadStepAppliesTheLookAndTheSwitchValuesOverTheRes
         EXPECT_EQ(child<QComboBox>(*w, "cmbScopeAverage")->currentText(), c.average) << c.line;
         EXPECT_EQ(child<QComboBox>(*w, "cmbScopeYScale")->currentText(), c.yScale) << c.line;
         EXPECT_EQ(child<QComboBox>(*w, "cmbScopeREScale")->currentText(), c.reScale) << c.line;
+        EXPECT_EQ(child<QCheckBox>(*w, "chkScopeAverageSwitch")->isChecked(), c.sTicked) << c.line;
+        EXPECT_EQ(child<QCheckBox>(*w, "chkScopeYScaleSwitch")->isChecked(), c.yTicked) << c.line;
+        EXPECT_EQ(child<QCheckBox>(*w, "chkScopeREScaleSwitch")->isChecked(), c.reTicked) << c.line;
     }
 }
 
@@ -245,10 +275,16 @@ TEST_F(MainWindowTest, SettingsAndRecentLogsPersistThroughTheOptionsFileUntilRes
     }
     const std::string options = get(file("ini/ZEL_Options.ini"));
     RecordProperty("options_file_bytes", static_cast<int>(options.size()));
-    EXPECT_NE(options.find("[Tab]"), std::string::npos);
-    EXPECT_NE(options.find("[AdvOptions]"), std::string::npos);
-    for (const char* readOut :
-         {"txtcomm_Depth", "txtcomm_ScopeAddress", "labelConnection", "txtScopeAddress"})
+    // Every dialog the options keep, in the order of the save.
+    std::size_t previous = 0;
+    for (const char* section :
+         {"[HP]", "[AdvOptions]", "[Generic]", "[Callout]", "[Comm]", "[Tab]", "[WaveMath]", "[FTP]"}) {
+        const std::size_t at = options.find(section);
+        ASSERT_NE(at, std::string::npos) << section;
+        EXPECT_GE(at, previous) << section;
+        previous = at;
+    }
+    for (const char* readOut : {"txtcomm_Depth", "txtcomm_ScopeAddress", "labelConnection"})
         EXPECT_EQ(options.find(readOut), std::string::npos) << readOut;
 
     auto w = newWindow();
@@ -308,7 +344,24 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     o.sweepMs = 0;
     auto rig = program::openSimulatedRig(loopHost, clock, o);
     ASSERT_NE(rig, nullptr);
+    EXPECT_FALSE(w->action("mnuAcq_Timed")->isEnabled()); // no scope yet
     w->setInstruments(std::move(rig));
+    EXPECT_TRUE(w->action("mnuAcq_Timed")->isEnabled());
+    std::vector<std::string> opened;
+    w->openFolder = [&](const std::string& folder) { opened.push_back(folder); };
+    // A log with a stored baseline, taken when it is loaded, is the baseline of the pushes that follow.
+    {
+        cZEL_Data withBaseline(host, clock);
+        LogArrays arrays;
+        RawLogContext ctx;
+        testdata::fillSmallLog(withBaseline, arrays, ctx);
+        arrays.baseline = {0.5f, 0.25f, 1.75f};
+        ctx.baselineInUse = true;
+        fs::create_directories(file("base"));
+        ASSERT_TRUE(SaveRawLog(file("base/B-1"), withBaseline, arrays, ctx, host).ok);
+    }
+    child<QCheckBox>(*w, "chkBaseline")->setChecked(true);
+    ASSERT_TRUE(w->loadLog(file("base/B-1.lif.raw.bin"))); // the baseline question: Yes
     child<QCheckBox>(*w, "chkAutoName")->setChecked(true);
     child<QLineEdit>(*w, "txtLogFolder")->setText(QString::fromStdString(file("logs")));
     child<QLineEdit>(*w, "txtLogName")->setText("Sim-1");
@@ -318,13 +371,21 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     w->action("mnuAcq_RE")->trigger();
     ASSERT_TRUE(w->reference()->HasRE);
     EXPECT_TRUE(w->rePanel().text().startsWith("RE area:")) << w->rePanel().text().toStdString();
+    // The RE is in the waveform view before the first point.
+    EXPECT_FALSE(w->waveform().view().re.empty());
+    EXPECT_EQ(w->waveform().view().title.rfind("RE  ", 0), 0u) << w->waveform().view().title;
 
     // While the push runs, the plot follows it; after five points the Stop entry ends it.
     int shownWhilePushing = 0;
+    QString liveStatus, liveTitle;
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [&] {
         if (!w->pushing()) return;
         shownWhilePushing = std::max(shownWhilePushing, w->depthPlot().model().points());
+        if (w->push()->Points() > 0) {
+            liveStatus = w->statusText();
+            liveTitle = w->windowTitle();
+        }
         EXPECT_FALSE(w->action("mnuAcq_Record")->isEnabled());
         if (w->push()->Points() >= 5) w->action("mnuAcq_Stop")->trigger();
     });
@@ -335,10 +396,22 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     const std::string raw = file("logs/Sim-1.lif.raw.bin");
     EXPECT_TRUE(fs::exists(raw));
     EXPECT_FALSE(fs::exists(raw + ".temp"));
+    EXPECT_NE(get(raw).find("BASELINE=0.50,0.25,1.75\r\n"), std::string::npos);
     EXPECT_GE(w->push()->Points(), 5);
     EXPECT_GT(shownWhilePushing, 0);
     EXPECT_EQ(w->depthPlot().model().points(), w->push()->Points());
     EXPECT_NE(message("This is the first acquisition since the software has been loaded."), nullptr);
+    // Without a data board nobody asks it for its status.
+    EXPECT_EQ(message("Timeout"), nullptr);
+    // The push was followed in the status bar and the title, then summed up with its files.
+    EXPECT_TRUE(liveStatus.startsWith("Sim-1  ")) << liveStatus.toStdString();
+    EXPECT_TRUE(liveStatus.contains(" points  %RE ")) << liveStatus.toStdString();
+    EXPECT_TRUE(liveTitle.contains("recording")) << liveTitle.toStdString();
+    const HostEvent* summary = message("Push Sim-1 recorded: ");
+    ASSERT_NE(summary, nullptr);
+    EXPECT_NE(summary->text.find(raw), std::string::npos);
+    EXPECT_NE(summary->text.find(file("logs/Sim-1.lif.dat.txt")), std::string::npos);
+    EXPECT_EQ(opened, std::vector<std::string>{file("logs")});
     ASSERT_FALSE(w->recentLogs().empty());
     EXPECT_EQ(w->recentLogs().front(), raw);
     EXPECT_TRUE(w->action("mnuAcq_Record")->isEnabled());
@@ -363,13 +436,134 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
     ASSERT_TRUE(w->loadLog(raw));
     w->action("mnuFile_ExportData")->trigger();
     EXPECT_EQ(readAll(exported), pushed);
+    // A push from the menus of the simulated rig says so, and keeps where it was.
+    EXPECT_TRUE(w->log().Emulate());
+    EXPECT_FALSE(std::string(trimBlanks(w->log().Latitude())).empty());
+    EXPECT_NE(w->log().Latitude_Dec(), 0.0);
+    // An export that is there already is only replaced when the user says so.
+    put(exported, "kept");
+    host.clear();
+    host.answerMessage(MsgResult::No);
+    w->action("mnuFile_ExportData")->trigger();
+    EXPECT_NE(message("The file " + exported + " exists. Overwrite?"), nullptr);
+    EXPECT_EQ(readAll(exported), "kept");
+
+    // The second push is copied to the transfer folder as soon as it is written.
+    child<QCheckBox>(*w, "chkTransferCopy")->setChecked(true);
+    child<QLineEdit>(*w, "txtTransferFolder")->setText(QString::fromStdString(file("copies")));
 
     // The typed name was recorded once: the next push counts on from it instead of meeting its file.
     watch.start(20);
     w->action("mnuAcq_Record")->trigger();
     watch.stop();
     EXPECT_TRUE(fs::exists(file("logs/Sim-2.lif.raw.bin")));
+    EXPECT_TRUE(fs::exists(file("copies/Sim-2.lif.raw.bin")));
+    EXPECT_TRUE(fs::exists(file("copies/Sim-2.lif.dat.txt")));
+
+    // Named by position: the folder is asked once, the name is the fix and the time.
+    child<QCheckBox>(*w, "chkGPSNaming")->setChecked(true);
+    fs::create_directories(file("gps"));
+    host.clear();
+    host.answerDialog(FileDialogResult{file("gps/any name"), 1});
+    watch.start(20);
+    w->action("mnuAcq_Record")->trigger();
+    watch.stop();
+    EXPECT_NE(message("You have chosen to auto-name based on GPS."), nullptr);
+    int gpsNamed = 0;
+    const std::regex gpsName(R"(-?\d+d\d{5} -?\d+d\d{5} \d{8} \d{6}\.lif\.raw\.bin)");
+    for (const auto& f : fs::directory_iterator(file("gps")))
+        gpsNamed += std::regex_match(f.path().filename().string(), gpsName);
+    EXPECT_EQ(gpsNamed, 1);
     EXPECT_EQ(message("File exists, record cancelled"), nullptr);
+}
+
+TEST_F(MainWindowTest, TheInfoPageShowsTheLoadedLogAndWritesCorrectionsBackIntoIt) {
+    const std::string path = smallLog();
+    {
+        auto w = newWindow();
+        ASSERT_TRUE(w->loadLog(path));
+        EXPECT_EQ(child<QLineEdit>(*w, "txtSite")->text().toStdString(), w->log().Site());
+        const int points = w->arrays().points();
+        child<QLineEdit>(*w, "txtSite")->setText("Corrected site");
+        child<QLineEdit>(*w, "txtClient")->setText("Client B");
+        // Twice: each save replaces the file and the run log's entry, never adds one.
+        ASSERT_TRUE(w->saveLogInformation());
+        ASSERT_TRUE(w->saveLogInformation());
+        EXPECT_EQ(w->arrays().points(), points);
+    }
+    auto w = newWindow();
+    ASSERT_TRUE(w->loadLog(path));
+    EXPECT_EQ(w->log().Site(), "Corrected site");
+    EXPECT_EQ(w->log().Client(), "Client B");
+    EXPECT_EQ(w->arrays().points(), 2);
+    int entries = 0;
+    for (const auto& f : fs::directory_iterator(file("log"))) {
+        const std::string text = get(f.path().string());
+        for (std::size_t at = text.find("[001-UV]"); at != std::string::npos;
+             at = text.find("[001-UV]", at + 1))
+            ++entries;
+    }
+    EXPECT_EQ(entries, 1);
+
+    // A cancelled question leaves the log as it is.
+    host.answerMessage(MsgResult::Cancel);
+    child<QLineEdit>(*w, "txtSite")->setText("Not this");
+    EXPECT_FALSE(w->saveLogInformation());
+    auto again = newWindow();
+    ASSERT_TRUE(again->loadLog(path));
+    EXPECT_EQ(again->log().Site(), "Corrected site");
+}
+
+TEST_F(MainWindowTest, RecentLogsAndTheStartFolderAreKeptByAbsolutePath) {
+    const std::string path = smallLog();
+    const fs::path before = fs::current_path();
+    fs::current_path(file(""));
+    auto w = newWindow();
+    const bool loaded = w->loadLog("logs/001-UV.lif.raw.bin");
+    fs::current_path(before);
+    ASSERT_TRUE(loaded);
+    ASSERT_EQ(w->recentLogs().size(), 1u);
+    EXPECT_TRUE(fs::path(w->recentLogs().front()).is_absolute());
+    EXPECT_TRUE(fs::equivalent(w->recentLogs().front(), path));
+    EXPECT_TRUE(fs::path(w->options().InitDir).is_absolute()) << w->options().InitDir;
+}
+
+TEST_F(MainWindowTest, HoverValuesStayInTheStatusBarAndLoadErrorsNameTheFile) {
+    const std::string path = smallLog();
+    auto w = newWindow();
+    w->show();
+    ASSERT_TRUE(w->loadLog(path));
+    DepthPlotWidget& plot = w->depthPlot();
+    double y = plot.height() / 2.0;
+    for (double step = 1; step < plot.height() && (!plot.depthAt(y) || *plot.depthAt(y) < 0.05); ++step)
+        y = plot.height() / 2.0 + step;
+    const QPointF at(plot.width() / 2.0, y);
+    QMouseEvent move(QEvent::MouseMove, at, plot.mapToGlobal(at), Qt::NoButton, Qt::NoButton, {});
+    QApplication::sendEvent(&plot, &move);
+    const QString shown = w->hoverText();
+    EXPECT_TRUE(shown.contains(" m")) << shown.toStdString();
+    w->statusBar()->showMessage("a progress text");
+    EXPECT_EQ(w->hoverText(), shown);
+
+    const std::string bad = file("logs/bad.lif.raw.bin");
+    put(bad, "[INFO]\r\nSite=x\r\n");
+    host.clear();
+    EXPECT_FALSE(w->loadLog(bad));
+    const HostEvent* e = message("Error in LoadRawLog: ");
+    ASSERT_NE(e, nullptr);
+    EXPECT_NE(e->text.find(bad), std::string::npos) << e->text;
+}
+
+TEST_F(MainWindowTest, TheLastREReferenceIsShownUntilTheSessionTakesAnRE) {
+    fs::create_directories(file("ref"));
+    put(reReferencePath(file("")),
+        "[HD-RE]\r\nTime=2026-11-20 08:15:00\r\nCH1=10\r\nCH2=20.4\r\nCH3=30\r\nCH4=40\r\n"
+        "[HD-BK]\r\nTime=2026-11-20 08:14:00\r\nCH1=1\r\nCH2=1\r\nCH3=1\r\nCH4=1\r\n");
+    auto w = newWindow();
+    w->restoreOptions();
+    EXPECT_TRUE(w->rePanel().text().contains(
+        "Last RE 2026-11-20 08:15:00: CH1 10.0 CH2 20.4 CH3 30.0 CH4 40.0; background 2026-11-20 08:14:00"))
+        << w->rePanel().text().toStdString();
 }
 
 } // namespace

@@ -60,10 +60,25 @@ void DepthPlotWidget::selectDepth(double depth) {
     if (onSelect) onSelect(depth);
 }
 
-// The user may look a little beyond the log (a push goes on deeper), never to a window without a span.
+// The user may look a little beyond the log (a push goes on deeper) and the plot settings' range, never
+// further out, and never at a window without a span.
 void DepthPlotWidget::clampWindow() {
-    const double extent = std::max(model_.dataBottom() - model_.dataTop(), 1.0);
-    window_ = window_.clamped(model_.dataTop() - extent, model_.dataBottom() + extent, 0.1);
+    const plot::DepthWindow whole = model_.defaultWindow();
+    const double top = std::min(whole.top, model_.dataTop());
+    const double bottom = std::max(whole.bottom, model_.dataBottom());
+    const double margin = std::max(0.05 * (bottom - top), 0.1);
+    window_ = window_.clamped(top - margin, bottom + margin, 0.1);
+}
+
+void DepthPlotWidget::showWholeLog() {
+    userWindow_ = false;
+    window_ = model_.defaultWindow();
+    clampWindow();
+    update();
+}
+
+void DepthPlotWidget::mouseDoubleClickEvent(QMouseEvent*) {
+    showWholeLog();
 }
 
 QRectF DepthPlotWidget::plotRect() const {
@@ -74,7 +89,13 @@ plot::DepthPlotStyle DepthPlotWidget::style() const {
     plot::DepthPlotStyle s;
     s.font = font();
     s.hoverDepth = hover_;
+    s.bands = bands_;
     return s;
+}
+
+void DepthPlotWidget::setBands(std::vector<plot::DepthBand> bands) {
+    bands_ = std::move(bands);
+    update();
 }
 
 std::optional<double> DepthPlotWidget::depthAt(double y) const {
@@ -239,6 +260,11 @@ void REPanelWidget::show(const acq::REPanel& panel, float areaPVs, const std::ar
     }
     ratio_->setText(qs(panel.ratioText));
     mark(ratio_, panel.ratioOffTarget);
+}
+
+void REPanelWidget::showStored(const QString& text) {
+    clear();
+    target_->setText(text);
 }
 
 QString REPanelWidget::text() const {

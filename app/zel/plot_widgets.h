@@ -29,6 +29,11 @@ public:
     void setDepthWindow(const plot::DepthWindow& window);
     std::optional<double> selectedDepth() const { return selected_; }
     void selectDepth(double depth);
+    // Back to the whole log (or the plot settings' depth range), following it again as it grows.
+    void showWholeLog();
+    // The callouts' depth ranges, marked across the tracks.
+    void setBands(std::vector<plot::DepthBand> bands);
+    const std::vector<plot::DepthBand>& bands() const { return bands_; }
 
     // The depth under a widget y, when y lies over the tracks.
     std::optional<double> depthAt(double y) const;
@@ -45,6 +50,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
     void leaveEvent(QEvent*) override;
+    void mouseDoubleClickEvent(QMouseEvent* e) override;
 
 private:
     QRectF plotRect() const;
@@ -59,6 +65,7 @@ private:
     plot::DepthWindow dragWindow_;
     bool dragged_ = false;
     bool userWindow_ = false;
+    std::vector<plot::DepthBand> bands_;
 };
 
 class WaveformWidget final : public QWidget {
@@ -83,6 +90,8 @@ public:
     explicit REPanelWidget(QWidget* parent = nullptr);
     void show(const acq::REPanel& panel, float areaPVs, const std::array<float, 4>& channelAreas);
     void clear();
+    // No RE yet this session: what is known of the last one.
+    void showStored(const QString& text);
     QString text() const; // everything shown, for the tests and the status line
 
 private:

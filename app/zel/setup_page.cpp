@@ -1,0 +1,93 @@
+#include "app/zel/setup_page.h"
+
+#include "app/plot/qt_text.h"
+#include "app/zel/form_widgets.h"
+#include "app/zel/qt_form.h"
+#include "program/settings_model.h"
+#include "settings/startup/modes.h"
+
+#include <QGroupBox>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace zel::gui {
+
+SetupPage::SetupPage(const StartupSettings& settings) {
+    auto* v = new QVBoxLayout(this);
+    auto* logBox = named(new QGroupBox("Log"), "fraLog");
+    auto* lf = new QFormLayout(logBox);
+    lineEdit(lf, "txtLogName", "Name", "");
+    lineEdit(lf, "txtLogFolder", "Folder", "");
+    checkBox(lf, "chkAutoName", "Record into the folder without asking");
+    checkBox(lf, "chkGPSNaming", "Name each log by its GPS position and time");
+    v->addWidget(logBox);
+
+    auto* pushBox = named(new QGroupBox("Push"), "fraPush");
+    auto* pf = new QFormLayout(pushBox);
+    // The mode's look: its caption on its fill colour, and its banner when the program's folder has it.
+    auto* banner = named(new QLabel, "picBanner");
+    banner->setVisible(false);
+    pf->addRow(banner);
+    auto* caption = named(new QLabel, "lblProbeCaption");
+    caption->setAlignment(Qt::AlignCenter);
+    caption->setAutoFillBackground(true);
+    pf->addRow(caption);
+    checkBox(pf, "chkMetric", "Depths in metres");
+    lineEdit(pf, "txtStartDepth", "Start depth", "");
+    lineEdit(pf, "txtStartDelay", "Start delay (s)", "0");
+    lineEdit(pf, "txtInterval", "Timed interval (s)", "2");
+    lineEdit(pf, "txtStep", "Depth step", "0.05");
+    checkBox(pf, program::control::kAutoStop, "Stop automatically at the stop depth");
+    lineEdit(pf, program::control::kStopDepth, "Stop depth", "");
+    checkBox(pf, program::control::kEmulateStop, "Stop the depth emulator after a number of steps");
+    lineEdit(pf, program::control::kEmulateStopCount, "Emulated steps to stop at", "0");
+    // Live read-outs ("txtcomm_": never kept in the options file).
+    lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
+    lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
+    checkBox(pf, "chkPresFlow", "Log pressure and flow", settings.pressureFlow);
+    QStringList probes;
+    int selected = 0;
+    for (const ModeEntry& m : modeTable()) {
+        if (m.mode == settings.mode) selected = static_cast<int>(probes.size());
+        probes << QStringLiteral("%1 (mode %2)").arg(toQt(m.model)).arg(m.mode);
+    }
+    // The probe comes from the command line each session ("lst": not one of the persisted prefixes, so an
+    // old session's probe never overrides a mode switch); choosing another one applies for this session.
+    auto* probe = comboBox(pf, "lstProbe", "Probe", probes, selected);
+    connect(probe, &QComboBox::currentIndexChanged, this, [this](int i) {
+        const auto table = modeTable();
+        if (i < 0 || i >= static_cast<int>(table.size()) || !onProbeChosen) return;
+        onProbeChosen(table[static_cast<std::size_t>(i)].mode);
+    });
+    v->addWidget(pushBox);
+
+    auto* plotBox = named(new QGroupBox("Plot"), "fraPlot");
+    auto* plf = new QFormLayout(plotBox);
+    lineEdit(plf, "txtDepthMin", "Depth from", "");
+    lineEdit(plf, "txtDepthMax", "Depth to", "");
+    lineEdit(plf, "txtSignalMin", "%RE from", "0");
+    lineEdit(plf, "txtSignalMax", "%RE to", "100");
+    lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
+    const char* manual[] = {"Fixed %RE scale", "Fixed scale, track 2", "Fixed scale, track 3"};
+    for (int i = 0; i < 3; ++i) {
+        auto* c = new QCheckBox(manual[i]);
+        setControlArray(c, "chkManualScaleLog", i);
+        plf->addRow(c);
+    }
+    checkBox(plf, "chkRElog", "Logarithmic %RE");
+    checkBox(plf, "chkPlotZoom", "Zoomed %RE track");
+    for (int i = 0; i < 2; ++i) {
+        auto* e = new QLineEdit(i == 0 ? "0" : "9");
+        setControlArray(e, "txt2ndScale_Zoom", i);
+        plf->addRow(i == 0 ? "Zoom from" : "Zoom to", e);
+    }
+    checkBox(plf, "chkPlotRate", "Rate track", true);
+    checkBox(plf, "chkPlotCond", "Conductivity track");
+    checkBox(plf, "chkPlotScat", "Scatter track");
+    checkBox(plf, "chkPlotFluor", "Fluorescence track");
+    checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
+    v->addWidget(plotBox);
+    v->addStretch();
+}
+
+} // namespace zel::gui
