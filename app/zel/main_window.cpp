@@ -4,6 +4,7 @@
 #include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
 #include "app/plot/qt_text.h"
+#include "app/zel/dissipation_window.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -13,6 +14,7 @@
 #include "log/recovery.h"
 #include "log/run_log.h"
 #include "log/wave_export.h"
+#include "program/hydraulic.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -228,6 +230,7 @@ void MainWindow::buildPages() {
         lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
         lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
         checkBox(pf, "chkPresFlow", "Log pressure and flow", settings_.pressureFlow);
+        lineEdit(pf, program::control::kPFOffset, "Pressure port offset (ft)", "0");
         QStringList probes;
         int selected = 0;
         for (const ModeEntry& m : modeTable()) {
@@ -397,28 +400,11 @@ void MainWindow::buildPages() {
     }
 
     // Hydraulic profiling: the two surface tests that set the K estimate's reference pressure.
-    auto* hpPage = new QWidget;
-    {
-        auto* form = new QFormLayout(hpPage);
-        auto* reading = lineEdit(form, "txtHPT_Reading", "Pressure reading (PSI)", "");
-        auto* one = named(new QPushButton("1 ft test"), "cmdHPT1ft");
-        auto* zero = named(new QPushButton("0 ft test"), "cmdHPT0ft");
-        auto* oneText = named(new QLabel, "lblHPT1ft");
-        auto* zeroText = named(new QLabel, "lblHPT0ft");
-        form->addRow(one, oneText);
-        form->addRow(zero, zeroText);
-        const auto readingValue = [this, reading]() -> std::optional<float> {
-            const std::optional<double> v = numberOf(reading->text().toStdString());
-            if (!v) host_.message("Enter the pressure reading first.", MsgButtons::Ok, MsgIcon::Exclamation);
-            return v ? std::optional<float>(static_cast<float>(*v)) : std::nullopt;
-        };
-        connect(one, &QPushButton::clicked, this, [this, readingValue, oneText] {
-            if (const auto v = readingValue()) oneText->setText(qs(takeOneFootTest(log_, *v)));
-        });
-        connect(zero, &QPushButton::clicked, this, [this, readingValue, zeroText] {
-            if (const auto v = readingValue()) zeroText->setText(qs(takeZeroFootTest(log_, *v, host_)));
-        });
-    }
+    hpForm_ = new HpForm(host_, clock_, referenceTests_);
+    hpForm_->requestDissipation = [this](double seconds) {
+        if (pushing_ && push_) push_->RequestDissipation(seconds);
+    };
+    QWidget* hpPage = hpForm_;
 
     // Callouts: up to five depth ranges whose averaged waveforms are shown beside the plot.
     auto* calloutPage = new QWidget;
@@ -527,6 +513,11 @@ void MainWindow::buildMenus() {
     file->addSeparator();
     add(file, "mnuFile_ExportData", "Export &data text", [this] { exportDataText(); });
     add(file, "mnuFile_ExportWave", "Export &waveform text...", [this] { exportWaveText(); });
+    add(file, "mnuFile_Dissipation", "D&issipation tests...", [this] {
+        DissipationWindow window(host_, log_, arrays_, ctx_, this);
+        window.changed = [this] { refreshPlot(true); };
+        window.exec();
+    });
     file->addSeparator();
     add(file, "mnuFile_PageJpg", "Log page &JPG...", [this] { logPageDialog(false); });
     add(file, "mnuFile_PagePdf", "Log page &PDF...", [this] {
@@ -582,6 +573,7 @@ void MainWindow::updateActions() {
     };
     enable("mnuFile_Load", !pushing_);
     enable("mnuFile_ExportData", !pushing_ && points);
+    enable("mnuFile_Dissipation", !pushing_ && points && log_.PresFlow());
     enable("mnuFile_ExportWave", points);
     enable("mnuFile_PageJpg", !pushing_ && points);
     enable("mnuFile_PagePdf", !pushing_ && points);
@@ -1022,6 +1014,12 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
                 refreshPlot(true);
             }
         };
+        push_->DissipationTaken = [this](int slot, const DissipationCurve& c) {
+            hpForm_->showDissipation(slot, c, slot >= 0 ? log_.DisPres(slot) : 0.0f,
+                                     slot >= 0 ? log_.DisWT(slot) : 0.0f);
+        };
+        if (in.drivers().PresFlowOpen()) in.presFlow().Monitor();
+        hpForm_->setUnit(in.drivers().PresFlowOpen() ? &in.drivers().PresFlow() : nullptr);
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
     }
@@ -1170,11 +1168,15 @@ bool MainWindow::startPush() {
     ctx_ = {};
     recorder_.current = std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path,
                                                            dataRoot_, naming_.family());
+    program::ConfigureHydraulics(setup, referenceTests_, instruments_->presFlow(), *push_, *recorder_.current,
+                                 host_);
+    hpForm_->setPushing(push_->LogsPresFlow());
     selectedPoint_ = -1;
     pushing_ = true;
     updateActions();
     status(QStringLiteral("Push starting: %1").arg(qpath(*path)));
     const bool started = push_->StartPush();
+    hpForm_->setPushing(false);
     pointValues_ = started;
     pushing_ = false;
     refreshPlot(true);
