@@ -12,6 +12,7 @@ namespace zel::acq {
 namespace {
 
 constexpr double kRateMarkLimit = 0.8;
+constexpr int kPresFlowStartWaitMs = 2000;
 constexpr const char* kContinuousMessage =
     "In Continuous depth mode, data is taken throughout the push regardless "
     "of depth. This will not work properly with cycling rods.";
@@ -98,7 +99,14 @@ bool PushControl::StartPush() {
     scope_.StartPush();
     if (board_.InUse()) board_.StartPush();
     presFlowSilentTold_ = false;
-    if (LogsPresFlow()) presFlow_->StartPush();
+    if (LogsPresFlow()) {
+        presFlow_->StartPush();
+        // The first point should have its pressure: the unit gets a moment for its first reading.
+        for (int waited = 0; waited < kPresFlowStartWaitMs && !presFlow_->Current(); waited += 20) {
+            host_.yield();
+            host_.sleepMs(20);
+        }
+    }
     if (Settings.timed) depth_.SetRatePerMinute(ClampInterval(Settings.intervalSetting) / 60.0);
 
     pendingDissipations_ = Settings.dissipations;
