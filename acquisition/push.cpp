@@ -298,7 +298,6 @@ void PushControl::RequestDissipation(double seconds) {
 int PushControl::RecordDissipation(double seconds) {
     using namespace dissipation_timing;
     if (!LogsPresFlow()) return -1;
-    presFlow_->SetFlow(false);
     display_.ShowText("Dissipation test");
     // The rods stop: the test belongs to the depth where they stand, not to where the command came.
     const std::int64_t asked = clock_.monotonicMs();
@@ -315,7 +314,9 @@ int PushControl::RecordDissipation(double seconds) {
         }
     }
     // The rods are held for the test: the encoder too, so the time it takes is not a depth source gone quiet.
+    // The curve starts as the injection stops.
     depth_.Pause();
+    presFlow_->SetFlow(false);
     DissipationCurve curve;
     curve.depth = depth;
     std::optional<float> firstTime, lastTime;

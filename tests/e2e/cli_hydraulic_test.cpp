@@ -41,7 +41,7 @@ struct Layer {
 constexpr Layer kLayers[] = {{0.6, 3.4, 3.0}, {4.6, 7.4, 25.0}, {8.6, 11.4, 5.0}};
 
 // The K estimate's tolerance against the site's K, ft/day.
-constexpr double kKToleranceFtDay = 0.3;
+constexpr double kKToleranceFtDay = 0.4;
 
 struct HpRow {
     double depth = 0, k = 0;
@@ -136,7 +136,7 @@ TEST(HydraulicPush, KInEachLayerAndTheWaterTableOfADissipationTest) {
     ASSERT_TRUE(curves) << error;
     ASSERT_EQ(curves->size(), 1u);
     ASSERT_GT((*curves)[0].presDown.size(), 20u);
-    EXPECT_GT((*curves)[0].presDown.front(), 100.0f);
+    EXPECT_GT((*curves)[0].presDown.front(), (*curves)[0].presDown.back() + 50.0f);
     EXPECT_NEAR((*curves)[0].presDown.back(), 18.6 + 3.0 * 0.433, 0.1);
     // zel-cli info reports the test with its curve.
     const RunResult info = runProgram(kCli + " info " + quote(tested.summary["raw_log"].get<std::string>()));
