@@ -1,5 +1,6 @@
 #include "app/zel/dissipation_window.h"
 
+#include "analysis/k_estimate.h"
 #include "app/plot/synthetic_log.h"
 #include "app/zel/gui_test_app.h"
 #include "common/testing/recording_host.h"
