@@ -13,6 +13,7 @@ namespace {
 
 constexpr double kRateMarkLimit = 0.8;
 constexpr int kPresFlowStartWaitMs = 2000;
+constexpr float kPlateauPsi = 0.05f; // the transducer's noise, five times over
 constexpr const char* kContinuousMessage =
     "In Continuous depth mode, data is taken throughout the push regardless "
     "of depth. This will not work properly with cycling rods.";
@@ -342,6 +343,20 @@ int PushControl::RecordDissipation(double seconds) {
     }
     presFlow_->SetFlow(true);
     depth_.Resume();
+    // Readings the unit took before the injection stopped (in flight as it was told) stand level at the
+    // pumping pressure: the curve starts at the last of them.
+    std::size_t first = 0;
+    while (first + 1 < curve.presDown.size() &&
+           std::fabs(curve.presDown[first + 1] - curve.presDown[0]) <= kPlateauPsi)
+        ++first;
+    if (first > 0 && first + 1 < curve.presDown.size()) {
+        const float t0 = curve.timeS[first];
+        curve.timeS.erase(curve.timeS.begin(), curve.timeS.begin() + static_cast<std::ptrdiff_t>(first));
+        curve.presDown.erase(curve.presDown.begin(),
+                             curve.presDown.begin() + static_cast<std::ptrdiff_t>(first));
+        for (float& t : curve.timeS)
+            t -= t0;
+    }
     const int slot = recorder_.AddDissipation(curve);
     if (DissipationTaken) DissipationTaken(slot, curve);
     return slot;
