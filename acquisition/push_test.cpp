@@ -363,7 +363,7 @@ TEST(PushPresFlow, DissipationTestEndsAtItsTimeLimitOrWhenTheUnitFallsSilent) {
         r.push.Settings.dissipations = {{1.0f, 12.0}};
         ASSERT_TRUE(r.push.StartPush());
         ASSERT_EQ(r.recorder.dissipations.size(), 1u);
-        EXPECT_NEAR(r.recorder.dissipations[0].timeS.back(), 12.0f, 0.21f);
+        EXPECT_NEAR(r.recorder.dissipations[0].timeS.back(), 12.0f, 0.45f); // less a leading reading or two
     }
     {
         Rig r;
