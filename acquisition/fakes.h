@@ -4,6 +4,7 @@
 #include "acquisition/instruments.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <optional>
 #include <string>
@@ -97,6 +98,39 @@ public:
 
 private:
     std::size_t index() const { return std::min<std::size_t>(reads > 1 ? reads - 2 : 0, script.size() - 1); }
+};
+
+// A pressure/flow unit whose clock moves on 0.2 s a reading: injecting at a fixed pressure and flow, and
+// with the flow off settling exponentially to `staticPsi`.
+class FakePresFlow : public PresFlowUnit {
+public:
+    bool inUse = true;
+    bool answering = true;
+    float dynamicPsi = 40.0f, flow = 300.0f, staticPsi = 24.0f, tauS = 2.0f;
+    std::vector<std::string> calls;
+
+    bool InUse() const override { return inUse; }
+    void StartPush() override { calls.push_back("start"); }
+    void StopPush() override { calls.push_back("stop"); }
+    std::optional<PresFlowReading> Current() override {
+        if (!answering) return std::nullopt;
+        time_ += 0.2f;
+        if (flowOn_) return PresFlowReading{time_, dynamicPsi - 5.0f, dynamicPsi, flow};
+        const float since = time_ - offAt_;
+        return PresFlowReading{time_, 0.0f, staticPsi + (dynamicPsi - staticPsi) * std::exp(-since / tauS),
+                               0.0f};
+    }
+    double AveragePresDown() override { return dynamicPsi; }
+    void SetFlow(bool on) override {
+        calls.push_back(on ? "flow on" : "flow off");
+        if (!on && flowOn_) offAt_ = time_;
+        flowOn_ = on;
+    }
+
+private:
+    float time_ = 0.0f;
+    float offAt_ = 0.0f;
+    bool flowOn_ = true;
 };
 
 class FakeGps : public Gps {

@@ -98,6 +98,31 @@ public:
     virtual Position Current() = 0;
 };
 
+// One reading of the hydraulic-profiling unit: its clock (s since the push's start), the upward and downward
+// pressures (PSI) and the upward flow (mL/min).
+struct PresFlowReading {
+    float timeS = 0.0f;
+    float presUp = 0.0f;
+    float presDown = 0.0f;
+    float flow = 0.0f;
+};
+
+// The pressure/flow unit of a hydraulic-profiling push. InUse() false: the push logs no pressure or flow.
+class PresFlowUnit {
+public:
+    virtual ~PresFlowUnit() = default;
+    virtual bool InUse() const = 0;
+    // The push's start: the unit's clock counts from here, its pump runs and its readings stream.
+    virtual void StartPush() = 0;
+    virtual void StopPush() = 0;
+    // The latest reading; none while the unit is not answering.
+    virtual std::optional<PresFlowReading> Current() = 0;
+    // The running average of the latest downward pressures (PSI), 0 before the first reading.
+    virtual double AveragePresDown() = 0;
+    // Injection on or off: a dissipation test stops the flow so the pore pressure can settle.
+    virtual void SetFlow(bool on) = 0;
+};
+
 class FieldDisplay {
 public:
     virtual ~FieldDisplay() = default;

@@ -1,5 +1,8 @@
 #include "acquisition/log_recorder.h"
 
+#include "analysis/dissipation.h"
+#include "analysis/k_estimate.h"
+#include "common/number_text.h"
 #include "log/data_export.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_writer.h"
@@ -25,7 +28,7 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
                       MsgIcon::Critical);
         return false;
     }
-    if (arrays_.beginPush(samples_, push_column::Count, false) != ArrayStatus::Ok) {
+    if (arrays_.beginPush(samples_, push_column::Count, Hydraulic.presFlow) != ArrayStatus::Ok) {
         host_.message("Error in Begin: no room for the push's points.", MsgButtons::Ok, MsgIcon::Critical);
         return false;
     }
@@ -41,6 +44,12 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
     log_.WavePoints(samples_ - 1);
     log_.DataSets(push_column::Count);
     log_.DataPoints(-1);
+    log_.PresFlow(Hydraulic.presFlow);
+    log_.PF_Offset(Hydraulic.pfOffsetFt);
+    log_.FlowCal(0, Hydraulic.flowCal[0]);
+    log_.FlowCal(1, Hydraulic.flowCal[1]);
+    log_.HPT1ft(Hydraulic.hpt1ft);
+    log_.HPT0ft(Hydraulic.hpt0ft);
 
     const int channels = re.ChannelsUsed();
     Context.channels = channels;
@@ -55,6 +64,8 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
     Context.depthMode = depthMode;
 
     scan_ = {};
+    dissipations_.clear();
+    files_ = {};
     tempBehindTold_ = false;
     keptCrashed_.clear();
     rescued_.clear();
@@ -88,8 +99,11 @@ bool LogRecorder::catchUpTemp() {
     const auto columns = static_cast<std::size_t>(push_column::Count);
     while (temp_.records() < arrays_.points()) {
         const int p = temp_.records();
+        const std::span<const float> presFlow = arrays_.presFlow.width() > 0
+                                                    ? std::span<const float>(arrays_.presFlow.row(p))
+                                                    : std::span<const float>{};
         if (!temp_.usable() ||
-            !temp_.writePoint(arrays_.columns.row(p).first(columns), {}, arrays_.waves.wave(p)))
+            !temp_.writePoint(arrays_.columns.row(p).first(columns), presFlow, arrays_.waves.wave(p)))
             return false;
     }
     return true;
@@ -111,8 +125,17 @@ bool LogRecorder::Append(const PointRecord& p) {
     values.wave = p.wave;
     values.columns = columns_;
     values.counter = p.counter;
+    if (Hydraulic.presFlow) {
+        // The pressure port is not at the probe's depth reference: its readings belong PF_Offset away.
+        const float offset = log_.Metric() ? Hydraulic.pfOffsetFt * 0.3048f : Hydraulic.pfOffsetFt;
+        values.presFlow = {p.depth + offset,    p.presFlow.timeS, p.presFlow.presUp,
+                           p.presFlow.presDown, p.presFlow.flow,  0.0f};
+        log_.CurrentPresDwn(p.presFlow.presDown);
+        log_.CurrentFlow(p.presFlow.flow);
+    }
     if (arrays_.appendPoint(values) != ArrayStatus::Ok) return false;
     log_.DataPoints(arrays_.points() - 1);
+    if (Hydraulic.presFlow) estimateKAt(log_, arrays_.presFlow, arrays_.points() - 1);
     scan_.add(p.depth, p.signal);
     const bool wasBehind = tempBehindTold_;
     if (catchUpTemp()) {
@@ -130,6 +153,32 @@ bool LogRecorder::Append(const PointRecord& p) {
                       MsgButtons::Ok, MsgIcon::Exclamation);
     }
     return true;
+}
+
+int LogRecorder::AddDissipation(DissipationCurve curve) {
+    const int slot = static_cast<int>(dissipations_.size());
+    const auto level = staticPressure(curve);
+    if (slot >= cZEL_Data::kDissipationTests) {
+        host_.message("This log holds five dissipation tests already; the test at " +
+                          formatNumber(curve.depth, "#0.00") + " was not kept.",
+                      MsgButtons::Ok, MsgIcon::Exclamation);
+        return -1;
+    }
+    if (!level) {
+        host_.message("The dissipation test at " + formatNumber(curve.depth, "#0.00") +
+                          " has too few readings for a static pressure; it was not kept.",
+                      MsgButtons::Ok, MsgIcon::Exclamation);
+        return -1;
+    }
+    curve.test = slot;
+    const double depthFt = log_.Metric() ? curve.depth / 0.3048 : curve.depth;
+    log_.DisDepth(slot, curve.depth);
+    log_.DisPres(slot, static_cast<float>(*level));
+    log_.DisWT(slot, static_cast<float>(waterTableFromStatic(depthFt, *level, log_.HPT1ft())));
+    log_.DisInclude(slot, true);
+    log_.DisCount(slot + 1);
+    dissipations_.push_back(std::move(curve));
+    return slot;
 }
 
 void LogRecorder::saveElsewhere() {
@@ -178,6 +227,8 @@ void LogRecorder::Finish() {
     log_.GPS_Fill();
     log_.DataPoints(arrays_.points() - 1);
     applySignalMax(log_, scan_);
+    // A water table found during the push holds for the points above the test too.
+    if (log_.PresFlow()) estimateK(log_, arrays_.presFlow);
     if (arrays_.points() == 0) {
         // Nothing to save; the empty temporary file is of no use to recovery either.
         temp_.remove();
@@ -199,6 +250,17 @@ void LogRecorder::Finish() {
                   push_column::Ch1 == ExportColumns{}.channels[0]);
     if (auto exported = ExportDataText(log_, arrays_, Context, {}, host_)) files_.dataExport = *exported;
     files_.runLog = WriteRunLog(dataRoot_, log_, clock_, false);
+    if (!dissipations_.empty()) {
+        std::string error;
+        const std::string side = dissipationFilePath(saved.path);
+        if (writeDissipationFile(side, dissipations_, error))
+            files_.dissipation = side;
+        else
+            host_.message("The dissipation curves were not saved: " + error +
+                              ". The log keeps each test's "
+                              "depth, static pressure and water table.",
+                          MsgButtons::Ok, MsgIcon::Exclamation);
+    }
     temp_.remove();
 }
 

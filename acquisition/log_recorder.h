@@ -18,6 +18,7 @@
 #include "log/temp_point_file.h"
 #include "settings/form.h"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,19 @@ using namespace point_column;
 inline constexpr int Count = PushCount;
 } // namespace push_column
 
+// What a hydraulic-profiling push records beside the points: set before Begin.
+struct HydraulicSetup {
+    bool presFlow = false;   // the points carry the pressure/flow unit's readings
+    float pfOffsetFt = 0.0f; // where the pressure port sits against the probe's depth reference, feet
+    // The flow calibration the unit's readings were taken under: offset (mL/min) and slope.
+    std::array<float, 2> flowCal{0.0f, 1.0f};
+    float hpt1ft = 0.0f; // the reference tests' readings (PSI); 0: not taken
+    float hpt0ft = 0.0f;
+};
+
 struct RecordedFiles {
     std::string rawLog, companion, dataExport, runLog;
+    std::string dissipation; // the dissipation curves' side file; empty when the push took no test
 };
 
 class LogRecorder : public PushRecorder {
@@ -41,10 +53,16 @@ public:
                 std::string rawLogPath, std::string dataRoot, LogFamily family = LogFamily::Lif);
 
     RawLogContext Context;
+    HydraulicSetup Hydraulic;
 
     bool Begin(const ReferenceControl& reference, float firstDepth, int depthMode) override;
     bool Append(const PointRecord& point) override;
     void Finish() override;
+    // The test takes the next free slot with its depth, its static pressure, the water table that pressure
+    // stands for and DisInclude set; the K of the points from here on takes the new water table, and the
+    // whole log's is computed again at the end.
+    int AddDissipation(DissipationCurve curve) override;
+    const std::vector<DissipationCurve>& Dissipations() const { return dissipations_; }
 
     const RecordedFiles& Files() const { return files_; }
     const SignalMaxScan& SignalMax() const { return scan_; }
@@ -75,6 +93,7 @@ private:
     int samples_ = 0;
     std::vector<float> columns_;
     RecordedFiles files_;
+    std::vector<DissipationCurve> dissipations_;
 };
 
 } // namespace zel::acq

@@ -2,6 +2,8 @@
 
 #include "common/number_text.h"
 
+#include <algorithm>
+#include <cmath>
 #include <exception>
 #include <stdexcept>
 
@@ -10,6 +12,8 @@ namespace zel::acq {
 namespace {
 
 constexpr double kRateMarkLimit = 0.8;
+constexpr int kPresFlowStartWaitMs = 2000;
+constexpr float kPlateauPsi = 0.05f; // the transducer's noise, five times over
 constexpr const char* kContinuousMessage =
     "In Continuous depth mode, data is taken throughout the push regardless "
     "of depth. This will not work properly with cycling rods.";
@@ -95,8 +99,21 @@ bool PushControl::StartPush() {
     scope_.StoreReference("CH2", "REF2");
     scope_.StartPush();
     if (board_.InUse()) board_.StartPush();
+    presFlowSilentTold_ = false;
+    if (LogsPresFlow()) {
+        presFlow_->StartPush();
+        // The first point should have its pressure: the unit gets a moment for its first reading.
+        for (int waited = 0; waited < kPresFlowStartWaitMs && !presFlow_->Current(); waited += 20) {
+            host_.yield();
+            host_.sleepMs(20);
+        }
+    }
     if (Settings.timed) depth_.SetRatePerMinute(ClampInterval(Settings.intervalSetting) / 60.0);
 
+    pendingDissipations_ = Settings.dissipations;
+    std::sort(pendingDissipations_.begin(), pendingDissipations_.end(),
+              [](const DissipationRequest& a, const DissipationRequest& b) { return a.depth < b.depth; });
+    requestedDissipation_.reset();
     points_ = 0;
     pointRates_.clear();
     rateEstimate_ = 0.0;
@@ -185,6 +202,19 @@ void PushControl::RunPush() {
                     host_.beep();
                 }
             }
+            step = 9;
+            if (LogsPresFlow()) {
+                if (requestedDissipation_) {
+                    const double seconds = *requestedDissipation_;
+                    requestedDissipation_.reset();
+                    RecordDissipation(seconds);
+                } else if (!pendingDissipations_.empty() &&
+                           current >= pendingDissipations_.front().depth - dissipation_timing::kReachSlack) {
+                    const double seconds = pendingDissipations_.front().seconds;
+                    pendingDissipations_.erase(pendingDissipations_.begin());
+                    RecordDissipation(seconds);
+                }
+            }
             step = 10;
             display_.ShowPoint(current, lastSignal_);
             host_.yield();
@@ -214,6 +244,17 @@ bool PushControl::AcquirePoint() {
         if (!point_->Process_Wave(wave_.samples, low)) return false;
         step = 4;
         p.position = gps_.Current();
+        if (LogsPresFlow()) {
+            p.hasPresFlow = true;
+            if (const auto r = presFlow_->Current()) {
+                p.presFlow = *r;
+            } else if (!presFlowSilentTold_) {
+                // The point is still worth having for its fluorescence; its K repeats the one before.
+                presFlowSilentTold_ = true;
+                host_.progress(
+                    "The pressure/flow unit is not answering; its points carry no pressure or flow.");
+            }
+        }
         step = 5;
         p.depth = lastDepth_;
         p.signal = point_->Wave_Signal;
@@ -244,10 +285,81 @@ bool PushControl::AcquirePoint() {
 void PushControl::FinishPush() {
     if (board_.InUse()) board_.StopPush();
     scope_.StopPush();
+    if (LogsPresFlow()) presFlow_->StopPush();
     rateReport_ = CheckPushRate(pointRates_, Settings.metric, ref_.SuppressPrompts, host_);
     recorder_.Finish();
     ref_.REFresh = false;
     ref_.FirstAcquisition = true;
+}
+
+void PushControl::RequestDissipation(double seconds) {
+    requestedDissipation_ = seconds;
+}
+
+int PushControl::RecordDissipation(double seconds) {
+    using namespace dissipation_timing;
+    if (!LogsPresFlow()) return -1;
+    display_.ShowText("Dissipation test");
+    // The rods stop: the test belongs to the depth where they stand, not to where the command came.
+    const std::int64_t asked = clock_.monotonicMs();
+    std::int64_t stillSince = asked;
+    float depth = depth_.Current();
+    while (acquiring_ && clock_.monotonicMs() - stillSince < kStillMs &&
+           clock_.monotonicMs() - asked < kStillWaitMs) {
+        host_.yield();
+        host_.sleepMs(50);
+        depth_.Read();
+        if (depth_.Current() != depth) {
+            depth = depth_.Current();
+            stillSince = clock_.monotonicMs();
+        }
+    }
+    // The rods are held for the test: the encoder too, so the time it takes is not a depth source gone quiet.
+    // The curve starts as the injection stops.
+    depth_.Pause();
+    presFlow_->SetFlow(false);
+    DissipationCurve curve;
+    curve.depth = depth;
+    std::optional<float> firstTime, lastTime;
+    std::int64_t lastReadingMs = clock_.monotonicMs();
+    // A stop during the test ends it; what was recorded is still a curve.
+    while (acquiring_) {
+        host_.yield();
+        host_.sleepMs(50);
+        const auto r = presFlow_->Current();
+        if (r && (!lastTime || r->timeS != *lastTime)) {
+            if (!firstTime) firstTime = r->timeS;
+            lastTime = r->timeS;
+            lastReadingMs = clock_.monotonicMs();
+            curve.timeS.push_back(r->timeS - *firstTime);
+            curve.presDown.push_back(r->presDown);
+            const double elapsed = curve.timeS.back();
+            if (elapsed >= seconds) break;
+            if (elapsed >= kMinSeconds && levelled(curve, kLevelWindowS, kLevelTolerancePsi)) break;
+        } else if (clock_.monotonicMs() - lastReadingMs > kSilentMs) {
+            host_.progress("The pressure/flow unit stopped answering during the dissipation test.");
+            break;
+        }
+    }
+    presFlow_->SetFlow(true);
+    depth_.Resume();
+    // Readings the unit took before the injection stopped (in flight as it was told) stand level at the
+    // pumping pressure: the curve starts at the last of them.
+    std::size_t first = 0;
+    while (first + 1 < curve.presDown.size() &&
+           std::fabs(curve.presDown[first + 1] - curve.presDown[0]) <= kPlateauPsi)
+        ++first;
+    if (first > 0 && first + 1 < curve.presDown.size()) {
+        const float t0 = curve.timeS[first];
+        curve.timeS.erase(curve.timeS.begin(), curve.timeS.begin() + static_cast<std::ptrdiff_t>(first));
+        curve.presDown.erase(curve.presDown.begin(),
+                             curve.presDown.begin() + static_cast<std::ptrdiff_t>(first));
+        for (float& t : curve.timeS)
+            t -= t0;
+    }
+    const int slot = recorder_.AddDissipation(curve);
+    if (DissipationTaken) DissipationTaken(slot, curve);
+    return slot;
 }
 
 void PushControl::RequestStop() {

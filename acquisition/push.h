@@ -8,6 +8,7 @@
 
 #include "acquisition/instruments.h"
 #include "acquisition/reference.h"
+#include "analysis/dissipation.h"
 #include "common/clock.h"
 #include "common/host.h"
 #include "waveform/waveform.h"
@@ -34,6 +35,10 @@ struct PointRecord {
     std::array<float, 2> aux{}; // the data board's analogue values
     float counter = 0.0f;       // the depth encoder's stored step, in stepped read-back mode
     Position position;
+    // The pressure/flow unit's reading at the point, when the push logs pressure and flow (zeros while the
+    // unit does not answer).
+    bool hasPresFlow = false;
+    PresFlowReading presFlow;
     std::span<const float> wave; // background subtracted, as processed
     float deltaX = 0.0f;
     double delay = 0.0;
@@ -50,7 +55,29 @@ public:
     virtual bool Append(const PointRecord& point) = 0;
     // The files of the finished push; the point store kept for recovery is removed once they are written.
     virtual void Finish() = 0;
+    // A dissipation test taken during the push; returns its slot (0..4), or -1 when the log has no room left
+    // (five tests) or the curve gave no static pressure.
+    virtual int AddDissipation(DissipationCurve curve) = 0;
 };
+
+// A dissipation test the push takes by itself: once the depth reaches `depth` (log unit) and the rods stand
+// still, for at most `seconds`.
+struct DissipationRequest {
+    float depth = 0.0f;
+    double seconds = 120.0;
+};
+
+namespace dissipation_timing {
+inline constexpr double kMinSeconds = 10.0;  // never shorter: the curve must show where it goes
+inline constexpr double kLevelWindowS = 6.0; // levelled: the last 6 s moved less than
+inline constexpr double kLevelTolerancePsi = 0.02;
+inline constexpr std::int64_t kStillMs = 1000; // the rods stand still: no new depth for this long
+inline constexpr std::int64_t kStillWaitMs = 60000;
+inline constexpr std::int64_t kSilentMs = 5000; // no reading this long ends the test
+// A request is met this close above its depth (log unit): the encoder's last step may stop just short of
+// where the rods are held.
+inline constexpr float kReachSlack = 0.05f;
+} // namespace dissipation_timing
 
 struct PushSettings {
     bool metric = false;
@@ -70,6 +97,9 @@ struct PushSettings {
     std::array<bool, kGainChannels> exclude{};
     bool excludeCH1 = false;
     float ch1Correction = 0.0f;
+    // Dissipation tests at given depths (zel-cli's --dissipation); taken in depth order, only when the push
+    // logs pressure and flow.
+    std::vector<DissipationRequest> dissipations;
 };
 
 // 2 .. 300 seconds.
@@ -103,8 +133,22 @@ public:
     void RequestStop();
     void PausePush();
     void SetContinuous(bool on);
+    // The dissipation command: a test at the depth where the rods are stopped, from the next pass on.
+    void RequestDissipation(double seconds);
+    // Records one test now: injection off, the rods' standing still awaited, the downward pressure against
+    // time until it levels or `seconds` have passed, injection on again. The curve goes to the recorder.
+    // Returns the slot it took, or -1.
+    int RecordDissipation(double seconds);
+    // Reported after each dissipation test, with the slot it took (-1: not kept).
+    std::function<void(int slot, const DissipationCurve&)> DissipationTaken;
+
     // The timed acquisition command; returns its new caption.
     std::string ToggleTimed();
+
+    // The pressure/flow unit of a hydraulic-profiling push; none (or one not in use): no pressure or flow.
+    // It must outlive the push.
+    void SetPresFlow(PresFlowUnit* unit) { presFlow_ = unit; }
+    bool LogsPresFlow() const { return presFlow_ && presFlow_->InUse(); }
 
     // Loop state.
     bool Acquiring() const { return acquiring_; }
@@ -133,6 +177,10 @@ private:
     Gps& gps_;
     FieldDisplay& display_;
     PushRecorder& recorder_;
+    PresFlowUnit* presFlow_ = nullptr;
+    bool presFlowSilentTold_ = false;
+    std::vector<DissipationRequest> pendingDissipations_; // by depth
+    std::optional<double> requestedDissipation_;          // the command's, at the next pass
     std::unique_ptr<cZEL_Waveform> point_;
 
     bool acquiring_ = false;

@@ -66,6 +66,11 @@ public:
         return true;
     }
     void Finish() override { ++finished; }
+    std::vector<DissipationCurve> dissipations;
+    int AddDissipation(DissipationCurve curve) override {
+        dissipations.push_back(std::move(curve));
+        return static_cast<int>(dissipations.size()) - 1;
+    }
 };
 
 Waveform reWave() {
@@ -84,6 +89,7 @@ struct Rig {
     FakeRecorder recorder;
     ReferenceControl reference{host, clock, scope, board, depth};
     PushControl push{host, clock, reference, scope, board, depth, gps, display, recorder};
+    testing::FakePresFlow presFlow;
 
     Rig() {
         scope.waves["CH2"] = Waveform{std::vector<float>(300, 1.0f), 5e-9f, 0.0};
@@ -291,6 +297,86 @@ TEST(Push, PauseContinuousAndTimedCaption) {
                                        "with cycling rods."});
     EXPECT_EQ(r.push.ToggleTimed(), "STOP");
     EXPECT_EQ(r.push.ToggleTimed(), "Continuous Wave Acq.");
+}
+
+TEST(PushPresFlow, EachPointCarriesTheUnitsReadingAndASilentUnitIsToldOnce) {
+    struct Case {
+        bool inUse, answering;
+        bool hasPresFlow;
+        float presDown;
+        std::size_t progressTexts;
+    };
+    for (const Case& c : {Case{true, true, true, 40.0f, 0}, Case{true, false, true, 0.0f, 1},
+                          Case{false, true, false, 0.0f, 0}}) {
+        Rig r;
+        r.presFlow.inUse = c.inUse;
+        r.presFlow.answering = c.answering;
+        r.push.SetPresFlow(&r.presFlow);
+        r.depth.script = {0.0f, 0.05f, 0.1f};
+        ASSERT_TRUE(r.push.StartPush());
+        ASSERT_EQ(r.recorder.points.size(), 3u);
+        for (const auto& p : r.recorder.points) {
+            EXPECT_EQ(p.hasPresFlow, c.hasPresFlow);
+            EXPECT_EQ(p.presFlow.presDown, c.presDown);
+        }
+        if (c.answering && c.inUse) {
+            EXPECT_LT(r.recorder.points[0].presFlow.timeS, r.recorder.points[2].presFlow.timeS);
+        }
+        const std::vector<std::string> calls =
+            c.inUse ? std::vector<std::string>{"start", "stop"} : std::vector<std::string>{};
+        EXPECT_EQ(r.presFlow.calls, calls);
+        EXPECT_EQ(r.host.progressTexts().size(), c.progressTexts);
+    }
+}
+
+TEST(PushPresFlow, DissipationTestAtItsDepthOnceTheRodsStandStill) {
+    Rig r;
+    r.push.SetPresFlow(&r.presFlow);
+    r.presFlow.tauS = 1.5f;
+    // The push reaches 1.0 and the rods stop there (repeated readings), then go on.
+    r.depth.script = {0.5f, 0.95f};
+    r.depth.script.insert(r.depth.script.end(), 30, 1.0f);
+    r.depth.script.insert(r.depth.script.end(), {1.5f, 2.0f});
+    r.push.Settings.dissipations = {{1.8f, 60.0}, {0.9f, 60.0}}; // taken in depth order
+    ASSERT_TRUE(r.push.StartPush());
+    ASSERT_EQ(r.recorder.dissipations.size(), 2u);
+    const DissipationCurve& first = r.recorder.dissipations[0];
+    EXPECT_FLOAT_EQ(first.depth, 1.0f); // where the rods stood, not where the request was met
+    EXPECT_FLOAT_EQ(r.recorder.dissipations[1].depth, 2.0f);
+    EXPECT_EQ(r.depth.pauses, 2); // the encoder held with the rods, for each test
+    EXPECT_EQ(r.depth.resumes, 2);
+    // Levelled long before its 60 s, and never before the shortest test.
+    ASSERT_FALSE(first.timeS.empty());
+    EXPECT_GE(first.timeS.back(), dissipation_timing::kMinSeconds);
+    EXPECT_LT(first.timeS.back(), 30.0f);
+    EXPECT_NEAR(*staticPressure(first), r.presFlow.staticPsi, 0.02);
+    EXPECT_EQ(r.presFlow.calls,
+              (std::vector<std::string>{"start", "flow off", "flow on", "flow off", "flow on", "stop"}));
+}
+
+TEST(PushPresFlow, DissipationTestEndsAtItsTimeLimitOrWhenTheUnitFallsSilent) {
+    {
+        Rig r;
+        r.push.SetPresFlow(&r.presFlow);
+        r.presFlow.tauS = 100.0f; // clay: far from level within the limit
+        r.depth.script = {0.5f, 1.0f, 1.5f};
+        r.push.Settings.dissipations = {{1.0f, 12.0}};
+        ASSERT_TRUE(r.push.StartPush());
+        ASSERT_EQ(r.recorder.dissipations.size(), 1u);
+        EXPECT_NEAR(r.recorder.dissipations[0].timeS.back(), 12.0f, 0.45f); // less a leading reading or two
+    }
+    {
+        Rig r;
+        r.push.SetPresFlow(&r.presFlow);
+        r.depth.script = {0.5f, 1.0f, 1.5f};
+        r.push.Settings.dissipations = {{1.0f, 60.0}};
+        r.presFlow.answering = false;
+        ASSERT_TRUE(r.push.StartPush());
+        ASSERT_EQ(r.recorder.dissipations.size(), 1u);
+        EXPECT_TRUE(r.recorder.dissipations[0].timeS.empty());
+        EXPECT_EQ(r.presFlow.calls.back(), "stop");
+        EXPECT_EQ(r.presFlow.calls[r.presFlow.calls.size() - 2], "flow on");
+    }
 }
 
 } // namespace

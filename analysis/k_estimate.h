@@ -26,13 +26,31 @@ double pointK(double depth, double presDown, double flow, double p0, double wate
 // without a usable ratio repeats the previous point's estimate (0.1 for the first point); no stored
 // estimate is below 0.1. A log without the pressure/flow table is left as it is.
 void estimateK(const cZEL_Data& log, PointMatrix& presFlow);
+// The same rule for one point, the points before it already estimated: a push estimates each point as it is
+// stored, so the live K track needs no pass over the whole log.
+void estimateKAt(const cZEL_Data& log, PointMatrix& presFlow, int point);
 
 // The check of the two reference tests: 1 ft minus 0 ft must be 0.433 PSI within 10 %, both ends included.
-bool referenceTestPasses(float hpt1ft, float hpt0ft);
-// The "1 ft" test: the reading becomes HPT1ft; the text the dialog shows for it ("#0.000").
-std::string takeOneFootTest(cZEL_Data& log, float reading);
-// The "0 ft" test: the reading becomes HPT0ft, then the difference is checked and the result shown. The
-// readings are kept whatever the result. Returns the text the dialog shows for the reading.
-std::string takeZeroFootTest(cZEL_Data& log, float reading, Host& host);
+// The readings are compared as the doubles they were averaged in.
+bool referenceTestPasses(double hpt1ft, double hpt0ft);
+
+// The two surface tests of a hydraulic-profiling push, taken before it starts and kept for its log. Each
+// takes the averaged live downward pressure.
+class ReferenceTests {
+public:
+    // The "1 ft" test: the reading becomes HPT1ft; returns the text the form shows for it ("#0.000").
+    std::string TakeOneFoot(double reading);
+    // The "0 ft" test: the reading becomes HPT0ft, then 1 ft minus 0 ft is checked and the result shown. The
+    // readings are kept whatever the result. Returns the text the form shows for the reading.
+    std::string TakeZeroFoot(double reading, Host& host);
+    double OneFoot() const { return oneFoot_; }
+    double ZeroFoot() const { return zeroFoot_; }
+    // HPT1ft and HPT0ft of a log (a new push's, or a loaded one's).
+    void ApplyTo(cZEL_Data& log) const;
+
+private:
+    double oneFoot_ = 0.0;
+    double zeroFoot_ = 0.0;
+};
 
 } // namespace zel

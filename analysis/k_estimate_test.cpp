@@ -95,13 +95,44 @@ TEST_F(KEstimateTest, NoDissipationTestNeverCorrectsForTheWaterColumn) {
     EXPECT_NEAR(k[0], 7.0f, 1e-4);
 }
 
-TEST(ReferenceTest, WindowIsInclusive) {
+TEST_F(KEstimateTest, MetricLogMeasuresTheWaterColumnInFeet) {
+    // DisWT is in feet in every log: a metric depth must be converted before the head below it is taken.
+    log.HPT1ft(10.433f);
+    log.Metric(true);
+    log.DisInclude(0, true);
+    log.DisWT(0, 20.0f);
+    const auto k = run({{6.096f, 12.0f, 2.0f},   // 20 ft: at the water table
+                        {9.144f, 16.33f, 2.0f},  // 30 ft: 4.33 PSI of water above the probe
+                        {3.048f, 12.0f, 2.0f}}); // 10 ft: above it
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(k[i], 2.1336f, 2e-3) << "point " << i;
+}
+
+TEST_F(KEstimateTest, PointByPointAsAPushStoresThemEqualsTheWholePass) {
+    log.HPT1ft(10.433f);
+    log.DisInclude(1, true);
+    log.DisWT(1, 3.0f);
+    const std::vector<HptPoint> points{{1.0f, 10.0f, 5.0f},  {2.0f, 12.0f, 2.0f}, {3.0f, 10.0f, 5.0f},
+                                       {4.0f, 14.0f, 30.0f}, {5.0f, 8.0f, 2.0f},  {6.0f, 13.0f, 0.5f}};
+    const auto whole = run(points);
+    for (int i = 0; i < presFlow.points(); ++i)
+        presFlow(presflow_column::KEstimate, i) = -5.0f;
+    for (int i = 0; i < presFlow.points(); ++i)
+        estimateKAt(log, presFlow, i);
+    for (int i = 0; i < presFlow.points(); ++i)
+        EXPECT_FLOAT_EQ(presFlow(presflow_column::KEstimate, i), whole[i]) << "point " << i;
+}
+
+TEST(ReferenceTest, WindowIsInclusiveAsWritten) {
+    // Both ends pass also as the differences of readings whose binary difference falls just outside.
     struct Case {
-        float oneFoot, zeroFoot;
+        double oneFoot, zeroFoot;
         bool pass;
     };
-    for (const Case& c : {Case{0.3897f, 0.0f, true}, Case{0.4763f, 0.0f, true}, Case{0.3896f, 0.0f, false},
-                          Case{0.4764f, 0.0f, false}, Case{10.433f, 10.0f, true}, Case{0.0f, 0.433f, false}})
+    for (const Case& c : {Case{0.3897, 0.0, true}, Case{0.4763, 0.0, true}, Case{18.8897, 18.5, true},
+                          Case{10.4763, 10.0, true}, Case{0.3896, 0.0, false}, Case{0.4764, 0.0, false},
+                          Case{18.8896, 18.5, false}, Case{10.4764, 10.0, false}, Case{10.433, 10.0, true},
+                          Case{0.0, 0.433, false}})
         EXPECT_EQ(referenceTestPasses(c.oneFoot, c.zeroFoot), c.pass) << c.oneFoot << " - " << c.zeroFoot;
 }
 
@@ -109,17 +140,19 @@ TEST(ReferenceTest, MessagesKeepTheReadingsEitherWay) {
     testing::RecordingHost host;
     FakeClock clock;
     cZEL_Data log{host, clock};
-    EXPECT_EQ(takeOneFootTest(log, 18.9f), "18.900");
-    EXPECT_EQ(takeZeroFootTest(log, 18.5f, host), "18.500");
-    EXPECT_EQ(takeZeroFootTest(log, 18.0f, host), "18.000");
+    ReferenceTests tests;
+    EXPECT_EQ(tests.TakeOneFoot(18.8897), "18.890");
+    EXPECT_EQ(tests.TakeZeroFoot(18.5, host), "18.500");
+    EXPECT_EQ(tests.TakeZeroFoot(18.0, host), "18.000");
     ASSERT_EQ(host.events().size(), 2u);
-    EXPECT_EQ(host.events()[0].text, "Tested value = 0.400\r\nPassed test.");
+    EXPECT_EQ(host.events()[0].text, "Tested value = 0.390\r\nPassed test.");
     EXPECT_EQ(host.events()[0].icon, MsgIcon::None);
     EXPECT_EQ(host.events()[1].text,
-              "Tested value = 0.900\r\nFailed test. Outside of target +/- 10% range.\r\n"
+              "Tested value = 0.890\r\nFailed test. Outside of target +/- 10% range.\r\n"
               "Target value of [1ft test] - [0ft test] = 0.433 PSI");
     EXPECT_EQ(host.events()[1].icon, MsgIcon::Critical);
-    EXPECT_FLOAT_EQ(log.HPT1ft(), 18.9f);
+    tests.ApplyTo(log);
+    EXPECT_FLOAT_EQ(log.HPT1ft(), 18.8897f);
     EXPECT_FLOAT_EQ(log.HPT0ft(), 18.0f);
 }
 

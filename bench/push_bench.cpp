@@ -56,6 +56,7 @@ public:
         inner_.Finish();
         finishS = secondsSince(t);
     }
+    int AddDissipation(DissipationCurve curve) override { return inner_.AddDissipation(std::move(curve)); }
     double appendS = 0.0;
     double finishS = 0.0;
 

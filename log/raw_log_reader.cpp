@@ -596,9 +596,11 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
         return result;
     }
     if (arrays.presFlow.width() > 0) {
-        // The pressure/flow rows carry no depth of their own in the file: it is the point's depth.
+        // The pressure/flow rows carry no depth of their own in the file: it is the point's depth, moved by
+        // the pressure port's offset (PF_Offset, feet) as the push recorded it.
+        const float offset = log.Metric() ? log.PF_Offset() * 0.3048f : log.PF_Offset();
         for (int p = 0; p < arrays.presFlow.points(); ++p)
-            arrays.presFlow(presflow_column::Depth, p) = arrays.columns(point_column::Depth, p);
+            arrays.presFlow(presflow_column::Depth, p) = arrays.columns(point_column::Depth, p) + offset;
         estimateK(log, arrays.presFlow);
     }
     pause();

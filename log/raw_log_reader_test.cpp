@@ -189,6 +189,25 @@ TEST_F(RawLogReaderTest, TheDataReaderEstimatesKAtEachPointsDepth) {
     EXPECT_EQ(arrays.presFlow(presflow_column::KEstimate, 1), arrays.presFlow(presflow_column::KEstimate, 0));
 }
 
+// PF_Offset is kept in feet: a metric log's pressure/flow rows move by its metres.
+TEST_F(RawLogReaderTest, PressureRowsSitPfOffsetFromTheirPoints) {
+    struct Case {
+        const char* units;
+        float expected;
+    };
+    for (const Case& c : {Case{"units=Ft", 21.0f}, Case{"units=M", 20.3048f}}) {
+        std::string text = kText;
+        text.replace(text.find("units=M"), 7, c.units);
+        text.replace(text.find("DEPTH=0.5,1.5"), 13, "DEPTH=0,20");
+        text.insert(text.find("[GPS]"), "PresFlow=True\r\nPF_Offset=1\r\n");
+        text.insert(text.find("DATA=Binary"),
+                    "TIME=0,1\r\nPRES_UP=0,0\r\nPRES_DOWN=12,12\r\nFLOW_UP=3,30\r\n");
+        ASSERT_TRUE(load(withTrailer(text, kBlock)).ok) << c.units;
+        ASSERT_EQ(arrays.presFlow.points(), 2);
+        EXPECT_NEAR(arrays.presFlow(presflow_column::Depth, 1), c.expected, 1e-5) << c.units;
+    }
+}
+
 TEST_F(RawLogReaderTest, StoredBaselineIsOfferedWhenTheFeatureIsOn) {
     std::string text = kText;
     text.insert(text.find("[GPS]"), "BASELINE=0.5,0.25\r\n");

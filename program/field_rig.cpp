@@ -162,6 +162,28 @@ void DisplayAdapter::ShowPause(bool paused) {
         d_.Push_PauseEND();
 }
 
+void PresFlowAdapter::Monitor() {
+    if (u_.PortOpen()) u_.StartStream(periodMs);
+}
+
+void PresFlowAdapter::StartPush() {
+    u_.ZeroClock();
+    u_.SetFlow(true);
+    u_.StartStream(periodMs);
+}
+
+void PresFlowAdapter::StopPush() {
+    // The stream goes on: the form keeps showing the live pressure between pushes.
+    u_.SetFlow(false);
+}
+
+std::optional<acq::PresFlowReading> PresFlowAdapter::Current() {
+    const auto r = u_.Last();
+    if (!r || !u_.Answering()) return std::nullopt;
+    return acq::PresFlowReading{static_cast<float>(r->timeS), static_cast<float>(r->presUpPsi),
+                                static_cast<float>(r->presDownPsi), static_cast<float>(r->flowMlMin)};
+}
+
 std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
                                            std::vector<std::unique_ptr<SimChild>>& sims) {
     const std::string sim = o.program.empty() ? simProgramPath() : o.program;
@@ -187,6 +209,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
     if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
     if (o.hd) add({"--hd"});
+    for (const std::string& hold : o.holds)
+        add({"--hold", hold});
     sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
     const SimChild& rig = *sims.back();
     if (!rig.running()) {
@@ -218,7 +242,7 @@ PushRig::PushRig(Host& host, const Clock& clock, std::unique_ptr<FieldInstrument
     : sims_(std::move(sims)), drivers_(std::move(drivers)), scope_(drivers_->Scope()),
       board_(drivers_->HdBoard(), drivers_->Depth(), hdInUse),
       depth_(drivers_->Depth(), host, clock, depthIdleMs), gps_(drivers_->Gps()),
-      display_(drivers_->Display(), depth_) {}
+      display_(drivers_->Display(), depth_), presFlow_(drivers_->PresFlow()) {}
 
 PushRig::~PushRig() {
     drivers_->Close();

@@ -87,7 +87,11 @@ public:
     float StoredStep() override { return static_cast<float>(d_.Int_Counter_Value); }
     bool EndOfPush() override;
     void Pause() override { d_.DepthPause = true; }
-    void Resume() override { d_.DepthPause = false; }
+    // A pause is not the line gone quiet: the idle time counts again from the resume.
+    void Resume() override {
+        d_.DepthPause = false;
+        lastReadings_ = -1;
+    }
     float StopDepth() override;
     // The timed variant: from now on the depth advances by `rate` (the interval in minutes) once every
     // interval, from the depth it has now, whatever the encoder does; the log's depths then count minutes.
@@ -137,6 +141,27 @@ private:
     bool started_ = false;
 };
 
+// The hydraulic-profiling unit in the push: in use when the set-up asks for pressure and flow ("/PF" or the
+// Setup form's box) and the unit's line is open.
+class PresFlowAdapter : public acq::PresFlowUnit {
+public:
+    explicit PresFlowAdapter(cZEL_PresFlow& unit) : u_(unit) {}
+    bool enabled = false;
+    int periodMs = 200; // ten readings, the reference tests' average, in 2 s
+
+    bool InUse() const override { return enabled && u_.PortOpen(); }
+    // Streams without touching the unit's clock or pump: the live reading of the form and the tests.
+    void Monitor();
+    void StartPush() override;
+    void StopPush() override;
+    std::optional<acq::PresFlowReading> Current() override;
+    double AveragePresDown() override { return u_.AveragePresDown(); }
+    void SetFlow(bool on) override { u_.SetFlow(on); }
+
+private:
+    cZEL_PresFlow& u_;
+};
+
 // What the simulated instruments do; the test aids let end-to-end tests misbehave on purpose.
 struct SimOptions {
     double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
@@ -151,6 +176,8 @@ struct SimOptions {
     double rodFt = -1;        // rod length (pause at each multiple); negative: the rig's default
     double rodPauseS = -1;    // each rod change's pause; negative: the rig's default
     std::string program;      // zel-sim; empty: beside the running program
+    // Where the rig's operator holds the rods still (a dissipation test): "DEPTH:SECONDS" each.
+    std::vector<std::string> holds;
 };
 
 // Starts the simulators as children (appended to sims) and returns the settings that point the openers at
@@ -171,6 +198,7 @@ public:
     DepthAdapter& depth() { return depth_; }
     acq::Gps& gps() { return gps_; }
     DisplayAdapter& display() { return display_; }
+    PresFlowAdapter& presFlow() { return presFlow_; }
     FieldInstruments& drivers() { return *drivers_; }
     bool simulated() const { return !sims_.empty(); }
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
@@ -184,6 +212,7 @@ private:
     DepthAdapter depth_;
     GpsAdapter gps_;
     DisplayAdapter display_;
+    PresFlowAdapter presFlow_;
 };
 
 // The simulated rig in one step: simulators started, drivers opened at once (no paced start-up). Empty with

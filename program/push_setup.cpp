@@ -35,6 +35,9 @@ PushSetup ReadPushSetup(const SettingsModel& m) {
         const double count = m.number(kTab, kEmulateStopCount).value_or(0.0);
         s.emulationStopCount = count >= 1.0 && count <= 1e6 ? static_cast<int>(count) : 0;
     }
+    s.presFlow = m.checked(kTab, kPresFlow);
+    const double pfOffset = m.number(kTab, kPFOffset).value_or(0.0);
+    s.pfOffsetFt = std::fabs(pfOffset) <= 100.0 ? static_cast<float>(pfOffset) : 0.0f;
     return s;
 }
 

@@ -27,6 +27,10 @@ struct PushSetup {
     // The emulator stops by itself after this many steps; 0: it does not.
     int emulationStopCount = 0;
     std::string stepText = "0.05";
+    // Hydraulic profiling: the pressure/flow unit's readings with every point ("/PF" ticks the box), the
+    // pressure port's offset from the probe's depth reference (feet).
+    bool presFlow = false;
+    float pfOffsetFt = 0.0f;
 };
 
 // The Setup form's push controls. The timed and continuous variants are commands, not stored settings: they

@@ -33,6 +33,8 @@ TEST(PushSetup, OptionsFileSectionsGiveThePushAndTheProcessing) {
                           "6,txtStep=0.10\r\n"
                           "7,chkEmulateStop=1\r\n"
                           "8,txtEmulateStopCount=40\r\n"
+                          "9,chkPresFlow=1\r\n"
+                          "10,txtPFOffset=-0.5\r\n"
                           "[AdvOptions]\r\n"
                           "0,txtWidthLimit=30\r\n"
                           "1,chkChannelGain=1\r\n"
@@ -56,6 +58,8 @@ TEST(PushSetup, OptionsFileSectionsGiveThePushAndTheProcessing) {
     EXPECT_EQ(p.stepText, "0.10");
     EXPECT_EQ(p.emulationStopCount, 40);
     EXPECT_FALSE(p.timed);
+    EXPECT_TRUE(p.presFlow);
+    EXPECT_EQ(p.pfOffsetFt, -0.5f);
 
     const ProcessingSetup s = ReadProcessingSetup(m);
     EXPECT_EQ(s.widthLimit, 30);
@@ -73,6 +77,9 @@ TEST(PushSetup, OptionsFileSectionsGiveThePushAndTheProcessing) {
     const PushSetup q = ReadPushSetup(m);
     EXPECT_FALSE(q.stopDepth);
     EXPECT_FALSE(q.startDepth);
+    // An offset of metres of rod is a typing error, not a probe: no offset.
+    m.set(control::kTab, control::kPFOffset, "250");
+    EXPECT_EQ(ReadPushSetup(m).pfOffsetFt, 0.0f);
 }
 
 TEST(PushSetup, FormsAsTheyStandFillTheModel) {

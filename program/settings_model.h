@@ -30,6 +30,8 @@ inline constexpr const char* kInterval = "txtInterval";
 inline constexpr const char* kStep = "txtStep";
 inline constexpr const char* kEmulateStop = "chkEmulateStop";
 inline constexpr const char* kEmulateStopCount = "txtEmulateStopCount";
+inline constexpr const char* kPresFlow = "chkPresFlow"; // hydraulic profiling: log pressure and flow
+inline constexpr const char* kPFOffset = "txtPFOffset"; // the pressure port's offset from the depth, ft
 // Advanced (frmAdvOptions): the processing options.
 inline constexpr const char* kWidthLimit = "txtWidthLimit";
 inline constexpr const char* kApplyGains = "chkChannelGain";

@@ -1,5 +1,7 @@
 #include "app/cli/info_command.h"
 
+#include "analysis/dissipation.h"
+#include "analysis/k_estimate.h"
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "common/windows1252.h"
@@ -69,6 +71,38 @@ Json lists(const RawLogText& text) {
     return l;
 }
 
+// The hydraulic profiling of a log that carries pressure and flow: the reference tests and the dissipation
+// tests, with the number of readings of each test's curve in the side file beside the log.
+Json hydraulic(const cZEL_Data& log, const std::string& rawPath) {
+    Json h;
+    h["hpt1ft"] = plain(log.HPT1ft());
+    h["hpt0ft"] = plain(log.HPT0ft());
+    h["reference_test"] = log.HPT1ft() == 0.0f && log.HPT0ft() == 0.0f      ? "not taken"
+                          : referenceTestPasses(log.HPT1ft(), log.HPT0ft()) ? "passed"
+                                                                            : "failed";
+    h["water_table_ft"] = log.DisWTavg() > 0.0f ? Json(plain(log.DisWTavg())) : Json(nullptr);
+    std::string error;
+    const auto curves = readDissipationFile(dissipationFilePath(rawPath), error);
+    Json tests = Json::array();
+    for (int i = 0; i < cZEL_Data::kDissipationTests; ++i) {
+        if (log.DisDepth(i) == 0.0f && log.DisPres(i) == 0.0f && log.DisWT(i) == 0.0f && !log.DisInclude(i))
+            continue;
+        std::size_t readings = 0;
+        if (curves)
+            for (const DissipationCurve& c : *curves)
+                if (c.test == i) readings = c.timeS.size();
+        tests.push_back({{"test", i},
+                         {"depth", plain(log.DisDepth(i))},
+                         {"static_psi", plain(log.DisPres(i))},
+                         {"water_table_ft", plain(log.DisWT(i))},
+                         {"included", log.DisInclude(i)},
+                         {"readings", readings}});
+    }
+    h["dissipation_tests"] = std::move(tests);
+    if (!curves) h["dissipation_file_error"] = utf8(error);
+    return h;
+}
+
 } // namespace
 
 int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
@@ -107,6 +141,7 @@ int runInfo(const InfoArgs& args, std::ostream& out, std::ostream& err) {
     for (const std::string& m : host.shown())
         messages.push_back(utf8(m));
     j["messages"] = std::move(messages);
+    if (log.PresFlow()) j["hydraulic"] = hydraulic(log, args.path);
     if (args.lists) j["lists"] = lists(text);
     if (args.wave) j["wave"] = {{"point", *args.wave}, {"samples", plain(arrays.waves.wave(*args.wave))}};
     out << j.dump(2) << '\n';

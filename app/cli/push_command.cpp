@@ -17,6 +17,7 @@
 #include "instruments/platform/event_loop_host.h"
 #include "program/field_rig.h"
 #include "program/gps_fix.h"
+#include "program/hydraulic.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -55,19 +56,22 @@ struct PushArgs {
     bool noAreaCheck = false;
     bool yes = false;
     bool no = false;
-    double rateFtPerS = 0.06; // 0.72 in/s, under the 0.8 in/s target
-    std::string site;         // the simulated rig's site file
-    std::uint32_t seed = 1;   // the simulated rig's seed
-    double rodFt = -1;        // the simulated rig's rod length; negative: its default
-    double rodPauseS = -1;    // the simulated rig's pause at a rod change; negative: its default
-    int sweepMs = -1;         // the scope simulator's own default when negative
-    double reScale = 1.0;     // brightness of the simulated reference emitter
-    std::string scopeDump;    // the scope simulator's record of every curve it sent
-    std::string scopeStall;   // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
-    int depthNoiseEvery = 0;  // line noise on the simulated depth line
-    int reAgeMinutes = 0;     // test aid: the RE is stamped this many minutes before it was taken
-    bool hd = false;          // as "/H": the data board in the push
-    double idleSeconds = 60;  // no new depth this long ends the push
+    double rateFtPerS = 0.06;    // 0.72 in/s, under the 0.8 in/s target
+    std::string site;            // the simulated rig's site file
+    std::uint32_t seed = 1;      // the simulated rig's seed
+    double rodFt = -1;           // the simulated rig's rod length; negative: its default
+    double rodPauseS = -1;       // the simulated rig's pause at a rod change; negative: its default
+    int sweepMs = -1;            // the scope simulator's own default when negative
+    double reScale = 1.0;        // brightness of the simulated reference emitter
+    std::string scopeDump;       // the scope simulator's record of every curve it sent
+    std::string scopeStall;      // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
+    int depthNoiseEvery = 0;     // line noise on the simulated depth line
+    int reAgeMinutes = 0;        // test aid: the RE is stamped this many minutes before it was taken
+    bool hd = false;             // as "/H": the data board in the push
+    double idleSeconds = 60;     // no new depth this long ends the push
+    bool presFlow = false;       // as "/PF": the pressure/flow unit's readings with every point
+    bool referenceTests = false; // the 1 ft and 0 ft tests from the live pressure before the push
+    std::vector<std::string> dissipations; // "DEPTH[:SECONDS]" each
     std::vector<std::string> switches;
 };
 
@@ -129,6 +133,24 @@ int runPush(const PushArgs& a) {
     }
     if (a.continuous) setup.continuous = true;
     if (a.delaySeconds) setup.startDelaySeconds = *a.delaySeconds;
+    if (a.presFlow || s.pressureFlow) setup.presFlow = true;
+    if (a.dissipations.size() > static_cast<std::size_t>(dissipation::kMaxTests)) {
+        host.message("A log holds at most five dissipation tests.");
+        return 2;
+    }
+    std::vector<acq::DissipationRequest> dissipations;
+    for (const std::string& text : a.dissipations) {
+        const auto request = program::ParseDissipationRequest(text);
+        if (!request) {
+            host.message("--dissipation " + text + ": expected DEPTH[:SECONDS], SECONDS from 10 to 3600.");
+            return 2;
+        }
+        dissipations.push_back(*request);
+    }
+    if (!dissipations.empty() && !setup.presFlow) {
+        host.message("A dissipation test needs the pressure/flow unit: add --pf or /PF.");
+        return 2;
+    }
     const program::ProcessingSetup processingSetup = program::ReadProcessingSetup(model);
 
     std::vector<std::unique_ptr<SimChild>> sims;
@@ -146,6 +168,10 @@ int runPush(const PushArgs& a) {
         o.scopeStall = a.scopeStall;
         o.depthNoiseEvery = a.depthNoiseEvery;
         o.hd = hd;
+        // The rig's operator holds the rods at each test's depth (in feet) for as long as the test may take.
+        for (const acq::DissipationRequest& d : dissipations)
+            o.holds.push_back(formatNumber(setup.metric ? d.depth / 0.3048 : d.depth, "#0.0###") + ":" +
+                              formatNumber(d.seconds + 5.0, "#0.0"));
         const auto config = program::startSimulators(host, o, sims);
         if (!config) return 1;
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
@@ -170,6 +196,8 @@ int runPush(const PushArgs& a) {
             host.progress("HD Board not found at expected IP: " + s.hdBoardAddress);
     }
     if (!requiredInstruments(host, *instruments, s, hd)) return 1;
+    // Start-up leaves the hydraulic-profiling unit alone; a push that logs pressure and flow opens it.
+    if (setup.presFlow && !instruments->PresFlowOpen()) instruments->openPresFlow();
     cZEL_Depth& depth = instruments->Depth();
     // A line that opens is not yet a depth source that talks.
     for (int waited = 0; depth.Readings == 0 && waited < 3000; waited += 20)
@@ -227,6 +255,38 @@ int runPush(const PushArgs& a) {
     if (a.noAreaCheck) reference.Gates.noAreaCheck = true;
     acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
                           recorder);
+    ReferenceTests referenceTests;
+    program::PresFlowAdapter& presFlow = rig.presFlow();
+    program::ConfigureHydraulics(setup, referenceTests, presFlow, push, recorder, host);
+    push.Settings.dissipations = dissipations;
+    push.DissipationTaken = [&](int slot, const DissipationCurve& c) {
+        std::cout << "dissipation " << slot << " depth " << formatNumber(c.depth, "#0.000") << " readings "
+                  << c.timeS.size();
+        if (slot >= 0)
+            std::cout << " static " << formatNumber(log.DisPres(slot), "#0.000") << " water_table_ft "
+                      << formatNumber(log.DisWT(slot), "#0.000");
+        std::cout << std::endl;
+    };
+    if (presFlow.InUse()) presFlow.Monitor();
+    if (a.referenceTests) {
+        if (!presFlow.InUse()) {
+            host.message("The reference tests need the pressure/flow unit: add --pf or /PF.");
+            return 1;
+        }
+        // The operator puts the probe in the water tube for each reading; the prompts wait for the OK.
+        for (const auto kind : {program::ReferenceTestKind::OneFoot, program::ReferenceTestKind::ZeroFoot}) {
+            const bool oneFoot = kind == program::ReferenceTestKind::OneFoot;
+            if (host.message(oneFoot ? "1 ft test: put the probe's pressure port 1 ft under water, then OK."
+                                     : "0 ft test: raise the pressure port to the water's surface, then OK.",
+                             MsgButtons::OkCancel) == MsgResult::Cancel)
+                return 1;
+            const auto shown =
+                program::TakeLiveReferenceTest(kind, referenceTests, drivers.PresFlow(), host, clock);
+            if (!shown) return 1;
+            std::cout << (oneFoot ? "HPT1ft " : "HPT0ft ") << *shown << std::endl;
+        }
+        program::ConfigureHydraulics(setup, referenceTests, presFlow, push, recorder, host);
+    }
     push.PointTaken = [&](int n, const acq::PointRecord& p) {
         taken = n;
         std::cout << "point " << n << " depth " << formatNumber(p.depth, "#0.000") << " signal "
@@ -261,7 +321,8 @@ int runPush(const PushArgs& a) {
                                          {"depth", true},
                                          {"hd", board.InUse()},
                                          {"gps", drivers.GpsOpen()},
-                                         {"display", drivers.DisplayOpen()}};
+                                         {"display", drivers.DisplayOpen()},
+                                         {"presflow", presFlow.InUse()}};
     drivers.Display().Show_Complete();
 
     const acq::RecordedFiles& files = recorder.Files();
@@ -275,6 +336,7 @@ int runPush(const PushArgs& a) {
     j["companion"] = files.companion;
     j["data_export"] = files.dataExport;
     j["run_log"] = files.runLog;
+    if (!files.dissipation.empty()) j["dissipation"] = files.dissipation;
     j["instruments"] = used;
     std::cout << j.dump() << std::endl;
     return files.rawLog.empty() ? 1 : 0;
@@ -317,6 +379,20 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
                    "End the push when no new depth has come for this many seconds")
         ->capture_default_str()
         ->check(CLI::Range(1.0, 86400.0));
+    sc->add_flag("--pf", args->presFlow,
+                 "Hydraulic profiling, as the /PF switch: every point carries the pressure/flow unit's time, "
+                 "pressures and flow, and its K estimate");
+    sc->add_flag(
+        "--reference-tests", args->referenceTests,
+        "Before the push, the 1 ft and 0 ft reference tests from the live averaged downward pressure "
+        "(each after a prompt)");
+    sc->add_option(
+          "--dissipation", args->dissipations,
+          "DEPTH[:SECONDS]: a dissipation test once the push reaches DEPTH and the rods stand still, "
+          "until the pressure levels or SECONDS pass (10 .. 3600, default 120); up to five. With --sim "
+          "the rig holds the rods there")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     sc->add_option("switches", args->switches,
                    "The program's switches (/H, /IPSCP052, /MODE2 ...), as they would be given to zel");
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");

@@ -285,6 +285,17 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         }
     }
 
+    if (model.waterTable()) {
+        // The water table the K estimate takes off the points below it.
+        const double y = window.toY(*model.waterTable(), top, height);
+        if (y >= top && y <= top + height) {
+            p.setPen(QPen(QColor(0, 90, 220), lineWidth * 2));
+            p.drawLine(QPointF(left, y), QPointF(right, y));
+            drawText(p, QRectF(right - 12 * lh, y - lh, 12 * lh, lh), Qt::AlignRight | Qt::AlignBottom,
+                     QStringLiteral("Water table"), sink);
+        }
+    }
+
     if (l.depthScale.width() > 0) {
         p.setPen(QPen(Qt::black, lineWidth));
         const double x = l.depthScale.right();

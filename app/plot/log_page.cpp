@@ -1,5 +1,6 @@
 #include "app/plot/log_page.h"
 
+#include "analysis/k_estimate.h"
 #include "app/plot/paint_text.h"
 #include "app/plot/qt_text.h"
 #include "common/date_time.h"
@@ -74,6 +75,28 @@ QString number(double v, int decimals) {
     return QString::number(v, 'f', decimals);
 }
 
+// Hydraulic profiling: the reference tests and the water table the K track was computed with.
+QString hydraulicLine(const cZEL_Data& log) {
+    if (!log.PresFlow()) return {};
+    QString line = QStringLiteral("HP tests: ");
+    if (log.HPT1ft() == 0.0f && log.HPT0ft() == 0.0f)
+        line += QStringLiteral("none");
+    else
+        line += QStringLiteral("1 ft %1, 0 ft %2 PSI (%3)")
+                    .arg(number(log.HPT1ft(), 3), number(log.HPT0ft(), 3),
+                         referenceTestPasses(log.HPT1ft(), log.HPT0ft()) ? QStringLiteral("passed")
+                                                                         : QStringLiteral("failed"));
+    int tests = 0;
+    for (int i = 0; i < cZEL_Data::kDissipationTests; ++i)
+        tests += log.DisInclude(i) ? 1 : 0;
+    if (tests > 0)
+        line += QStringLiteral("   Water table %1 ft (%2 dissipation test%3)")
+                    .arg(number(log.DisWTavg(), 2))
+                    .arg(tests)
+                    .arg(tests > 1 ? QStringLiteral("s") : QString());
+    return line;
+}
+
 void drawHeader(QPainter& p, const PageGeometry& g, const PageInput& in, const TextSink& sink) {
     const cZEL_Data& log = in.log;
     const double lh = g.lh;
@@ -134,10 +157,15 @@ void drawHeader(QPainter& p, const PageGeometry& g, const PageInput& in, const T
     for (std::size_t i = 0; i < right.size(); ++i)
         drawText(p, QRectF(g.header.left() + half, top + double(i) * lh, half, lh),
                  Qt::AlignLeft | Qt::AlignVCenter, right[i], sink);
+    const QString hp = hydraulicLine(log);
+    if (!hp.isEmpty())
+        drawText(p, QRectF(g.header.left(), top + 6 * lh, half - lh, lh), Qt::AlignLeft | Qt::AlignVCenter,
+                 hp, sink);
     QString note = qs(log.Note());
     note.replace(QStringLiteral("\r\n"), QStringLiteral(" / "));
+    const double noteLeft = hp.isEmpty() ? g.header.left() : g.header.left() + half;
     if (!note.isEmpty())
-        drawText(p, QRectF(g.header.left(), top + 6 * lh, g.header.width(), lh),
+        drawText(p, QRectF(noteLeft, top + 6 * lh, g.header.right() - noteLeft, lh),
                  Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Note: ") + note, sink);
 }
 

@@ -95,6 +95,23 @@ TEST_F(LogPageTest, PdfHasOnePageOfTheSettingsSizeWithEveryEnabledTrack) {
     EXPECT_FALSE(record.contains("DRAFT"));
 }
 
+TEST_F(LogPageTest, HeaderShowsTheReferenceTestsAndTheWaterTable) {
+    log.PresFlow(true);
+    log.HPT1ft(19.033f);
+    log.HPT0ft(18.8f); // 0.233 PSI: the check fails
+    log.DisDepth(0, 20.0f);
+    log.DisWT(0, 6.5f);
+    log.DisInclude(0, true);
+    log.DisWT(1, 7.5f);
+    log.DisInclude(1, true);
+    const PlotModel m = PlotModel::build({log, arrays}, PlotSettings{});
+    PageRecord record;
+    std::string error;
+    ASSERT_TRUE(writePdfPage((dir / "hp.pdf").string(), input(m), error, &record)) << error;
+    EXPECT_TRUE(record.contains(
+        "HP tests: 1 ft 19.033, 0 ft 18.800 PSI (failed)   Water table 7.00 ft (2 dissipation tests)"));
+}
+
 TEST_F(LogPageTest, FixedPrintedScaleRunsOverSeveralPagesInPdfAndJpg) {
     PlotSettings s;
     s.perInch = true;

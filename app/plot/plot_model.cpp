@@ -155,6 +155,8 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
     PlotModel m;
     m.settings_ = s;
     m.metric_ = src.log.Metric();
+    if (src.log.PresFlow() && src.log.DisWTavg() > 0.0f)
+        m.waterTable_ = m.metric_ ? src.log.DisWTavg() * 0.3048 : static_cast<double>(src.log.DisWTavg());
     m.colours_ = plot::channelColours(src.labels, s.realColour);
     const LogArrays& a = src.arrays;
     const PointMatrix& cols = a.columns;

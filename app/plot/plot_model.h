@@ -131,6 +131,9 @@ public:
     DepthWindow defaultWindow() const;
     // The secondary depth axis the settings ask for, when the log has what it needs (elevation: an altitude).
     const std::optional<SecondaryAxis>& secondaryAxis() const { return secondary_; }
+    // The water table of the log's included dissipation tests (DisWTavg, kept in feet) in the log's unit;
+    // none for a log without pressure/flow or without a test.
+    const std::optional<double>& waterTable() const { return waterTable_; }
     // The log's usual depth step (the median of its steps).
     double pointSpacing() const { return spacing_; }
 
@@ -148,6 +151,7 @@ private:
     double dataBottom_ = 10.0;
     double spacing_ = 0.1;
     std::optional<SecondaryAxis> secondary_;
+    std::optional<double> waterTable_;
 };
 
 // Per-pixel-row decimation: for rows rows spanning window, the smallest and largest value of the points

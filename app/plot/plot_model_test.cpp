@@ -161,6 +161,25 @@ TEST_F(PlotModelTest, TracksFollowTheSwitchesAndTheLogsUnit) {
     EXPECT_EQ(build(s).track(TrackKind::PresFlow0), nullptr);
 }
 
+TEST_F(PlotModelTest, WaterTableOfTheIncludedDissipationTestsInTheLogsUnit) {
+    struct Case {
+        bool presFlow, included, metric;
+        std::optional<double> line;
+    };
+    for (const Case& c : {Case{true, true, false, 10.5}, Case{true, true, true, 10.5 * 0.3048},
+                          Case{true, false, false, std::nullopt}, Case{false, true, false, std::nullopt}}) {
+        log.PresFlow(c.presFlow);
+        log.Metric(c.metric);
+        log.DisWT(1, 10.5f); // feet in every log
+        log.DisInclude(1, c.included);
+        const auto line = build(PlotSettings{}).waterTable();
+        ASSERT_EQ(line.has_value(), c.line.has_value());
+        if (line) {
+            EXPECT_NEAR(*line, *c.line, 1e-5);
+        }
+    }
+}
+
 TEST_F(PlotModelTest, PressureFlowPointsOfALoadedLogTakeTheLogsDepths) {
     for (int p = 0; p < arrays.presFlow.points(); ++p) // a raw log's lists carry no depth of their own
         arrays.presFlow(presflow_column::Depth, p) = 0.0f;

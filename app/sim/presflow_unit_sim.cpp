@@ -31,6 +31,15 @@ presflow_protocol::Reading presFlowReading(const PresFlowOptions& o, const SiteM
     return r;
 }
 
+presflow_protocol::Reading dissipatingReading(const PresFlowOptions& o, const SiteModel& site, double depthFt,
+                                              double fromPsi, double sinceS, double timeS) {
+    auto r = presFlowReading(o, site, depthFt, false, timeS);
+    const double k = std::max(0.01, site.groundAt(depthFt).kFtPerDay);
+    const double tauS = std::clamp(2.0 * std::sqrt(5.0 / k), 0.5, 20.0);
+    r.presDownPsi += (fromPsi - r.presDownPsi) * std::exp(-std::max(0.0, sinceS) / tauS);
+    return r;
+}
+
 PresFlowUnitSim::PresFlowUnitSim(PresFlowOptions options, PtyDevice& pty, Transcript& transcript,
                                  const SiteModel& site, ProbeFeed probe, std::uint32_t seed)
     : o_(options), pty_(pty), transcript_(transcript), site_(site), probe_(std::move(probe)), seed_(seed) {
@@ -65,6 +74,15 @@ void PresFlowUnitSim::command(const std::string& cmd) {
         clock_.restart();
         pumping_ = true;
         probe_.started();
+    } else if (cmd == presflow_protocol::kFlowOff) {
+        if (!flowOff_) {
+            flowOff_ = true;
+            offAtS_ = clock_.elapsed() / 1000.0;
+            offFromPsi_ = lastDownPsi_;
+        }
+    } else if (cmd == presflow_protocol::kFlowOn) {
+        flowOff_ = false;
+        pumping_ = true;
     } else if (cmd == presflow_protocol::kIdentify) {
         pty_.send("V,ZEL-PF simulated unit 1.0\r\n");
     } else {
@@ -75,7 +93,10 @@ void PresFlowUnitSim::command(const std::string& cmd) {
 void PresFlowUnitSim::send() {
     // The pump runs while the probe goes down, whether or not this unit's clock was zeroed.
     const double depth = probe_.depth();
-    auto r = presFlowReading(o_, site_, depth, pumping_ || depth > 0, clock_.elapsed() / 1000.0);
+    const double now = clock_.elapsed() / 1000.0;
+    auto r = flowOff_ ? dissipatingReading(o_, site_, depth, offFromPsi_, now - offAtS_, now)
+                      : presFlowReading(o_, site_, depth, pumping_ || depth > 0, now);
+    lastDownPsi_ = r.presDownPsi;
     std::mt19937 rng(seed_ * 40503u + static_cast<std::uint32_t>(readings_++));
     std::normal_distribution<double> noise(0.0, 1.0);
     r.presDownPsi += 0.01 * noise(rng);

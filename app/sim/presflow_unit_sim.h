@@ -29,6 +29,10 @@ struct PresFlowOptions {
 // What the unit reads with the probe at a depth, the pump on (after a push started) or off, no noise.
 presflow_protocol::Reading presFlowReading(const PresFlowOptions& o, const SiteModel& site, double depthFt,
                                            bool pumping, double timeS);
+// With the injection stopped sinceS seconds ago at fromPsi: the pressure dissipates towards the static head
+// (the transducer's surface reading plus the water column), faster in permeable soil.
+presflow_protocol::Reading dissipatingReading(const PresFlowOptions& o, const SiteModel& site, double depthFt,
+                                              double fromPsi, double sinceS, double timeS);
 
 class PresFlowUnitSim {
 public:
@@ -51,6 +55,11 @@ private:
     std::string line_;
     long readings_ = 0;
     bool pumping_ = false;
+    // Injection stopped ("F0"): the pressure falls from where it was to the static head.
+    bool flowOff_ = false;
+    double offAtS_ = 0;
+    double offFromPsi_ = 0;
+    double lastDownPsi_ = 0;
 };
 
 } // namespace zel::sim

@@ -40,6 +40,11 @@ void Probe::advance(double seconds) {
                 pauseLeftS_ = pauseLength(rodsDone_);
             }
         }
+        if (holdsDone_ < m_.holds.size() && next >= m_.holds[holdsDone_].first) {
+            next = m_.holds[holdsDone_].first;
+            pauseLeftS_ = m_.holds[holdsDone_].second;
+            ++holdsDone_;
+        }
         depthFt_ = std::min(next, m_.bottomFt);
     }
 }

@@ -5,6 +5,8 @@
 // gives the same depths: the rig's readings, not the host's timing, decide where the probe is.
 
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 namespace zel::sim {
 
@@ -14,6 +16,8 @@ struct ProbeMotion {
     double rodPauseS = -1.0; // length of each pause; negative: 3 to 6 s, seeded
     double bottomFt = 30.0;  // where the probe stops
     std::uint32_t seed = 1;
+    // Where the operator holds the rods still (a dissipation test): depth (ft) and how long (s), each once.
+    std::vector<std::pair<double, double>> holds;
 };
 
 class Probe {
@@ -39,6 +43,7 @@ private:
     double depthFt_ = 0.0;
     double pauseLeftS_ = 0.0;
     int rodsDone_ = 0;
+    std::size_t holdsDone_ = 0; // holds are met in depth order
 };
 
 } // namespace zel::sim

@@ -15,10 +15,14 @@
 #include <QTimer>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace zel::sim {
 
@@ -47,6 +51,7 @@ struct RigArgs {
     int ad4IntervalMs = 200;
     int gpsIntervalMs = 1000;
     std::string transcripts;
+    std::vector<std::string> holds; // "DEPTH:SECONDS"
 };
 
 // The rig's clock: the depth source's stream moves the probe on (so the readings, not the host's
@@ -71,6 +76,14 @@ private:
     QElapsedTimer sinceStream_;
     QTimer idle_;
 };
+
+std::optional<double> holdNumber(std::string_view t) {
+    double v = 0.0;
+    const auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
+    if (t.empty() || ec != std::errc() || end != t.data() + t.size() || !std::isfinite(v))
+        return std::nullopt;
+    return v;
+}
 
 std::string transcriptPath(const RigArgs& a, const char* name) {
     return a.transcripts.empty() ? std::string() : (std::filesystem::path(a.transcripts) / name).string();
@@ -98,6 +111,19 @@ int runRig(const RigArgs& a) {
     motion.rodPauseS = a.rodPauseS;
     motion.bottomFt = site.bottomFt;
     motion.seed = a.seed;
+    for (const std::string& hold : a.holds) {
+        const auto colon = hold.find(':');
+        const std::string_view text = hold;
+        const auto depth = holdNumber(text.substr(0, colon));
+        const auto seconds =
+            colon == std::string::npos ? std::optional<double>(60.0) : holdNumber(text.substr(colon + 1));
+        if (!depth || !seconds || *depth < 0 || *seconds < 0 || *seconds > 86400) {
+            std::cerr << "zel-sim rig: --hold " << hold << ": expected DEPTH[:SECONDS]\n";
+            return 1;
+        }
+        motion.holds.emplace_back(*depth, *seconds);
+    }
+    std::sort(motion.holds.begin(), motion.holds.end());
     Probe probe(motion);
     RigClock rigClock(probe);
     ProbeFeed seen; // what every instrument but the depth source sees
@@ -262,6 +288,12 @@ void addRigSim(CLI::App& app, std::function<int()>& run) {
     sc->add_option("--gps-interval-ms", a->gpsIntervalMs, "Time between GPS sentences")
         ->capture_default_str()
         ->check(CLI::Range(20, 60000));
+    sc->add_option(
+          "--hold", a->holds,
+          "DEPTH[:SECONDS]: the operator holds the rods still at DEPTH (ft) for SECONDS (default 60), "
+          "as for a dissipation test; may be given again")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     sc->add_option(
         "--transcripts", a->transcripts,
         "Folder receiving each instrument's transcript (scope.txt, depth.txt, presflow.txt, gps.txt, "

@@ -26,7 +26,8 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
             sims.clear();
     }
     if (!drivers) drivers = std::make_unique<FieldInstruments>(host, clock, optionsFilePath(dataRoot));
-    if (!sims.empty()) drivers->openPresFlow();
+    // The hydraulic-profiling unit: always on the simulated rig, and with "/PF" at a real one.
+    if (!sims.empty() || settings.pressureFlow) drivers->openPresFlow();
     applyAddresses(drivers->Config, resolvedSettings);
     const bool simulated = !sims.empty();
     SimNetwork simNetwork;

@@ -8,11 +8,11 @@
 #include "app/zel/comm_page.h"
 #include "app/zel/form_widgets.h"
 #include "app/zel/general_page.h"
-#include "app/zel/hp_test_page.h"
 #include "app/zel/info_page.h"
 #include "app/zel/setup_page.h"
 #include "app/zel/transfer_page.h"
 #include "app/zel/wave_math_page.h"
+#include "app/zel/dissipation_window.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -25,6 +25,7 @@
 #include "log/run_log.h"
 #include "log/wave_export.h"
 #include "program/gps_fix.h"
+#include "program/hydraulic.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -142,7 +143,12 @@ void MainWindow::buildPages() {
     setupPage->onProbeChosen = [this](int mode) { probeChosen(mode); };
     auto* commPage = new CommPage(settings_);
     auto* advPage = new AdvancedPage(settings_);
-    auto* hpPage = new HPTestPage(host_, log_);
+    // Hydraulic profiling: the two surface tests that set the K estimate's reference pressure.
+    hpForm_ = new HpForm(host_, clock_, referenceTests_);
+    hpForm_->requestDissipation = [this](double seconds) {
+        if (pushing_ && push_) push_->RequestDissipation(seconds);
+    };
+    QWidget* hpPage = hpForm_;
     auto* calloutPage = new CalloutPage;
     calloutPage->onApply = [this] { applyCallouts(); };
     calloutPage->onSave = [this] { saveCalloutScheme(); };
@@ -232,6 +238,11 @@ void MainWindow::buildMenus() {
     file->addSeparator();
     add(file, "mnuFile_ExportData", "Export &data text", [this] { exportDataText(); });
     add(file, "mnuFile_ExportWave", "Export &waveform text...", [this] { exportWaveText(); });
+    add(file, "mnuFile_Dissipation", "D&issipation tests...", [this] {
+        DissipationWindow window(host_, log_, arrays_, ctx_, this);
+        window.changed = [this] { refreshPlot(true); };
+        window.exec();
+    });
     file->addSeparator();
     add(file, "mnuFile_PageJpg", "Log page &JPG...", [this] { logPageDialog(false); });
     add(file, "mnuFile_PagePdf", "Log page &PDF...", [this] {
@@ -291,6 +302,7 @@ void MainWindow::updateActions() {
     };
     enable("mnuFile_Load", !pushing_);
     enable("mnuFile_ExportData", !pushing_ && points);
+    enable("mnuFile_Dissipation", !pushing_ && points && log_.PresFlow());
     enable("mnuFile_ExportWave", points);
     enable("mnuFile_PageJpg", !pushing_ && points);
     enable("mnuFile_PagePdf", !pushing_ && points);
@@ -801,6 +813,12 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
                 refreshPlot(true);
             }
         };
+        push_->DissipationTaken = [this](int slot, const DissipationCurve& c) {
+            hpForm_->showDissipation(slot, c, slot >= 0 ? log_.DisPres(slot) : 0.0f,
+                                     slot >= 0 ? log_.DisWT(slot) : 0.0f);
+        };
+        if (in.drivers().PresFlowOpen()) in.presFlow().Monitor();
+        hpForm_->setUnit(in.drivers().PresFlowOpen() ? &in.drivers().PresFlow() : nullptr);
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
         // A push's log takes the receiver's last fix when it ends, and says when its depths were not
@@ -1007,6 +1025,9 @@ bool MainWindow::startPush() {
                                                            dataRoot_, naming_.family());
     recorder_.current->Context.baselineInUse =
         controlChecked(kWaveMath, program::control::kBaseline) && !baseline_.empty();
+    program::ConfigureHydraulics(setup, referenceTests_, instruments_->presFlow(), *push_, *recorder_.current,
+                                 host_);
+    hpForm_->setPushing(push_->LogsPresFlow());
     selectedPoint_ = -1;
     pushing_ = true;
     paused_ = false;
@@ -1022,6 +1043,7 @@ bool MainWindow::startPush() {
     ticker.start(1000);
     const bool started = push_->StartPush();
     ticker.stop();
+    hpForm_->setPushing(false);
     pointValues_ = started;
     pushing_ = false;
     refreshPlot(true);

@@ -9,6 +9,7 @@
 #include "acquisition/log_recorder.h"
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
+#include "app/zel/hp_form.h"
 #include "app/zel/plot_widgets.h"
 #include "app/zel/push_feedback.h"
 #include "app/zel/qt_form.h"
@@ -50,6 +51,9 @@ public:
     bool Append(const acq::PointRecord& p) override { return current && current->Append(p); }
     void Finish() override {
         if (current) current->Finish();
+    }
+    int AddDissipation(DissipationCurve curve) override {
+        return current ? current->AddDissipation(std::move(curve)) : -1;
     }
 };
 
@@ -192,6 +196,8 @@ private:
     std::unique_ptr<program::PushRig> instruments_;
     std::unique_ptr<acq::ReferenceControl> reference_;
     RecorderSlot recorder_;
+    ReferenceTests referenceTests_;
+    HpForm* hpForm_ = nullptr;
     std::unique_ptr<acq::PushControl> push_;
     bool pushing_ = false;
     bool closeAfterPush_ = false;

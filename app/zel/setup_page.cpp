@@ -45,6 +45,7 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     lineEdit(pf, "txtcomm_PushNumber", "Pushes this session", "0")->setReadOnly(true);
     lineEdit(pf, "txtcomm_EmulatedSteps", "Emulated steps", "0")->setReadOnly(true);
     checkBox(pf, "chkPresFlow", "Log pressure and flow", settings.pressureFlow);
+    lineEdit(pf, program::control::kPFOffset, "Pressure port offset (ft)", "0");
     QStringList probes;
     int selected = 0;
     for (const ModeEntry& m : modeTable()) {

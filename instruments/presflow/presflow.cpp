@@ -49,6 +49,10 @@ void cZEL_PresFlow::ZeroClock() {
     send(presflow_protocol::kZeroClock);
 }
 
+void cZEL_PresFlow::SetFlow(bool on) {
+    send(on ? presflow_protocol::kFlowOn : presflow_protocol::kFlowOff);
+}
+
 void cZEL_PresFlow::Query() {
     send(presflow_protocol::kQuery);
 }

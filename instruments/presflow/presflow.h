@@ -38,6 +38,8 @@ public:
     void StopStream();
     // The unit's clock counts from now (a push's start).
     void ZeroClock();
+    // Injection on or off (off for a dissipation test).
+    void SetFlow(bool on);
     void Query();
 
     // The receive event: all pending input is taken.

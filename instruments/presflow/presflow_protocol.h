@@ -6,7 +6,8 @@
 //   "S<ms>"  stream one reading every <ms> milliseconds (10 to 60000); "S0" or "X" stops the stream;
 //   "Q"      one reading now;
 //   "Z"      zero the unit's clock (the time column counts from the push's start);
-//   "V"      the unit's identification, answered "V," + text.
+//   "V"      the unit's identification, answered "V," + text;
+//   "F0"     injection off (a dissipation test: the pore pressure settles), "F1" injection on again.
 // Unit to program, one reading a line, ended by CR LF:
 //   "P,<time s>,<upward pressure PSI>,<downward pressure PSI>,<upward flow mL/min>*HH"
 // where HH is the exclusive-or of every byte before the "*" in two upper-case hexadecimal digits. A line
@@ -24,6 +25,8 @@ constexpr const char* kStop = "X";
 constexpr const char* kQuery = "Q";
 constexpr const char* kZeroClock = "Z";
 constexpr const char* kIdentify = "V";
+constexpr const char* kFlowOff = "F0";
+constexpr const char* kFlowOn = "F1";
 constexpr std::size_t kMaxLine = 96;
 constexpr int kMinPeriodMs = 10;
 constexpr int kMaxPeriodMs = 60000;

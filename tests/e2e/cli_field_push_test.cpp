@@ -51,9 +51,12 @@ TEST(CliFieldPush, WithTheConfiguredInstruments) {
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const auto j = summary(r);
     EXPECT_EQ(j["points"], 3);
-    EXPECT_EQ(
-        j["instruments"],
-        (nlohmann::json{{"scope", true}, {"depth", true}, {"hd", false}, {"gps", true}, {"display", true}}));
+    EXPECT_EQ(j["instruments"], (nlohmann::json{{"scope", true},
+                                                {"depth", true},
+                                                {"hd", false},
+                                                {"gps", true},
+                                                {"display", true},
+                                                {"presflow", false}}));
     EXPECT_EQ(lists(j["raw_log"])["DEPTH"].size(), 3u);
     // The rig's display went through the push.
     const auto display = transcriptLines((rig.root.path / "display.txt").string(), 1000, 500);
@@ -140,9 +143,12 @@ TEST(CliFieldPush, SimulatedPushWithAllFiveInstruments) {
                                    quote(dir.path.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const auto j = summary(r);
-    EXPECT_EQ(
-        j["instruments"],
-        (nlohmann::json{{"scope", true}, {"depth", true}, {"hd", true}, {"gps", true}, {"display", true}}));
+    EXPECT_EQ(j["instruments"], (nlohmann::json{{"scope", true},
+                                                {"depth", true},
+                                                {"hd", true},
+                                                {"gps", true},
+                                                {"display", true},
+                                                {"presflow", false}}));
     const auto cond = lists(j["raw_log"])["COND"];
     ASSERT_EQ(cond.size(), 3u);
     EXPECT_GT(cond[0].get<double>(), 0.0);
