@@ -35,6 +35,9 @@ struct PointRecord {
     float counter = 0.0f;       // the depth encoder's stored step, in stepped read-back mode
     Position position;
     std::span<const float> wave; // background subtracted, as processed
+    // HD-board mode: the board's record of the point, by board column (the wave is then its four channel
+    // values less the background's).
+    std::optional<HdBoardValues> board;
     float deltaX = 0.0f;
     double delay = 0.0;
 };
@@ -119,6 +122,8 @@ public:
 
 private:
     void preparePointWave();
+    // HD-board mode: the point from the board's record.
+    void boardPoint(PointRecord& p);
     void updateRate();
     bool waitInterval();
     void waitStartDelay();
@@ -148,6 +153,7 @@ private:
     std::vector<float> pointRates_;
     RateReport rateReport_;
     Waveform wave_;
+    std::vector<float> hdWave_;
 };
 
 } // namespace zel::acq
