@@ -1,5 +1,7 @@
 #include "app/zel/main_window.h"
 
+#include "app/zel/hd_form.h"
+
 #include "acquisition/acquisition_settings.h"
 #include "analysis/k_estimate.h"
 #include "app/plot/log_page.h"
@@ -560,6 +562,8 @@ void MainWindow::buildMenus() {
     add(acq, "mnuAcq_RecoverRE", "Recover RE from the scope", [this] { recoverReference(); });
     add(acq, "mnuAcq_RescueRE", "Rescue RE", [this] { rescueReference(); });
     add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
+    acq->addSeparator();
+    add(acq, "mnuAcq_HD", "&HD board...", [this] { openHdForm(); });
 
     QMenu* help = menuBar()->addMenu("&Help");
     help->setObjectName("mnuHelp");
@@ -1000,6 +1004,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
             std::make_unique<acq::ReferenceControl>(host_, clock_, in.scope(), in.board(), in.depth());
         reference_->Mode = settings_.mode;
         reference_->ShowInfoTab = [this] { tabs_->setCurrentIndex(0); };
+        program::ReadReferenceFile(*reference_, in.board(), dataRoot_);
         push_ = std::make_unique<acq::PushControl>(host_, clock_, *reference_, in.scope(), in.board(),
                                                    in.depth(), in.gps(), in.display(), recorder_);
         push_->PointTaken = [this](int n, const acq::PointRecord& p) {
@@ -1170,6 +1175,7 @@ bool MainWindow::startPush() {
     ctx_ = {};
     recorder_.current = std::make_unique<acq::LogRecorder>(host_, clock_, log_, arrays_, forms_, *path,
                                                            dataRoot_, naming_.family());
+    program::PrepareHdRecording(instruments_->board(), *recorder_.current);
     selectedPoint_ = -1;
     pushing_ = true;
     updateActions();
@@ -1190,6 +1196,12 @@ bool MainWindow::startPush() {
     }
     if (closeAfterPush_) close();
     return started && !raw.empty();
+}
+
+void MainWindow::openHdForm() {
+    if (!requireInstruments()) return;
+    HdForm form(instruments_->drivers().HdBoard(), host_, this);
+    form.exec();
 }
 
 void MainWindow::pausePush() {
