@@ -91,8 +91,34 @@ TEST(CliHdPush, TheLogIsTheMaskAndTheBoardsRecordsWithNoTrailer) {
             1.5f)
             << p;
 
+    // The independent reader finds the same block: the mask and five whole records, the 3-volt input in each.
+    const RunResult check =
+        runProgram("python3 " + quote(std::string(ZEL_SOURCE_DIR) + "/tools/raw-log-check/check.py") + " " +
+                   quote(raw.string()));
+    ASSERT_EQ(check.exitCode, 0) << check.err;
+    const auto independent = nlohmann::json::parse(check.out, nullptr, false);
+    EXPECT_EQ(independent["points"], 5);
+    EXPECT_EQ(independent["hd"]["mask"], kPushMask);
+    EXPECT_EQ(independent["hd"]["values_per_record"], kValues);
+
     LoadedLog loaded(raw);
     ASSERT_TRUE(loaded.ok) << (loaded.host.messages().empty() ? "" : loaded.host.messages()[0]);
+    // Record for record, the program's reader put the independent reader's values where the layout says.
+    const auto& records = independent["hd"]["records"];
+    ASSERT_EQ(records.size(), 5u);
+    for (int p = 0; p < 5; ++p) {
+        const auto& rec = records[static_cast<std::size_t>(p)];
+        for (int bit = 0; bit < kBoardColumns; ++bit)
+            EXPECT_EQ(loaded.arrays.columns(kFirstBoardPointColumn + columnOfBit(bit), p),
+                      rec[static_cast<std::size_t>(bit)].get<float>())
+                << p << " bit " << bit;
+        EXPECT_EQ(loaded.arrays.columns(point_column::Depth, p),
+                  rec[static_cast<std::size_t>(kBoardColumns + PushDepth)].get<float>())
+            << p;
+        EXPECT_EQ(loaded.arrays.columns(point_column::Signal, p),
+                  rec[static_cast<std::size_t>(kBoardColumns + PushSignal)].get<float>())
+            << p;
+    }
     EXPECT_EQ(loaded.log.WavePoints(), 3);
     ASSERT_EQ(loaded.arrays.points(), 5);
     const LogArrays& a = loaded.arrays;
