@@ -186,6 +186,7 @@ TEST(CliHdPush, TheLogIsTheMaskAndTheBoardsRecordsWithNoTrailer) {
 
     // It exports and makes its log page as any log does.
     const fs::path pages = run.dir.path / "pages";
+    fs::create_directories(pages);
     const RunResult page =
         runProgram(kCli + " page " + quote(raw.string()) + " --pdf --to " + quote(pages.string()));
     ASSERT_EQ(page.exitCode, 0) << page.err;
