@@ -25,25 +25,31 @@ float orNone(float v) {
 
 } // namespace
 
-bool profileOf(const cZEL_Data& log, const LogArrays& arrays, UtmFrame& frame, BoringProfile& out) {
-    const double lat = log.Latitude_Dec(), lon = log.Longitude_Dec();
-    if (!std::isfinite(lat) || !std::isfinite(lon) || (lat == 0 && lon == 0) || std::abs(lat) > 90 ||
-        std::abs(lon) > 180)
-        return false;
+bool projectOnto(UtmFrame& frame, BoringProfile& b) {
     try {
         int zone = 0;
         bool north = true;
-        GeographicLib::UTMUPS::Forward(lat, lon, zone, north, out.easting, out.northing,
+        GeographicLib::UTMUPS::Forward(b.lat, b.lon, zone, north, b.easting, b.northing,
                                        frame.zone > 0 ? frame.zone : GeographicLib::UTMUPS::STANDARD);
         if (frame.zone == 0) frame = {zone, north};
         // A boring across the equator from the first keeps the first one's false northing.
-        if (north != frame.north) out.northing += north ? 10'000'000.0 : -10'000'000.0;
+        if (north != frame.north) b.northing += north ? 10'000'000.0 : -10'000'000.0;
     } catch (const std::exception&) {
         return false;
     }
+    return true;
+}
+
+bool profileOf(const cZEL_Data& log, const LogArrays& arrays, UtmFrame& frame, BoringProfile& out) {
+    out.lat = log.Latitude_Dec();
+    out.lon = log.Longitude_Dec();
+    if (!std::isfinite(out.lat) || !std::isfinite(out.lon) || (out.lat == 0 && out.lon == 0) ||
+        std::abs(out.lat) > 90 || std::abs(out.lon) > 180 || !projectOnto(frame, out))
+        return false;
     out.name = log.File_Title_NoExt();
     out.topElevationM = std::isfinite(log.Altitude_M()) ? log.Altitude_M() : 0.0;
     const double toM = log.Metric() ? 1.0 : kMetresPerFoot;
+    if (const float wt = log.DisWTavg(); std::isfinite(wt) && wt > 0) out.waterTableDepthM = wt * toM;
     const PointMatrix& c = arrays.columns;
     const bool withK = log.PresFlow() && arrays.presFlow.points() == arrays.points();
     for (int p = 0; p < arrays.points(); ++p) {

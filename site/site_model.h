@@ -12,6 +12,7 @@
 #include "log/log_data.h"
 
 #include <array>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -20,12 +21,14 @@ namespace zel::site {
 // One located boring in metres on the site's UTM grid.
 struct BoringProfile {
     std::string name;
+    double lat = 0, lon = 0; // WGS-84
     double easting = 0, northing = 0;
     double topElevationM = 0; // ground at the boring (the log's GPS altitude)
     std::vector<double> depthM;
     std::vector<float> pctRe;
     std::vector<std::array<float, 4>> sharesPct; // channel shares of the signal, NaN where there is none
     std::vector<float> kFtDay;                   // empty when the log has no pressure/flow
+    double waterTableDepthM = NAN;               // from the log's dissipation tests, NaN when it has none
 };
 
 // The site's grid: the UTM zone every boring is projected into (the first located boring's).
@@ -34,8 +37,11 @@ struct UtmFrame {
     bool north = true;
 };
 
-// Nullopt-like: false when the log has no position on the globe.
+// False when the log has no position on the globe. The boring is projected onto frame, which the first
+// located boring chooses.
 bool profileOf(const cZEL_Data& log, const LogArrays& arrays, UtmFrame& frame, BoringProfile& out);
+// The boring's easting and northing from its lat/lon on frame (chosen by this boring when not yet chosen).
+bool projectOnto(UtmFrame& frame, BoringProfile& boring);
 
 // "Boring,Easting_m,Northing_m,Elevation_m,Depth_m,PctRE,Ch1_pct,..,Ch4_pct,K_ft_day", one line a point.
 std::string pointsCsv(const std::vector<BoringProfile>& borings);

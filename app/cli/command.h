@@ -39,5 +39,9 @@ void addSiteCommands(CLI::App& app, CommandRunner& run);
 // Adds "cut" and "stitch" (new logs from a log's depth range, or two logs of one boring) and "gps" (surveyed
 // positions into logs without a fix).
 void addLogEditCommands(CLI::App& app, CommandRunner& run);
+// Adds "map" and "section" (the site map and a cross-section, PDF or PNG).
+void addSitePictureCommands(CLI::App& app, CommandRunner& run);
+// Adds "arrange" (a site's logs copied into one folder a day).
+void addArrangeCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -3,6 +3,7 @@
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/quiet_log.h"
+#include "app/cli/site_borings.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
@@ -35,18 +36,22 @@ struct SummaryArgs {
 };
 
 int runSummary(const SummaryArgs& a) {
-    ConsoleHost host(std::cerr);
-    std::vector<site::LogSummary> logs;
+    const auto files = rawLogsOf(a.inputs);
+    std::vector<std::optional<site::LogSummary>> rows(files.size());
     std::ostringstream quiet;
-    const int code = runBatch(
-        "summary", rawLogsOf(a.inputs), a.json ? quiet : std::cerr,
-        [&](const std::string& file, std::string& text) {
-            const auto l = loadQuietly(file, host);
-            if (!l) return false;
-            logs.push_back(site::summarise(l->log, l->arrays, file, static_cast<float>(a.threshold)));
-            text = "max " + formatNumber(logs.back().maxSignal, "#0.00") + " %RE";
-            return true;
-        });
+    const int code = runParallelBatch("summary", files, a.json ? quiet : std::cerr,
+                                      [&](std::size_t i, const std::string& file, std::string& text) {
+                                          ConsoleHost host(std::cerr);
+                                          const auto l = loadQuietly(file, host);
+                                          if (!l) return false;
+                                          rows[i] = site::summarise(l->log, l->arrays, file,
+                                                                    static_cast<float>(a.threshold));
+                                          text = "max " + formatNumber(rows[i]->maxSignal, "#0.00") + " %RE";
+                                          return true;
+                                      });
+    std::vector<site::LogSummary> logs;
+    for (auto& r : rows)
+        if (r) logs.push_back(std::move(*r));
     std::string error;
     if (!a.csv.empty() && !writeWholeFile(a.csv, site::summaryCsv(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
@@ -116,31 +121,32 @@ struct LasArgs {
 };
 
 int runLas(const LasArgs& a) {
-    ConsoleHost host(std::cerr);
-    return runBatch("las", rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& text) {
-        const auto l = loadQuietly(file, host);
-        if (!l) return false;
-        // The decay times and basis shares go in when the log has them beside it.
-        std::string ignored;
-        std::optional<analysis::LogLifetimes> tau;
-        std::optional<analysis::LogNnls> nnls;
-        if (const auto t = readWholeFile(analysis::lifetimePath(file), ignored))
-            tau = analysis::parseLifetimeText(*t, ignored);
-        if (const auto t = readWholeFile(analysis::nnlsPath(file), ignored))
-            nnls = analysis::parseNnlsText(*t, ignored);
-        site::LasExtras extras;
-        extras.conductivity = l->ctx.conductivity;
-        extras.conductivityColumn =
-            l->ctx.birchMode ? point_column::ConductivityBirch : point_column::Conductivity;
-        extras.lifetimes = tau ? &*tau : nullptr;
-        extras.nnls = nnls ? &*nnls : nullptr;
-        std::string path = site::lasPath(file);
-        if (!a.to.empty())
-            path = (std::filesystem::path(a.to) / std::filesystem::path(path).filename()).string();
-        if (!writeWholeFile(path, site::lasText(l->log, l->arrays, extras), text)) return false;
-        text = path;
-        return true;
-    });
+    return runParallelBatch(
+        "las", rawLogsOf(a.inputs), std::cout, [&](std::size_t, const std::string& file, std::string& text) {
+            ConsoleHost host(std::cerr);
+            const auto l = loadQuietly(file, host);
+            if (!l) return false;
+            // The decay times and basis shares go in when the log has them beside it.
+            std::string ignored;
+            std::optional<analysis::LogLifetimes> tau;
+            std::optional<analysis::LogNnls> nnls;
+            if (const auto t = readWholeFile(analysis::lifetimePath(file), ignored))
+                tau = analysis::parseLifetimeText(*t, ignored);
+            if (const auto t = readWholeFile(analysis::nnlsPath(file), ignored))
+                nnls = analysis::parseNnlsText(*t, ignored);
+            site::LasExtras extras;
+            extras.conductivity = l->ctx.conductivity;
+            extras.conductivityColumn =
+                l->ctx.birchMode ? point_column::ConductivityBirch : point_column::Conductivity;
+            extras.lifetimes = tau ? &*tau : nullptr;
+            extras.nnls = nnls ? &*nnls : nullptr;
+            std::string path = site::lasPath(file);
+            if (!a.to.empty())
+                path = (std::filesystem::path(a.to) / std::filesystem::path(path).filename()).string();
+            if (!writeWholeFile(path, site::lasText(l->log, l->arrays, extras), text)) return false;
+            text = path;
+            return true;
+        });
 }
 
 // ---- model
@@ -152,32 +158,18 @@ struct ModelArgs {
 };
 
 int runModel(const ModelArgs& a) {
-    ConsoleHost host(std::cerr);
     if (a.csv.empty() && a.vtk.empty() && a.grid.empty()) {
         std::cerr << "zel-cli model: name at least one of --csv, --vtk and --grid\n";
         return 1;
     }
-    std::vector<site::BoringProfile> borings;
-    site::UtmFrame frame;
-    int code =
-        runBatch("model", rawLogsOf(a.inputs), std::cerr, [&](const std::string& file, std::string& text) {
-            const auto l = loadQuietly(file, host);
-            if (!l) return false;
-            site::BoringProfile b;
-            if (!site::profileOf(l->log, l->arrays, frame, b)) {
-                text = "no position (left out; zel-cli gps can give it one)";
-                return true;
-            }
-            text = formatNumber(b.easting, "#0.0") + " E, " + formatNumber(b.northing, "#0.0") + " N";
-            borings.push_back(std::move(b));
-            return true;
-        });
+    const SiteBorings site = loadSiteBorings("model", a.inputs);
+    const auto& borings = site.borings;
+    int code = site.code;
     if (borings.empty()) {
         std::cerr << "zel-cli model: no located boring\n";
         return 1;
     }
-    std::cout << "UTM zone " << frame.zone << (frame.north ? "N" : "S") << ", " << borings.size()
-              << " borings\n";
+    std::cout << "UTM zone " << site.zone() << ", " << borings.size() << " borings\n";
     std::string error;
     const auto write = [&](const std::string& path, const std::string& text) {
         if (path.empty() || writeWholeFile(path, text, error)) return true;

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace zel::e2e {
@@ -184,6 +185,44 @@ TEST(CliLogEdit, SurveyedPositionsReplaceOnlyTheGpsSection) {
         EXPECT_EQ(after["lists"], w.before["lists"]);
         EXPECT_EQ(after["wave_digests"], w.before["wave_digests"]);
     }
+}
+
+// A day's logs copied into its folder, each with its own files only; a second run finds them there, and a
+// file of other contents in the way is never replaced.
+TEST(CliLogEdit, ArrangeCopiesEachLogWithItsFilesIntoItsDay) {
+    Boring boring;
+    namespace fs = std::filesystem;
+    fs::copy_file(boring.a, boring.dir.path / "A.5.lif.raw.bin");
+    boring.dir.write("A.5.lif.plt", "[Settings]\r\n");
+    boring.dir.write("A_2.jpg", "page two");
+    const auto to = boring.dir.path / "site";
+    const std::string command =
+        kCli + " arrange " + quote(boring.dir.path.string()) + " --to " + quote(to.string());
+    RunResult r = runProgram(command);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto summary =
+        nlohmann::json::parse(runProgram(kCli + " summary --json " + quote(boring.a.string())).out);
+    const auto day = to / summary["logs"][0]["date"].get<std::string>();
+    std::set<std::string> names;
+    for (const auto& e : fs::directory_iterator(day))
+        names.insert(e.path().filename().string());
+    const std::set<std::string> want = {"A.lif.raw.bin", "A.lif.plt",       "A.lif.dat.txt",
+                                        "A_2.jpg",       "B.lif.raw.bin",   "B.lif.plt",
+                                        "B.lif.dat.txt", "A.5.lif.raw.bin", "A.5.lif.plt"};
+    EXPECT_EQ(names, want);
+    EXPECT_EQ(slurp(day / "A.lif.raw.bin"), slurp(boring.a));
+    EXPECT_NE(r.out.find("A.5.lif.raw.bin -> " + day.string() + " (2 copied)"), std::string::npos) << r.out;
+
+    r = runProgram(command);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("(0 copied, 4 already there)"), std::string::npos)
+        << r.out; // A: raw, plt, export, page
+
+    boring.dir.write("site/" + day.filename().string() + "/B.lif.plt", "edited in the office");
+    r = runProgram(command);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.out.find("exists with other contents"), std::string::npos) << r.out;
+    EXPECT_EQ(slurp(day / "B.lif.plt"), "edited in the office");
 }
 
 } // namespace

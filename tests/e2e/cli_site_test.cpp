@@ -5,6 +5,7 @@
 
 #include "common/number_text.h"
 
+#include <QImage>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -185,6 +186,78 @@ TEST(CliSite, ModelPlacesThePointsAndInterpolatesBetweenBorings) {
     const double mid = columnMax((b1[0] + b2[0]) / 2, (b1[1] + b2[1]) / 2);
     EXPECT_GT(mid, plume1 + 0.2 * (plume2 - plume1));
     EXPECT_LT(mid, plume2);
+}
+
+// The map puts each boring at its own position in its %RE class; the section of B2 and B3 (B1 left out by
+// its distance from the line) shows the plume at the depth the logs hold it, brighter near the brighter log.
+TEST(CliSite, MapAndSectionShowThePlumeWhereTheLogsDo) {
+    const SiteLogs& logs = siteLogs();
+    const auto csv = logs.dir.path / "pictures.csv";
+    ASSERT_EQ(runProgram(kCli + " model " + quote(logs.dir.path.string()) + " --csv " + quote(csv.string()))
+                  .exitCode,
+              0);
+    std::map<std::string, std::pair<double, double>> at; // easting, northing
+    double ground = 0;                                    // elevation of the borings' tops, m
+    std::istringstream rows(slurp(csv.string()));
+    std::string line;
+    std::getline(rows, line);
+    while (std::getline(rows, line)) {
+        std::istringstream cs(line);
+        std::string name, e, n, z, d;
+        std::getline(cs, name, ',');
+        std::getline(cs, e, ',');
+        std::getline(cs, n, ',');
+        std::getline(cs, z, ',');
+        std::getline(cs, d, ',');
+        at[name.substr(1, name.size() - 2)] = {val(e), val(n)};
+        ground = val(z) + val(d);
+    }
+    const auto picture = [&](const std::string& command, const std::string& file, nlohmann::json& frame) {
+        const RunResult r = runProgram(kCli + " " + command + " --json --out " + quote(file));
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        frame = nlohmann::json::parse(r.out)["frame"];
+        QImage image(QString::fromStdString(file));
+        EXPECT_FALSE(image.isNull()) << file;
+        return image;
+    };
+    const auto pixel = [](const QImage& image, const nlohmann::json& f, double x, double y) {
+        const double px =
+            f["origin_x"].get<double>() + (x - f["x0"].get<double>()) * f["px_per_x"].get<double>();
+        const double py =
+            f["origin_y"].get<double>() - (y - f["y0"].get<double>()) * f["px_per_y"].get<double>();
+        return image.pixelColor(static_cast<int>(std::lround(px)), static_cast<int>(std::lround(py)));
+    };
+
+    nlohmann::json frame;
+    const std::string mapFile = (logs.dir.path / "map.png").string();
+    const QImage map = picture("map " + quote(logs.dir.path.string()), mapFile, frame);
+    ASSERT_FALSE(map.isNull());
+    const QColor expected[] = {QColor(0, 160, 0), QColor(255, 128, 0), QColor(235, 205, 0)}; // B1, B2, B3
+    for (int i = 0; i < 3; ++i) {
+        const auto& [e, n] = at[kBorings[i].name];
+        EXPECT_EQ(pixel(map, frame, e, n), expected[i]) << kBorings[i].name;
+    }
+
+    // The line through B2 and B3; B1 is some 70 m off it.
+    const auto& [e2, n2] = at["B2"];
+    const auto& [e3, n3] = at["B3"];
+    std::ostringstream lineArg;
+    lineArg.precision(10);
+    lineArg << e2 << ',' << n2 << ',' << e3 << ',' << n3;
+    const std::string sectionFile = (logs.dir.path / "section.png").string();
+    const QImage section =
+        picture("section " + quote(logs.dir.path.string()) + " --line " + lineArg.str() + " --width 10",
+                sectionFile, frame);
+    ASSERT_FALSE(section.isNull());
+    const double length = std::hypot(e3 - e2, n3 - n2);
+    const auto darkness = [](const QColor& c) { return 765 - c.red() - c.green() - c.blue(); };
+    const auto plumeAt = [&](double t) { return pixel(section, frame, t * length, ground - 1.5 * 0.3048); };
+    const auto cleanAt = [&](double t) { return pixel(section, frame, t * length, ground - 0.5 * 0.3048); };
+    EXPECT_GT(darkness(plumeAt(0.3)), darkness(plumeAt(0.8)) + 60);
+    EXPECT_GT(darkness(plumeAt(0.8)), darkness(cleanAt(0.8)) + 40);
+    EXPECT_LT(darkness(cleanAt(0.5)), 40);
+    // Nothing is drawn beyond the deepest point.
+    EXPECT_EQ(pixel(section, frame, 0.5 * length, ground - 3.6 * 0.3048), QColor(Qt::white));
 }
 
 // The LAS file of a log, read by las-js: the depth range in the header is the data's, one row a point, and
