@@ -45,7 +45,15 @@ public:
     bool inUse = false;
     FirmwareVersion firmware{2, 1, 4};
     int referenceStates = 0;
+    bool digitiser = false;
+    int mask = 4095;
+    std::optional<HdBoardValues> record; // what every trigger reads
+    std::optional<HdChannels> channels;  // what the reference state reads
     bool InUse() const override { return inUse; }
+    bool Digitiser() const override { return digitiser; }
+    int PushMask() const override { return mask; }
+    std::optional<HdBoardValues> LastRecord() override { return record; }
+    std::optional<HdChannels> ReadChannels() override { return channels; }
     void EnterReferenceState() override { ++referenceStates; }
     FirmwareVersion Firmware() override { return firmware; }
     int pushes = 0, stops = 0, triggers = 0;

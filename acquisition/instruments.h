@@ -3,6 +3,7 @@
 // fakes in the tests and against the field drivers through adapters in the program's wiring. Every call
 // on an absent device does nothing and reports failure, as the drivers do.
 
+#include "log/hd_stream.h"
 #include "waveform/waveform_record.h"
 
 #include <array>
@@ -39,11 +40,20 @@ struct FirmwareVersion {
     int number() const { return major * 10000 + minor * 100 + patch; }
 };
 
-// The network data board. InUse() false means the oscilloscope alone paces the push.
+// The network data board. InUse() false means the oscilloscope alone paces the push; Digitiser() (HD-board
+// mode) means there is no oscilloscope: the board's records are the points.
 class Board {
 public:
     virtual ~Board() = default;
     virtual bool InUse() const = 0;
+    virtual bool Digitiser() const = 0;
+    // The data-select mask the board streams during a push.
+    virtual int PushMask() const = 0;
+    // The columns of the record just triggered, by board column; nullopt when none came.
+    virtual std::optional<HdBoardValues> LastRecord() = 0;
+    // The four integrated channel values of the probe as it is now (the RE or the background), averaged
+    // over a few records; nullopt when the board sent none.
+    virtual std::optional<HdChannels> ReadChannels() = 0;
     virtual void EnterReferenceState() = 0;
     virtual FirmwareVersion Firmware() = 0;
     // The push on the board: it triggers the points and digitises the auxiliary values.

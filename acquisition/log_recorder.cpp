@@ -20,7 +20,68 @@ LogRecorder::LogRecorder(Host& host, const Clock& clock, cZEL_Data& log, LogArra
     Context.family = family;
 }
 
+bool LogRecorder::beginHd(const ReferenceControl& reference) {
+    if (!reference.HdRE) {
+        host_.message("Error in Begin: there is no RE to record the push against.", MsgButtons::Ok,
+                      MsgIcon::Critical);
+        return false;
+    }
+    if (HdMask == 0 || (HdMask & hd_layout::kPushValuesBit) == 0) {
+        host_.message("Error in Begin: the data board streams no column.", MsgButtons::Ok, MsgIcon::Critical);
+        return false;
+    }
+    samples_ = hd_layout::kSignalColumns;
+    columns_.assign(hd_layout::kPointColumns, 0.0f);
+    hdRecordValues_ = hd_layout::recordValues(HdMask);
+    hdRecords_.clear();
+    if (arrays_.beginPush(samples_, hd_layout::kPointColumns, false) != ArrayStatus::Ok) {
+        host_.message("Error in Begin: no room for the push's points.", MsgButtons::Ok, MsgIcon::Critical);
+        return false;
+    }
+    // The RE and background as the DATA lists keep them (two decimals): the reader takes the background
+    // off the board's channels with the listed values, and so does the push.
+    const auto listed = [](const HdChannels& values) {
+        std::vector<float> out;
+        for (const float v : values)
+            out.push_back(static_cast<float>(val(formatNumber(v, "#0.00"))));
+        return out;
+    };
+    arrays_.re = {};
+    arrays_.re.samples = listed(*reference.HdRE);
+    arrays_.blank = {};
+    if (reference.HdBackground) arrays_.blank.samples = listed(*reference.HdBackground);
+    log_.Fill_Info_Start();
+    log_.File_FullPath(rawPath_);
+    log_.File_Title(std::filesystem::path(rawPath_).filename().string());
+    log_.Wave_DeltaX(0.0f);
+    log_.WavePoints(samples_ - 1);
+    log_.DataSets(hd_layout::kPointColumns);
+    log_.DataPoints(-1);
+    Context.channels = hd_layout::kSignalColumns;
+    Context.modeId = reference.Mode;
+    Context.hdBoardMode = true;
+
+    scan_ = {};
+    tempBehindTold_ = false;
+    keptCrashed_.clear();
+    rescued_.clear();
+    const std::string streamPath = hdSideFilePath(rawPath_);
+    if (!temp_.open(streamPath, HdMask)) {
+        host_.message("Error in Begin: the HD board data file " + streamPath + " " +
+                          (temp_.lastError() == "exists"
+                               ? std::string("of an earlier push that was never saved is in the way. Recover "
+                                             "it or choose another log name")
+                               : temp_.lastError()) +
+                          ".",
+                      MsgButtons::Ok, MsgIcon::Critical);
+        return false;
+    }
+    return true;
+}
+
 bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode) {
+    Context.depthMode = depthMode;
+    if (Context.hdBoardMode) return beginHd(reference);
     const cZEL_Waveform& re = reference.RE();
     samples_ = static_cast<int>(reference.RERaw.samples.size());
     if (samples_ == 0) {
@@ -28,6 +89,7 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
                       MsgIcon::Critical);
         return false;
     }
+    columns_.assign(push_column::Count, 0.0f);
     if (arrays_.beginPush(samples_, push_column::Count, Hydraulic.presFlow) != ArrayStatus::Ok) {
         host_.message("Error in Begin: no room for the push's points.", MsgButtons::Ok, MsgIcon::Critical);
         return false;
@@ -96,6 +158,15 @@ bool LogRecorder::Begin(const ReferenceControl& reference, float, int depthMode)
 }
 
 bool LogRecorder::catchUpTemp() {
+    if (Context.hdBoardMode) {
+        const auto width = static_cast<std::size_t>(hdRecordValues_);
+        while (static_cast<std::size_t>(temp_.records()) * width < hdRecords_.size()) {
+            const auto record = std::span<const float>(hdRecords_)
+                                    .subspan(static_cast<std::size_t>(temp_.records()) * width, width);
+            if (!temp_.usable() || !temp_.writePoint(record, {}, {})) return false;
+        }
+        return true;
+    }
     const auto columns = static_cast<std::size_t>(push_column::Count);
     while (temp_.records() < arrays_.points()) {
         const int p = temp_.records();
@@ -109,7 +180,27 @@ bool LogRecorder::catchUpTemp() {
     return true;
 }
 
-bool LogRecorder::Append(const PointRecord& p) {
+bool LogRecorder::appendHd(const PointRecord& p) {
+    if (!p.board) return false;
+    const std::vector<float> record =
+        HdStreamRecord(HdMask, *p.board, {p.depth, p.signal, p.conductivity, p.rate});
+    // The arrays take the point as the reader spreads the side file, so the live plot is the saved log.
+    std::fill(columns_.begin(), columns_.end(), 0.0f);
+    columns_[push_column::RateMark] = p.rateExceeded ? 1.0f : 0.0f;
+    std::array<float, hd_layout::kSignalColumns> wave{};
+    HdChannels background{};
+    for (std::size_t k = 0; k < background.size() && k < arrays_.blank.samples.size(); ++k)
+        background[k] = arrays_.blank.samples[k];
+    DistributeHdRecord(HdMask, record, background, columns_, wave);
+    PointValues values;
+    values.wave = wave;
+    values.columns = columns_;
+    if (arrays_.appendPoint(values) != ArrayStatus::Ok) return false;
+    hdRecords_.insert(hdRecords_.end(), record.begin(), record.end());
+    return true;
+}
+
+bool LogRecorder::appendScope(const PointRecord& p) {
     if (static_cast<int>(p.wave.size()) != samples_) return false;
     columns_[push_column::Depth] = p.depth;
     columns_[push_column::Signal] = p.signal;
@@ -133,7 +224,15 @@ bool LogRecorder::Append(const PointRecord& p) {
         log_.CurrentPresDwn(p.presFlow.presDown);
         log_.CurrentFlow(p.presFlow.flow);
     }
-    if (arrays_.appendPoint(values) != ArrayStatus::Ok) return false;
+    return arrays_.appendPoint(values) == ArrayStatus::Ok;
+}
+
+bool LogRecorder::Append(const PointRecord& p) {
+    if (Context.hdBoardMode) {
+        if (!appendHd(p)) return false;
+    } else if (!appendScope(p)) {
+        return false;
+    }
     log_.DataPoints(arrays_.points() - 1);
     if (Hydraulic.presFlow) estimateKAt(log_, arrays_.presFlow, arrays_.points() - 1);
     scan_.add(p.depth, p.signal);
@@ -188,7 +287,8 @@ void LogRecorder::saveElsewhere() {
     const std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
     const int points = arrays_.points();
     std::string text = "The raw log " + rawPath_ + " could not be written. ";
-    if (!ec) {
+    // An HD-board log is made from its side file, which stays where it is.
+    if (!ec && !Context.hdBoardMode) {
         const std::string other = (folder / std::filesystem::path(rawPath_).filename()).string();
         if (other != rawPath_ && !std::filesystem::exists(other, ec)) {
             const std::string kept = log_.File_FullPath();

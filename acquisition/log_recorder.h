@@ -11,6 +11,7 @@
 // name (crashedTempFilePath), never overwritten.
 
 #include "acquisition/push.h"
+#include "log/hd_stream.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
 #include "log/raw_log_format.h"
@@ -54,6 +55,10 @@ public:
 
     RawLogContext Context;
     HydraulicSetup Hydraulic;
+    // HD-board mode (Context.hdBoardMode): the side file's mask, the board's data select with the push's
+    // four values (common/hd_layout.h). The points go to the side file instead of the temporary point
+    // file, and the raw log takes it as its binary part.
+    std::uint32_t HdMask = 0;
 
     bool Begin(const ReferenceControl& reference, float firstDepth, int depthMode) override;
     bool Append(const PointRecord& point) override;
@@ -85,6 +90,9 @@ private:
     TempPointFile temp_;
     bool catchUpTemp();
     void saveElsewhere();
+    bool beginHd(const ReferenceControl& reference);
+    bool appendHd(const PointRecord& point);
+    bool appendScope(const PointRecord& point);
 
     SignalMaxScan scan_;
     bool tempBehindTold_ = false;
@@ -94,6 +102,9 @@ private:
     std::vector<float> columns_;
     RecordedFiles files_;
     std::vector<DissipationCurve> dissipations_;
+    // HD-board mode: every point's side-file record, so the file can catch up after a failed write.
+    std::vector<float> hdRecords_;
+    int hdRecordValues_ = 0;
 };
 
 } // namespace zel::acq

@@ -83,7 +83,8 @@ void PushControl::preparePointWave() {
 }
 
 bool PushControl::StartPush() {
-    preparePointWave();
+    const bool digitiser = board_.Digitiser();
+    if (!digitiser) preparePointWave();
     if (!ref_.CheckBeforePush()) return false;
 
     lastDepth_ = -9.0f;
@@ -95,9 +96,11 @@ bool PushControl::StartPush() {
 
     display_.ShowText(Settings.stepText + " per" + (Settings.metric ? " m" : " ft"));
 
-    scope_.StoreReference("CH2", "REF1");
-    scope_.StoreReference("CH2", "REF2");
-    scope_.StartPush();
+    if (!digitiser) {
+        scope_.StoreReference("CH2", "REF1");
+        scope_.StoreReference("CH2", "REF2");
+        scope_.StartPush();
+    }
     if (board_.InUse()) board_.StartPush();
     presFlowSilentTold_ = false;
     if (LogsPresFlow()) {
@@ -231,17 +234,47 @@ void PushControl::RunPush() {
     acquiring_ = false;
 }
 
+void PushControl::boardPoint(PointRecord& p) {
+    p.board = board_.LastRecord();
+    if (!p.board) throw std::runtime_error("The data board sent no record.");
+    const HdChannels none{};
+    const HdChannels& background = ref_.HdBackground ? *ref_.HdBackground : none;
+    HdChannels channels{};
+    hdWave_.resize(channels.size());
+    for (std::size_t k = 0; k < channels.size(); ++k) {
+        channels[k] = (*p.board)[static_cast<std::size_t>(hd_layout::kFirstSignalColumn) + k];
+        hdWave_[k] = channels[k] - background[k];
+        p.channelArea[k] = hdWave_[k];
+        p.fluorescence += hdWave_[k];
+    }
+    p.signal = ref_.HdRE ? HdPercentRE(channels, *ref_.HdRE, background) : 0.0f;
+    p.wave = hdWave_;
+}
+
 bool PushControl::AcquirePoint() {
     int step = 0;
     try {
         step = 1;
-        if (!scope_.Acquire("CH2", wave_)) throw std::runtime_error("The oscilloscope gave no waveform.");
         PointRecord p;
-        if (board_.InUse()) p.aux = board_.AuxValues();
-        step = 2;
-        point_->DeltaX = wave_.deltaX;
-        bool low = false;
-        if (!point_->Process_Wave(wave_.samples, low)) return false;
+        if (board_.Digitiser()) {
+            boardPoint(p);
+            p.aux = board_.AuxValues();
+        } else {
+            if (!scope_.Acquire("CH2", wave_)) throw std::runtime_error("The oscilloscope gave no waveform.");
+            if (board_.InUse()) p.aux = board_.AuxValues();
+            step = 2;
+            point_->DeltaX = wave_.deltaX;
+            bool low = false;
+            if (!point_->Process_Wave(wave_.samples, low)) return false;
+            p.signal = point_->Wave_Signal;
+            p.scatter = point_->Wave_ScatSum;
+            p.fluorescence = point_->Wave_FluorSum;
+            for (int k = 0; k < 4; ++k)
+                p.channelArea[k] = point_->Wave_AreaCH[k];
+            p.wave = wave_.samples;
+            p.deltaX = wave_.deltaX;
+            p.delay = wave_.delay;
+        }
         step = 4;
         p.position = gps_.Current();
         if (LogsPresFlow()) {
@@ -257,19 +290,11 @@ bool PushControl::AcquirePoint() {
         }
         step = 5;
         p.depth = lastDepth_;
-        p.signal = point_->Wave_Signal;
         p.rate = depth_.Rate();
         p.rateExceeded = rateExceeded_;
-        p.scatter = point_->Wave_ScatSum;
-        p.fluorescence = point_->Wave_FluorSum;
-        for (int k = 0; k < 4; ++k)
-            p.channelArea[k] = point_->Wave_AreaCH[k];
         // With the data board in the push its analogue input is the conductivity.
         p.conductivity = board_.InUse() ? p.aux[0] : depth_.Conductivity();
         if (depth_.Mode() == 2) p.counter = depth_.StoredStep();
-        p.wave = wave_.samples;
-        p.deltaX = wave_.deltaX;
-        p.delay = wave_.delay;
         if (!recorder_.Append(p)) throw std::runtime_error("The point could not be stored.");
         pointRates_.push_back(p.rate);
         lastSignal_ = p.signal;
@@ -284,7 +309,7 @@ bool PushControl::AcquirePoint() {
 
 void PushControl::FinishPush() {
     if (board_.InUse()) board_.StopPush();
-    scope_.StopPush();
+    if (!board_.Digitiser()) scope_.StopPush();
     if (LogsPresFlow()) presFlow_->StopPush();
     rateReport_ = CheckPushRate(pointRates_, Settings.metric, ref_.SuppressPrompts, host_);
     recorder_.Finish();

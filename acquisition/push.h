@@ -40,6 +40,9 @@ struct PointRecord {
     bool hasPresFlow = false;
     PresFlowReading presFlow;
     std::span<const float> wave; // background subtracted, as processed
+    // HD-board mode: the board's record of the point, by board column (the wave is then its four channel
+    // values less the background's).
+    std::optional<HdBoardValues> board;
     float deltaX = 0.0f;
     double delay = 0.0;
 };
@@ -163,6 +166,8 @@ public:
 
 private:
     void preparePointWave();
+    // HD-board mode: the point from the board's record.
+    void boardPoint(PointRecord& p);
     void updateRate();
     bool waitInterval();
     void waitStartDelay();
@@ -196,6 +201,7 @@ private:
     std::vector<float> pointRates_;
     RateReport rateReport_;
     Waveform wave_;
+    std::vector<float> hdWave_;
 };
 
 } // namespace zel::acq

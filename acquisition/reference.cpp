@@ -164,6 +164,7 @@ void ReferenceControl::acceptRE(std::unique_ptr<cZEL_Waveform> candidate, const 
 }
 
 bool ReferenceControl::AcquireReference(int kind, bool interactive) {
+    if (board_.Digitiser()) return AcquireHdReference(kind);
     int step = 0;
     try {
         step = 1;
@@ -294,6 +295,44 @@ void ReferenceControl::RecoverReference() {
 
 bool ReferenceControl::ask(const std::string& text, const char* title) {
     return host_.message(text, MsgButtons::OkCancel, MsgIcon::Question, title) == MsgResult::Ok;
+}
+
+bool ReferenceControl::AcquireHdReference(int kind) {
+    board_.EnterReferenceState();
+    const std::optional<HdChannels> channels = board_.ReadChannels();
+    if (!channels) {
+        host_.message(kFailed, MsgButtons::Ok);
+        return false;
+    }
+    if (kind == kBackground) {
+        HdBackground = channels;
+        return true;
+    }
+    const HdChannels none{};
+    if (!(HdPercentRE(*channels, *channels, HdBackground.value_or(none)) > 0.0f)) {
+        host_.message("The RE is no brighter than the background: the data board's channels read " +
+                          shortestText((*channels)[0]) + ", " + shortestText((*channels)[1]) + ", " +
+                          shortestText((*channels)[2]) + ", " + shortestText((*channels)[3]) +
+                          ". Check the reference emitter and take the RE again.",
+                      MsgButtons::Ok, MsgIcon::Exclamation);
+        return false;
+    }
+    FirmwareVersion = board_.Firmware().number();
+    HdRE = channels;
+    HasRE = true;
+    RETime = clock_.now();
+    REFresh = true;
+    return true;
+}
+
+void ReferenceControl::UseHdReference(int kind, const HdChannels& channels, DateTime time) {
+    if (kind == kBackground) {
+        HdBackground = channels;
+        return;
+    }
+    HdRE = channels;
+    HasRE = true;
+    RETime = time;
 }
 
 bool ReferenceControl::CheckBeforePush() {

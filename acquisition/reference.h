@@ -65,6 +65,11 @@ public:
     void CheckBaselineNoise();
     bool RescueReference(bool interactive);
     void RecoverReference();
+    // HD-board mode: the RE or background as the board's four channel values in its reference state. A
+    // refused RE (no brighter than the background) never replaces the one in force.
+    bool AcquireHdReference(int kind);
+    // The same values kept from an earlier run (the RE reference file), taken at `time`.
+    void UseHdReference(int kind, const HdChannels& channels, DateTime time);
     // Start-of-push gates; false means the push is not started.
     bool CheckBeforePush();
 
@@ -82,6 +87,8 @@ public:
     const cZEL_Waveform& RE() const { return *re_; }
     Waveform RERaw; // the RE as acquired, before the background was subtracted
     Waveform Background;
+    // HD-board mode's RE and background.
+    std::optional<HdChannels> HdRE, HdBackground;
     bool HasRE = false;
     std::optional<DateTime> RETime;
     bool REFresh = false;

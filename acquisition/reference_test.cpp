@@ -209,6 +209,49 @@ TEST(AcquireReference, BackgroundIsSubtractedFromTheRE) {
     EXPECT_FLOAT_EQ(withBackground, plain.control.RE().RE_Area);
 }
 
+// With the data board as the digitiser the RE and background are its four channels in the reference state;
+// an RE no brighter than the background (or a board that sent nothing) never replaces the RE in force.
+TEST(AcquireReference, DataBoardChannelsAreTheREAndTheBackground) {
+    Rig r;
+    r.board.inUse = true;
+    r.board.digitiser = true;
+    struct Step {
+        int kind;
+        std::optional<HdChannels> read;
+        bool accepted;
+        std::string message; // start of the message shown, empty for none
+    };
+    const HdChannels dark{1.0f, 1.0f, 1.0f, 1.0f}, bright{5.0f, 6.0f, 7.0f, 8.0f},
+        dim{1.0f, 1.0f, 1.0f, 0.5f};
+    const std::vector<Step> steps{
+        {kBackground, dark, true, ""},
+        {kRE, dark, false,
+         "The RE is no brighter than the background: the data board's channels read 1, 1, 1, 1."},
+        {kRE, bright, true, ""},
+        {kRE, dim, false, "The RE is no brighter"},
+        {kRE, std::nullopt, false, "RE or Background acquisition failed."},
+    };
+    for (const Step& s : steps) {
+        const std::size_t before = r.host.messages().size();
+        r.board.channels = s.read;
+        EXPECT_EQ(r.control.AcquireReference(s.kind), s.accepted) << s.message;
+        if (s.message.empty()) {
+            EXPECT_EQ(r.host.messages().size(), before);
+        } else {
+            ASSERT_EQ(r.host.messages().size(), before + 1);
+            EXPECT_EQ(r.host.messages().back().rfind(s.message, 0), 0u) << r.host.messages().back();
+        }
+        // The accepted RE stays the bright one.
+        if (r.control.HasRE) {
+            EXPECT_EQ(r.control.HdRE, bright);
+        }
+    }
+    EXPECT_TRUE(r.scope.calls.empty());
+    EXPECT_EQ(r.control.HdBackground, dark);
+    EXPECT_EQ(r.board.referenceStates, 5);
+    EXPECT_EQ(r.control.RETime, r.clock.now());
+}
+
 TEST(CheckBeforePush, PromptsInOrderAndCancelStops) {
     const std::string firstPush = "This is the first acquisition since the software has been loaded.\r\n"
                                   "Check the info tab for accuracy.\r\n"

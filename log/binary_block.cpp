@@ -1,5 +1,6 @@
 #include "log/binary_block.h"
 
+#include "common/hd_layout.h"
 #include "log/raw_log_format.h"
 
 #include <algorithm>
@@ -181,7 +182,7 @@ bool readFloatsLe(BinaryFile& file, std::span<float> values) {
 }
 
 int hdColumnCount(std::uint32_t mask) {
-    return std::popcount(mask & 0xFFFu) + ((mask & (1u << 14)) ? 4 : 0);
+    return hd_layout::recordValues(mask);
 }
 
 } // namespace zel

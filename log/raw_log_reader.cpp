@@ -1,5 +1,8 @@
 #include "log/raw_log_reader.h"
 
+#include "common/hd_layout.h"
+#include "log/hd_stream.h"
+
 #include "analysis/k_estimate.h"
 #include "common/number_text.h"
 #include "log/binary_block.h"
@@ -22,12 +25,6 @@ using namespace raw_log;
 // Per-point columns a loaded log always has room for: the lists name columns up to 7 (Birch conductivity)
 // and the recomputed point values go where the push keeps them.
 constexpr int kMinDataColumns = point_column::PushCount;
-// HD-board logs: per-point columns 0..3 as in every log (depth, O2, -, rate), then the board's 12 data
-// columns in the board's own column order, 4 + c for column c.
-constexpr int kHdFirstBoardColumn = 4;
-constexpr int kHdBoardColumns = 12;
-constexpr int kHdDataColumns = kHdFirstBoardColumn + kHdBoardColumns;
-constexpr int kHdExtraValues = 4; // bit 14: four values a record, kept as the point's 4-sample waveform
 
 std::string_view trimmed(std::string_view t) {
     while (!t.empty() && (t.front() == ' ' || t.front() == '\t'))
@@ -305,31 +302,20 @@ bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, Lo
         return report(host, path, "the HD board block is cut short.");
     f.close();
 
-    // Record positions in the board's order of columns: bits 0..6 columns 0..6, bit 7 column 11, bits 8..11
-    // columns 7..10; then the four values of bit 14.
-    std::vector<int> target; // per-point column, or -1 - k for waveform sample k
-    for (int bit = 0; bit < kHdBoardColumns; ++bit)
-        if (mask & (1u << bit))
-            target.push_back(kHdFirstBoardColumn + (bit <= 6 ? bit : bit == 7 ? 11 : bit - 1));
-    if (mask & (1u << 14))
-        for (int k = 0; k < kHdExtraValues; ++k)
-            target.push_back(-1 - k);
-
     const int points = static_cast<int>(n);
-    const int columns = std::clamp(log.DataSets(), kHdDataColumns, kMaxDataColumns);
-    if (const ArrayStatus s = arrays.resize(kHdWavePoints + 1, columns, points, log.PresFlow());
-        s != ArrayStatus::Ok)
-        return report(host, path, "the log's arrays cannot be sized (" + std::string(describe(s)) + ").");
-    for (int p = 0; p < points; ++p)
-        for (int k = 0; k < c; ++k) {
-            const float v = records[static_cast<std::size_t>(p) * static_cast<std::size_t>(c) +
-                                    static_cast<std::size_t>(k)];
-            const int t = target[static_cast<std::size_t>(k)];
-            if (t >= 0)
-                arrays.columns(t, p) = v;
-            else
-                arrays.waves(-1 - t, p) = v;
-        }
+    const int columns = std::clamp(log.DataSets(), hd_layout::kPointColumns, kMaxDataColumns);
+    if (const ArrayStatus st = arrays.resize(kHdWavePoints + 1, columns, points, log.PresFlow());
+        st != ArrayStatus::Ok)
+        return report(host, path, "the log's arrays cannot be sized (" + std::string(describe(st)) + ").");
+    // The channel values are the board's less the background's, as the push computed them.
+    HdChannels background{};
+    for (std::size_t k = 0; k < background.size() && k < arrays.blank.samples.size(); ++k)
+        background[k] = arrays.blank.samples[k];
+    for (int p = 0; p < points; ++p) {
+        const auto record = std::span<const float>(records).subspan(
+            static_cast<std::size_t>(p) * static_cast<std::size_t>(c), static_cast<std::size_t>(c));
+        DistributeHdRecord(mask, record, background, arrays.columns.row(p), arrays.waves.row(p));
+    }
     log.DataPoints(points - 1);
     return true;
 }
@@ -531,10 +517,11 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     ctx.hdBoardMode = result.hdBoard;
     bool ok = false;
     if (result.hdBoard) {
-        ok = readHdBlock(path, *loc, log, arrays, host);
+        // The lists first: the background's channel values are taken off the board's.
+        ok = readBaseline(lists, arrays, ctx, options) && readWaveLists(lists, log, arrays, result) &&
+             readHdBlock(path, *loc, log, arrays, host);
         if (ok && withPresFlow && arrays.presFlow.width() == 0)
             ok = arrays.presFlow.resize(kPresFlowColumns, arrays.points()) == ArrayStatus::Ok;
-        if (ok) ok = readBaseline(lists, arrays, ctx, options) && readWaveLists(lists, log, arrays, result);
         if (ok) {
             std::vector<float> rate;
             ok = lists.read(kData, "RATE", static_cast<std::size_t>(kMaxPoints) * 2, rate);

@@ -1,10 +1,14 @@
 #include "log/raw_log_reader.h"
 
+#include "common/hd_layout.h"
+
 #include "common/testing/recording_host.h"
 #include "log/raw_log_test_data.h"
 #include "log/raw_log_writer.h"
 
 #include <gtest/gtest.h>
+
+#include <bit>
 
 #include <cmath>
 
@@ -266,21 +270,34 @@ TEST_F(RawLogReaderTest, DamagedFilesAreRefusedWithAClearMessage) {
 }
 
 TEST_F(RawLogReaderTest, HdBoardBlockIsSpreadOverTheColumnsAndTheWave) {
+    const auto f32 = [](float v) { return le32(std::bit_cast<std::uint32_t>(v)); };
     std::string text = "[DATA_INFO]\r\nWave_Points=3\r\nData_Points=0\r\nData_Cols=16\r\n"
-                       "[DATA]\r\nRE=1,1,1,1\r\nRATE=7,8\r\nDATA=Binary Appended\r\n";
-    // Mask: bit 0 (column 0), bit 7 (column 11), bit 14 (four values); two records, no trailer.
-    const std::string block = le32(0x4081) + kOne + kTwo + kHalf + kHalf + kHalf + kFour + //
-                              kThree + kFour + kOne + kOne + kOne + kOne;
+                       "[DATA]\r\nRE=9,9,9,9\r\nBLANK=0.5,0.25,0,0\r\nRATE=7,8\r\nDATA=Binary Appended\r\n";
+    // Mask: bit 0 (time), bit 1 (CH1), bit 7 (the 3-volt input), bit 14 (the push's four values); two
+    // records, no trailer. The RATE list is read over the records' rates.
+    std::string block = le32(0x4083);
+    for (const float v : {1.0f, 2.0f, 1.5f, 0.25f, 40.0f, 3.5f, 5.0f, //
+                          3.0f, 4.0f, 1.5f, 0.5f, 60.0f, 4.5f, 6.0f})
+        block += f32(v);
     const auto r = load(text + block);
     ASSERT_TRUE(r.ok) << host.messages()[0];
     EXPECT_TRUE(r.hdBoard);
     EXPECT_TRUE(host.messages().empty());
     EXPECT_EQ(log.DataPoints(), 1);
-    EXPECT_EQ(arrays.columns(4 + 0, 1), 3.0f);
-    EXPECT_EQ(arrays.columns(4 + 11, 0), 2.0f);
-    EXPECT_EQ(arrays.columns(point_column::Rate, 1), 8.0f);
-    EXPECT_EQ(arrays.waves(3, 0), 4.0f);
-    EXPECT_EQ(arrays.waves(0, 1), 1.0f);
+    const int board = hd_layout::kFirstBoardPointColumn;
+    struct Expect {
+        int column, point;
+        float value;
+    };
+    for (const Expect& e :
+         {Expect{board + 0, 0, 1.0f}, Expect{board + 0, 1, 3.0f}, Expect{board + 1, 1, 4.0f},
+          Expect{board + 11, 0, 1.5f}, Expect{point_column::Ch1, 1, 3.5f},
+          Expect{point_column::Depth, 1, 0.5f}, Expect{point_column::Signal, 0, 40.0f},
+          Expect{point_column::Conductivity, 1, 4.5f}, Expect{point_column::Rate, 1, 8.0f},
+          Expect{point_column::Rate, 0, 7.0f}, Expect{point_column::Ch1 + 1, 0, 0.0f}})
+        EXPECT_EQ(arrays.columns(e.column, e.point), e.value) << e.column << " " << e.point;
+    EXPECT_EQ(arrays.waves(0, 0), 2.0f - 0.5f); // CH1 less the background's
+    EXPECT_EQ(arrays.waves(1, 0), 0.0f);        // CH2 not selected
 }
 
 TEST_F(RawLogReaderTest, SavedLogReadsBackToTheSameFile) {

@@ -1,11 +1,17 @@
 #include "log/recovery.h"
 
+#include "common/hd_layout.h"
+#include "log/binary_block.h"
+#include "log/hd_stream.h"
+#include "log/log_limits.h"
 #include "log/path_text.h"
 #include "log/raw_log_reader.h"
 #include "log/raw_log_writer.h"
 #include "log/signal_max.h"
 #include "log/temp_point_file.h"
 
+#include <algorithm>
+#include <bit>
 #include <ctime>
 #include <exception>
 #include <fcntl.h>
@@ -63,14 +69,135 @@ bool fileTimes(const std::string& path, RecoveryResult& r) {
 
 std::string recoveredLogPath(const std::string& tempOrRawPath, LogFamily family) {
     const std::string ext(rawLogExtension(family));
-    const std::string raw = replaceEndingNoCase(tempOrRawPath, ext + ".temp", ext);
+    std::string raw = replaceEndingNoCase(tempOrRawPath, ext + ".temp", ext);
+    raw = replaceEndingNoCase(raw, hdSideFilePath(ext), ext);
     if (!endsWithNoCase(raw, ext)) return raw + "_Recovered" + ext;
     return raw.substr(0, raw.size() - ext.size()) + "_Recovered" + ext;
 }
 
+namespace {
+
+// The HD board's side file holds whole points (the push's four values with the board's columns): the
+// records become the recovered log's binary part as they stand, through a side file of the recovered
+// log's own, which the save takes and deletes.
+RecoveryResult recoverHdStream(const std::string& streamPath, const std::string& headerLog, cZEL_Data& log,
+                               LogArrays& arrays, RawLogContext& ctx, Host& host,
+                               const PointProcessingSetup& processing) {
+    RecoveryResult result;
+    const auto fail = [&host](const std::string& why) { host.message("Error in Recover_Temp: " + why); };
+    const LogFamily family = familyOfPath(headerLog);
+    const RawLogLoadResult header =
+        LoadRawLog(headerLog, log, arrays, ctx, host, quietLoad(family, processing));
+    if (!header.ok) {
+        fail("the log " + headerLog + " that describes the points could not be loaded.");
+        return result;
+    }
+    if (!header.hdBoard) {
+        fail("the log " + headerLog + " is not an HD-board log, so it cannot describe the points of " +
+             streamPath + ".");
+        return result;
+    }
+    BinaryFile in(streamPath, "rb");
+    const auto size = in.size();
+    unsigned char word[4];
+    if (!in.isOpen() || !size || *size < 4 || !in.seek(0) || !in.read(word, 4)) {
+        fail("cannot read the column mask of " + streamPath + ".");
+        return result;
+    }
+    const std::uint32_t mask =
+        static_cast<std::uint32_t>(word[0]) | static_cast<std::uint32_t>(word[1]) << 8 |
+        static_cast<std::uint32_t>(word[2]) << 16 | static_cast<std::uint32_t>(word[3]) << 24;
+    const int c = hd_layout::recordValues(mask);
+    if (c == 0 || (mask & hd_layout::kPushValuesBit) == 0) {
+        fail("the column mask " + std::to_string(mask) + " of " + streamPath +
+             " does not describe the points of a push.");
+        return result;
+    }
+    const std::uint64_t recordBytes = 4 * static_cast<std::uint64_t>(c);
+    const std::uint64_t whole = (*size - 4) / recordBytes;
+    if (whole < 1) {
+        fail(streamPath + " holds no whole point.");
+        return result;
+    }
+    const int points = static_cast<int>(std::min<std::uint64_t>(whole, kMaxPoints));
+    std::vector<float> records(static_cast<std::size_t>(points) * static_cast<std::size_t>(c));
+    if (!readFloatsLe(in, records)) {
+        fail("cannot read the points of " + streamPath + ".");
+        return result;
+    }
+    in.close();
+    result.droppedBytes = *size - 4 - whole * recordBytes;
+
+    const int columns = std::max(log.DataSets(), hd_layout::kPointColumns);
+    if (arrays.resize(hd_layout::kSignalColumns, columns, points, log.PresFlow()) != ArrayStatus::Ok) {
+        fail("no room for " + std::to_string(points) + " points.");
+        return result;
+    }
+    HdChannels background{};
+    for (std::size_t k = 0; k < background.size() && k < arrays.blank.samples.size(); ++k)
+        background[k] = arrays.blank.samples[k];
+    for (int p = 0; p < points; ++p)
+        DistributeHdRecord(
+            mask,
+            std::span<const float>(records).subspan(static_cast<std::size_t>(p) * static_cast<std::size_t>(c),
+                                                    static_cast<std::size_t>(c)),
+            background, arrays.columns.row(p), arrays.waves.row(p));
+    log.GPS_Clear();
+    log.DataPoints(points - 1);
+    log.DataSets(columns);
+    if (!fileTimes(streamPath, result)) {
+        fail("cannot read the times of " + streamPath + ".");
+        return result;
+    }
+    log.Time_Start(result.timeStart);
+    log.Time_Stop(result.timeStop);
+    result.recoveredPath = recoveredLogPath(streamPath, family);
+    log.File_FullPath(result.recoveredPath);
+    // The points carry their %RE: the maxima need no processing round.
+    recomputeSignalMax(log, arrays.columns, point_column::Signal);
+    ctx.hdBoardMode = true;
+    {
+        BinaryFile side(hdSideFilePath(result.recoveredPath), "wb");
+        std::vector<unsigned char> bytes(4 + static_cast<std::size_t>(records.size()) * 4);
+        std::copy(word, word + 4, bytes.begin());
+        for (std::size_t i = 0; i < records.size(); ++i)
+            putLe32(bytes.data() + 4 + 4 * i, std::bit_cast<std::uint32_t>(records[i]));
+        if (!side.isOpen() || !side.write(bytes.data(), bytes.size()) || !side.close()) {
+            fail("cannot write " + hdSideFilePath(result.recoveredPath) + ".");
+            return result;
+        }
+    }
+    const RawLogSaveResult saved = SaveRawLog(result.recoveredPath, log, arrays, ctx, host);
+    if (!saved.ok || !LoadRawLog(saved.path, log, arrays, ctx, host, quietLoad(family, processing)).ok)
+        return result;
+    result.ok = true;
+    result.points = points;
+    result.fromHeaderLog = "the RE and the background, the board's settings (HD_Int, HD_Avg) and the "
+                           "information texts (site, client, job, operator, notes, units)";
+    host.message(
+        "The recovered log " + result.recoveredPath + " takes Time_Start (" +
+            (result.startFromCreation ? "the creation" : "the last write, the creation being unknown") +
+            " of " + std::filesystem::path(streamPath).filename().string() +
+            ") and Time_Stop (its last write) from the HD board data file. From " +
+            std::filesystem::path(headerLog).filename().string() + " it takes " + result.fromHeaderLog +
+            ": check them.",
+        MsgButtons::Ok, MsgIcon::Information);
+    return result;
+}
+
+} // namespace
+
 RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::string& headerLog, cZEL_Data& log,
                                    LogArrays& arrays, RawLogContext& ctx, Host& host,
                                    const PointProcessingSetup& processing) {
+    if (endsWithNoCase(tempPath, ".raw.hd")) {
+        try {
+            return recoverHdStream(tempPath, headerLog, log, arrays, ctx, host, processing);
+        } catch (const std::exception& e) {
+            host.message(std::string("Error in Recover_Temp: ") + e.what());
+            return {};
+        }
+    }
     RecoveryResult result;
     const auto fail = [&host](const std::string& why) { host.message("Error in Recover_Temp: " + why); };
     try {

@@ -34,6 +34,9 @@ std::string recoveredLogPath(const std::string& tempOrRawPath, LogFamily family)
 // file's name with "_Recovered" and loaded (which recomputes the points' %RE with processing), its maxima
 // are recomputed from the loaded points, and it is saved and loaded once more so STATS carries them.
 // Errors are shown through the host ("Error in Recover_Temp: ...").
+// An HD board's side file (x.lif.raw.hd) is recovered the same way from an HD-board header log: its
+// records are whole points (common/hd_layout.h), so they become the recovered log's binary part as they
+// stand and no processing round is needed.
 RecoveryResult RecoverFromTempFile(const std::string& tempPath, const std::string& headerLog, cZEL_Data& log,
                                    LogArrays& arrays, RawLogContext& ctx, Host& host,
                                    const PointProcessingSetup& processing = {});

@@ -1,6 +1,7 @@
 #include "log/recovery.h"
 #include "log/temp_point_file.h"
 
+#include "common/hd_layout.h"
 #include "common/testing/recording_host.h"
 #include "log/raw_log_reader.h"
 #include "log/raw_log_test_data.h"
@@ -8,9 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <sys/stat.h>
 
 namespace zel {
@@ -171,6 +174,84 @@ TEST(TempPointFile, RecordBoundsComeFromTheHeaderNotTheFile) {
     EXPECT_FALSE(readTempPointFile("/nonexistent", 8, false, kMaxSamplesPerWave + 1, arrays).ok);
     EXPECT_EQ(recoveredLogPath("/a/b.o2.raw.bin.temp", LogFamily::O2), "/a/b_Recovered.o2.raw.bin");
     EXPECT_EQ(recoveredLogPath("/a/b.LIF.RAW.BIN", LogFamily::Lif), "/a/b_Recovered.lif.raw.bin");
+}
+
+} // namespace
+} // namespace zel
+
+namespace zel {
+namespace {
+
+// An HD-board push is recovered from its side file: whole records become the recovered log's points as they
+// stand (the push's four values included), a torn last record is dropped, and a header log that is not an
+// HD-board log is refused.
+TEST_F(RecoveryFixture, TheDataBoardsSideFileIsRecoveredRecordForRecord) {
+    const std::uint32_t mask = 0x0083u | hd_layout::kPushValuesBit; // time, CH1, the 3-volt input
+    const auto record = [](int p) {
+        const float f = static_cast<float>(p);
+        return std::array<float, 7>{10.0f + f, 2.0f + f, 1.5f, 0.25f * f, 40.0f + f, 3.0f, 0.5f};
+    };
+    // An HD-board log of the same set-up for the header.
+    cZEL_Data source{host, clock};
+    LogArrays a;
+    RawLogContext c;
+    c.hdBoardMode = true;
+    source.WavePoints(hd_layout::kSignalColumns - 1);
+    source.DataSets(hd_layout::kPointColumns);
+    source.DataPoints(0);
+    ASSERT_EQ(a.resize(hd_layout::kSignalColumns, hd_layout::kPointColumns, 1, false), ArrayStatus::Ok);
+    a.re.samples = {9, 9, 9, 9};
+    a.blank.samples = {0.5f, 0, 0, 0};
+    {
+        TempPointFile side;
+        ASSERT_TRUE(side.open((dir / "hdprev.lif.raw.hd").string(), mask));
+        ASSERT_TRUE(side.writePoint(record(0), {}, {}));
+    }
+    const std::string hdHeader = SaveRawLog((dir / "hdprev").string(), source, a, c, host).path;
+    ASSERT_FALSE(hdHeader.empty());
+
+    const std::string stream = (dir / "push9.lif.raw.hd").string();
+    {
+        TempPointFile f;
+        ASSERT_TRUE(f.open(stream, mask));
+        for (int p = 0; p < 3; ++p)
+            ASSERT_TRUE(f.writePoint(record(p), {}, {}));
+    }
+    std::ofstream(stream, std::ios::binary | std::ios::app).write("\x01\x02\x03\x04\x05", 5);
+    host.clear();
+
+    RecoveryResult refused = RecoverFromTempFile(stream, headerLog, log, arrays, ctx, host);
+    EXPECT_FALSE(refused.ok);
+    ASSERT_FALSE(host.messages().empty());
+    EXPECT_NE(host.messages().back().find("is not an HD-board log"), std::string::npos)
+        << host.messages().back();
+
+    const RecoveryResult r = RecoverFromTempFile(stream, hdHeader, log, arrays, ctx, host);
+    ASSERT_TRUE(r.ok) << ::testing::PrintToString(host.messages());
+    EXPECT_EQ(r.points, 3);
+    EXPECT_EQ(r.droppedBytes, 5u);
+    EXPECT_EQ(r.recoveredPath, (dir / "push9_Recovered.lif.raw.bin").string());
+    EXPECT_FALSE(fs::exists(dir / "push9_Recovered.lif.raw.hd"));
+    EXPECT_TRUE(fs::exists(stream));
+
+    cZEL_Data back{host, clock};
+    LogArrays b;
+    RawLogContext bc;
+    const RawLogLoadResult loaded = LoadRawLog(r.recoveredPath, back, b, bc, host);
+    ASSERT_TRUE(loaded.ok);
+    EXPECT_TRUE(loaded.hdBoard);
+    ASSERT_EQ(b.points(), 3);
+    const int board = hd_layout::kFirstBoardPointColumn;
+    for (int p = 0; p < 3; ++p) {
+        const auto v = record(p);
+        EXPECT_EQ(b.columns(board + hd_layout::kTimeColumn, p), v[0]) << p;
+        EXPECT_EQ(b.columns(board + hd_layout::kThreeVoltColumn, p), v[2]) << p;
+        EXPECT_EQ(b.waves(0, p), v[1] - 0.5f) << p;
+        EXPECT_EQ(b.columns(point_column::Depth, p), v[3 + hd_layout::PushDepth]) << p;
+        EXPECT_EQ(b.columns(point_column::Signal, p), v[3 + hd_layout::PushSignal]) << p;
+        EXPECT_EQ(b.columns(point_column::Rate, p), v[3 + hd_layout::PushRate]) << p;
+    }
+    EXPECT_FLOAT_EQ(back.Signal_MaxValue(), 42.0f);
 }
 
 } // namespace

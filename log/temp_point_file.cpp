@@ -76,7 +76,7 @@ bool TempPointFile::fail(const char* what, int err) {
     return false;
 }
 
-bool TempPointFile::open(const std::string& path) {
+bool TempPointFile::open(const std::string& path, std::optional<std::uint32_t> leadingWord) {
     close();
     path_ = path;
     broken_ = false;
@@ -99,6 +99,19 @@ bool TempPointFile::open(const std::string& path) {
     if (dir >= 0) {
         ::fsync(dir);
         ::close(dir);
+    }
+    if (leadingWord) {
+        unsigned char word[4];
+        for (int b = 0; b < 4; ++b)
+            word[b] = static_cast<unsigned char>(*leadingWord >> (8 * b));
+        if (::write(fd_, word, 4) != 4 || ::fdatasync(fd_) != 0) {
+            fail("could not take its first word", errno);
+            ::close(fd_);
+            fd_ = -1;
+            ::unlink(path.c_str());
+            return false;
+        }
+        size_ = 4;
     }
     return true;
 }

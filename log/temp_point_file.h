@@ -17,6 +17,7 @@
 #include "log/log_arrays.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -40,8 +41,9 @@ public:
     TempPointFile& operator=(const TempPointFile&) = delete;
 
     // Starts a new file. An existing file of the name is never replaced (it is a crashed push's points):
-    // false then, with lastError() "exists", as when the file cannot be created.
-    bool open(const std::string& path);
+    // false then, with lastError() "exists", as when the file cannot be created. A leading word (the HD
+    // board's side file begins with its column mask) is written and flushed before any record.
+    bool open(const std::string& path, std::optional<std::uint32_t> leadingWord = std::nullopt);
     // Appends the point and makes it durable. presFlow is empty for a log without pressure/flow. False when
     // the write or the flush failed; the file then still ends on its last whole record (see above), and
     // lastError() says why.

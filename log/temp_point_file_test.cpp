@@ -117,6 +117,39 @@ TEST(TempPointFile, AFailedWriteIsCutBackToTheLastWholeRecord) {
     EXPECT_EQ(r.droppedBytes, 0u);
 }
 
+// The HD board's side file starts with its mask: records follow it, and a failed record is cut back to the
+// word and the whole records, never into the word. A word that cannot be written leaves no file behind.
+TEST(TempPointFile, ALeadingWordComesFirstAndIsNeverCutAway) {
+    Folder dir;
+    const std::string path = (dir.path / "p.lif.raw.hd").string();
+    {
+        FileSizeLimit limit(2);
+        ASSERT_TRUE(limit.ok());
+        TempPointFile f;
+        EXPECT_FALSE(f.open(path, 0x4FFFu));
+        EXPECT_NE(f.lastError().find("first word"), std::string::npos) << f.lastError();
+    }
+    EXPECT_FALSE(fs::exists(path));
+
+    TempPointFile f;
+    ASSERT_TRUE(f.open(path, 0x4FFFu));
+    EXPECT_EQ(fs::file_size(path), 4u);
+    ASSERT_TRUE(writePoint(f, 1));
+    {
+        FileSizeLimit limit(4 + kRecordBytes + kRecordBytes / 2);
+        ASSERT_TRUE(limit.ok());
+        EXPECT_FALSE(writePoint(f, 2));
+    }
+    EXPECT_EQ(fs::file_size(path), 4 + kRecordBytes);
+    ASSERT_TRUE(writePoint(f, 3));
+    f.close();
+    std::ifstream in(path, std::ios::binary);
+    unsigned char word[4] = {};
+    in.read(reinterpret_cast<char*>(word), 4);
+    EXPECT_EQ(word[0] | word[1] << 8 | word[2] << 16 | word[3] << 24, 0x4FFF);
+    EXPECT_EQ(fs::file_size(path), 4 + 2 * kRecordBytes);
+}
+
 TEST(TempPointFile, AnExistingFileIsNeverTruncated) {
     Folder dir;
     const std::string path = (dir.path / "crashed.lif.raw.bin.temp").string();

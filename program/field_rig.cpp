@@ -77,6 +77,35 @@ void BoardAdapter::StartPush() {
     hd_.SetDS(hd_protocol::kMaxMask);
 }
 
+std::optional<HdBoardValues> BoardAdapter::LastRecord() {
+    if (hd_.Records().empty()) return std::nullopt;
+    return hd_.Records().back();
+}
+
+std::optional<HdChannels> BoardAdapter::ReadChannels() {
+    int mask = 0;
+    for (int bit = 0; bit < hd_protocol::kColumns; ++bit) {
+        const int column = hd_layout::columnOfBit(bit);
+        if (column >= hd_layout::kFirstSignalColumn &&
+            column < hd_layout::kFirstSignalColumn + hd_layout::kSignalColumns)
+            mask |= 1 << bit;
+    }
+    hd_.ClearRecords();
+    hd_.SetDS(mask);
+    for (int k = 0; k < kReferenceRecords; ++k)
+        if (!hd_.WaitRecord(2000)) break;
+    hd_.Stop();
+    if (hd_.Records().empty()) return std::nullopt;
+    HdChannels sum{};
+    for (const auto& r : hd_.Records())
+        for (std::size_t k = 0; k < sum.size(); ++k)
+            sum[k] += r[static_cast<std::size_t>(hd_layout::kFirstSignalColumn) + k];
+    for (float& v : sum)
+        v /= static_cast<float>(hd_.Records().size());
+    hd_.ClearRecords();
+    return sum;
+}
+
 std::array<float, 2> BoardAdapter::AuxValues() {
     if (hd_.Records().empty()) return {};
     const auto& r = hd_.Records().back();
@@ -240,7 +269,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
 PushRig::PushRig(Host& host, const Clock& clock, std::unique_ptr<FieldInstruments> drivers,
                  std::vector<std::unique_ptr<SimChild>> sims, bool hdInUse, std::int64_t depthIdleMs)
     : sims_(std::move(sims)), drivers_(std::move(drivers)), scope_(drivers_->Scope()),
-      board_(drivers_->HdBoard(), drivers_->Depth(), hdInUse),
+      // Without an oscilloscope (HD-board mode opens none) the board is the digitiser.
+      board_(drivers_->HdBoard(), drivers_->Depth(), hdInUse, hdInUse && !drivers_->ScopeOpen()),
       depth_(drivers_->Depth(), host, clock, depthIdleMs), gps_(drivers_->Gps()),
       display_(drivers_->Display(), depth_), presFlow_(drivers_->PresFlow()) {}
 

@@ -41,11 +41,18 @@ private:
 };
 
 // The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
-// unless the start-up is in HD-board mode and the board answered.
+// unless the start-up is in HD-board mode and the board answered. As the digitiser (HD-board mode without
+// an oscilloscope) its records are the points and its channels the RE and background.
 class BoardAdapter : public acq::Board {
 public:
-    BoardAdapter(clsHD& hd, cZEL_Depth& depth, bool inUse) : hd_(hd), depth_(depth), inUse_(inUse) {}
+    BoardAdapter(clsHD& hd, cZEL_Depth& depth, bool inUse, bool digitiser = false)
+        : hd_(hd), depth_(depth), inUse_(inUse), digitiser_(digitiser) {}
     bool InUse() const override { return inUse_ && hd_.Connected(); }
+    bool Digitiser() const override { return digitiser_ && InUse(); }
+    int PushMask() const override { return hd_protocol::kMaxMask; }
+    std::optional<HdBoardValues> LastRecord() override;
+    // Streams the four channel columns for a few records and averages them.
+    std::optional<HdChannels> ReadChannels() override;
     void EnterReferenceState() override { hd_.Stop(); }
     acq::FirmwareVersion Firmware() override;
     void StartPush() override;
@@ -53,11 +60,22 @@ public:
     void WaitTrigger() override { hd_.WaitRecord(2000); }
     // The conductivity input (column 5, calibrated as the depth board's) and the 3-volt analogue input.
     std::array<float, 2> AuxValues() override;
+    // Asks the board for its settings; false when it did not answer.
+    bool ReadStatus() { return hd_.Stat(0); }
+    // The board's settings as DATA_INFO keeps them: integration time and integrations per cycle.
+    int IntegrationTime() const {
+        return hd_.LastStatus() ? hd_.LastStatus()->intTime : hd_.IntegrationTime();
+    }
+    int Averaging() const { return hd_.LastStatus() ? hd_.LastStatus()->icf : 0; }
+
+    // Records averaged for a reference.
+    static constexpr int kReferenceRecords = 4;
 
 private:
     clsHD& hd_;
     cZEL_Depth& depth_;
     bool inUse_;
+    bool digitiser_;
 };
 
 class DepthAdapter : public acq::PushDepth {

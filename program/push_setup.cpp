@@ -1,5 +1,6 @@
 #include "program/push_setup.h"
 
+#include "common/date_time.h"
 #include "log/re_reference.h"
 
 #include <cmath>
@@ -81,6 +82,13 @@ void ConfigurePush(const PushSetup& s, const ProcessingSettings& p, acq::PushSet
 bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const acq::Board& board,
                         const std::string& dataRoot, const Clock& clock) {
     if (!board.InUse() || !reference.HasRE) return false;
+    if (board.Digitiser()) {
+        if (!reference.HdRE) return false;
+        if (kind == acq::kRE) WriteReReference(dataRoot, false, *reference.HdRE, clock);
+        if (!reference.HdBackground) return kind == acq::kRE;
+        WriteReReference(dataRoot, true, *reference.HdBackground, clock);
+        return true;
+    }
     const cZEL_Waveform& re = reference.RE();
     if (kind == acq::kRE) WriteReReference(dataRoot, false, re, clock);
     if (reference.Background.empty()) return kind == acq::kRE;
@@ -91,6 +99,31 @@ bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const 
     if (!blank.Process_Blank(samples)) return kind == acq::kRE;
     WriteReReference(dataRoot, true, blank, clock);
     return true;
+}
+
+bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder) {
+    if (!board.Digitiser()) return false;
+    board.ReadStatus();
+    recorder.Context.hdBoardMode = true;
+    recorder.HdMask = static_cast<std::uint32_t>(board.PushMask()) | hd_layout::kPushValuesBit;
+    recorder.Context.hdInt = board.IntegrationTime();
+    recorder.Context.hdAvg = board.Averaging();
+    return true;
+}
+
+int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board,
+                      const std::string& dataRoot) {
+    if (!board.Digitiser()) return 0;
+    int taken = 0;
+    for (const int kind : {acq::kBackground, acq::kRE}) {
+        const auto kept = ReadReReference(dataRoot, kind == acq::kBackground);
+        if (!kept) continue;
+        // An RE whose time cannot be read counts as old: the start gate asks about it.
+        const DateTime time = parseDateTime(kept->time).value_or(DateTime{});
+        reference.UseHdReference(kind, kept->channels, time);
+        ++taken;
+    }
+    return taken;
 }
 
 } // namespace zel::program

@@ -2,6 +2,7 @@
 // The push's controls from the set-up (the Setup form, or zel-cli's options file and flags), and how they
 // reach the push controller, the RE and the depth source. Both programs configure a push through here.
 
+#include "acquisition/log_recorder.h"
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "program/field_rig.h"
@@ -49,9 +50,19 @@ void ConfigurePush(const PushSetup& setup, const ProcessingSettings& processing,
                    DepthAdapter& depth);
 
 // After an RE or a background was taken with the data board in use: the RE reference file under the data
-// root gets the RE's channel areas ("HD-RE") and the background's in the RE's channels ("HD-BK"). A
-// background taken before any RE is written with the next RE. False when nothing was written.
+// root gets the RE's channel areas ("HD-RE") and the background's in the RE's channels ("HD-BK"); with the
+// board as the digitiser, the four channel values it read. A background taken before any RE is written
+// with the next RE. False when nothing was written.
 bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const acq::Board& board,
                         const std::string& dataRoot, const Clock& clock);
+
+// HD-board mode (the board as the digitiser): the recorder streams the board's records with the push's four
+// values into the side file, and DATA_INFO takes the board's integration time and integrations per cycle
+// (read from the board's status now). False, with nothing changed, when the board is not the digitiser.
+bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder);
+
+// At start with the board as the digitiser: the RE and background kept in the RE reference file become the
+// ones in force (the RE with the time it was written). Returns the sections taken.
+int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board, const std::string& dataRoot);
 
 } // namespace zel::program

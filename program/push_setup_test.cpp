@@ -1,5 +1,6 @@
 #include "program/push_setup.h"
 
+#include "acquisition/fakes.h"
 #include "common/testing/recording_host.h"
 #include "instruments/transport/fake_serial_port.h"
 #include "settings/memory_form.h"
@@ -161,6 +162,46 @@ TEST_F(DepthAdapterTest, TimedDepthAdvancesByTheRateOnceAnInterval) {
     EXPECT_FLOAT_EQ(adapter.Current(), 5.3f);
     adapter.SetRatePerMinute(0.0);
     EXPECT_NEAR(adapter.Current(), 5.4f, 1e-4); // the encoder again: 5 + 4 steps of 0.1
+}
+
+} // namespace
+} // namespace zel::program
+
+namespace zel::program {
+namespace {
+
+// With the data board as the digitiser the RE reference file written after an RE and a background gives
+// both back at the next start, the RE with the time it was written; without it nothing is taken.
+TEST(ReferenceFile, DataBoardREAndBackgroundRoundTripThroughTheFile) {
+    const fs::path root = fs::temp_directory_path() / ("zel_program_ref_" + std::to_string(::getpid()));
+    fs::remove_all(root);
+    FakeClock clock(DateTime{2026, 3, 14, 9, 26, 53});
+    testing::RecordingHost host{&clock};
+    acq::testing::FakeScope scope;
+    acq::testing::FakeBoard board;
+    acq::testing::FakeDepthStatus depth;
+    board.inUse = true;
+    board.digitiser = true;
+    acq::ReferenceControl taken(host, clock, scope, board, depth);
+    board.channels = HdChannels{0.125f, 0.25f, 0.5f, 1.0f};
+    ASSERT_TRUE(taken.AcquireReference(acq::kBackground));
+    EXPECT_FALSE(WriteReferenceFile(acq::kBackground, taken, board, root.string(), clock)) << "no RE yet";
+    board.channels = HdChannels{10.5f, 20.25f, 30.125f, 40.0f};
+    ASSERT_TRUE(taken.AcquireReference(acq::kRE));
+    ASSERT_TRUE(WriteReferenceFile(acq::kRE, taken, board, root.string(), clock));
+
+    acq::ReferenceControl next(host, clock, scope, board, depth);
+    EXPECT_EQ(ReadReferenceFile(next, board, root.string()), 2);
+    EXPECT_TRUE(next.HasRE);
+    EXPECT_EQ(next.HdRE, taken.HdRE);
+    EXPECT_EQ(next.HdBackground, taken.HdBackground);
+    EXPECT_EQ(next.RETime, (DateTime{2026, 3, 14, 9, 26, 53}));
+
+    board.digitiser = false;
+    acq::ReferenceControl withScope(host, clock, scope, board, depth);
+    EXPECT_EQ(ReadReferenceFile(withScope, board, root.string()), 0);
+    EXPECT_FALSE(withScope.HasRE);
+    fs::remove_all(root);
 }
 
 } // namespace

@@ -95,7 +95,7 @@ bool requiredInstruments(Host& host, FieldInstruments& in, const StartupSettings
         host.message(text + " The push is not started.", MsgButtons::Ok, MsgIcon::Critical);
         return false;
     };
-    if (!in.ScopeOpen()) return refuse("No oscilloscope answered at " + s.scopeResource + ".");
+    if (!hd && !in.ScopeOpen()) return refuse("No oscilloscope answered at " + s.scopeResource + ".");
     if (hd && !in.HdBoardOpen()) return refuse("The data board did not answer at " + s.hdBoardAddress + ".");
     if (!in.DepthOpen()) return refuse("The depth source could not be opened.");
     if (!in.DisplayOpen()) host.message("The push goes on without the field display.");
@@ -175,9 +175,6 @@ int runPush(const PushArgs& a) {
         const auto config = program::startSimulators(host, o, sims);
         if (!config) return 1;
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
-        // The simulated board is opened after the scope (below), so start-up does not take the simulators
-        // for a PC off the instrument network.
-        s.hd = false;
     } else {
         instruments = std::make_unique<FieldInstruments>(host, clock, optionsFilePath());
     }
@@ -185,16 +182,7 @@ int runPush(const PushArgs& a) {
     SystemNetwork network;
     StartupSequence sequence(s, {host, clock, *instruments, network});
     runStartupAtOnce(sequence);
-    // In HD-board mode start-up leaves the scope to the board; the push still takes its waveforms from it.
-    if (hd && !instruments->ScopeOpen()) {
-        host.progress("Initializing scope...");
-        instruments->openScope(s.scopeAddress, s.scopeResource);
-    }
-    if (hd && !instruments->HdBoardOpen()) {
-        host.progress("Initializing HD board...");
-        if (!instruments->openHdBoard(s.hdBoardAddress))
-            host.progress("HD Board not found at expected IP: " + s.hdBoardAddress);
-    }
+    // In HD-board mode start-up opens the board and no oscilloscope: the board is the digitiser.
     if (!requiredInstruments(host, *instruments, s, hd)) return 1;
     // Start-up leaves the hydraulic-profiling unit alone; a push that logs pressure and flow opens it.
     if (setup.presFlow && !instruments->PresFlowOpen()) instruments->openPresFlow();
@@ -249,6 +237,8 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    if (program::PrepareHdRecording(board, recorder))
+        program::ReadReferenceFile(reference, board, dataRoot());
     // The RE and background are processed in the mode's layout, before the RE says how many channels.
     program::ConfigureReference(program::DeriveProcessing(mode, processingSetup), reference);
     reference.Gates = program::ReadGateOptions(model);
@@ -317,7 +307,7 @@ int runPush(const PushArgs& a) {
         return 1;
     }
 
-    const nlohmann::ordered_json used = {{"scope", true},
+    const nlohmann::ordered_json used = {{"scope", drivers.ScopeOpen()},
                                          {"depth", true},
                                          {"hd", board.InUse()},
                                          {"gps", drivers.GpsOpen()},

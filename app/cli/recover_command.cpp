@@ -53,7 +53,9 @@ void addRecoverCommand(CLI::App& app, CommandRunner& run) {
     auto args = std::make_shared<RecoverArgs>();
     auto* cmd =
         app.add_subcommand("recover", "Rebuild a push from its temporary point file (.lif.raw.bin.temp)");
-    cmd->add_option("TEMPFILE", args->temp, "temporary point file")->required()->check(CLI::ExistingFile);
+    cmd->add_option("TEMPFILE", args->temp, "temporary point file, or an HD board side file (.lif.raw.hd)")
+        ->required()
+        ->check(CLI::ExistingFile);
     cmd->add_option("--log", args->log, "a raw log of the same set-up, for the header")
         ->required()
         ->check(CLI::ExistingFile);

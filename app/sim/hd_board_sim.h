@@ -1,9 +1,16 @@
 #pragma once
 // The network data board as the simulators play it: commands on one TCP port, records on another, the
 // status line; its integrated signals and analogue columns come from the probe the feed gives it.
+//
+// Reference reads: a stream that selects the four integrated signal columns and nothing else is the
+// program reading the probe's channels at the surface. The first darkReads such streams see no light (the
+// background, as the rig's scope sees its first acquisitions), later ones see the reference emitter (the
+// RE); neither starts the probe. Any other stream
+// is a push's: the probe starts down and the signals come from the site.
 
 #include "app/sim/probe.h"
 #include "app/sim/pty_device.h"
+#include "app/sim/scope_waveform.h"
 #include "app/sim/site_model.h"
 #include "instruments/hd_board/hd_protocol.h"
 
@@ -29,6 +36,8 @@ struct HdBoardOptions {
     bool silent = false;
     double conductivityV = -1; // negative: from the site model
     double condMsPerV = 100.0; // the conductivity circuit: mS/m per volt
+    double reScale = 1.0;      // brightness of the reference emitter
+    int darkReads = 0;         // reference reads that see no light before the emitter's
 };
 
 class HdBoardSim {
@@ -98,9 +107,15 @@ private:
             timer_.stop();
         } else if (name == "SetDS") {
             mask_ = static_cast<int>(value) & hd_protocol::kMaxMask;
-            // Records are asked for as a push starts.
-            if (mask_ != 0) probe_.started();
             map_ = hd_protocol::columnMap(mask_);
+            light_ = Light::Site;
+            if (referenceRead()) {
+                light_ = referenceReads_ < a_.darkReads ? Light::Dark : Light::Emitter;
+                ++referenceReads_;
+            } else if (mask_ != 0) {
+                // Records are asked for as a push starts.
+                probe_.started();
+            }
             if (mask_ != 0)
                 timer_.start(a_.intervalMs);
             else
@@ -121,12 +136,23 @@ private:
         }
     }
 
+    bool referenceRead() const {
+        for (int c = 0; c < hd_protocol::kColumns; ++c) {
+            const bool signal = c >= hd_layout::kFirstSignalColumn &&
+                                c < hd_layout::kFirstSignalColumn + hd_layout::kSignalColumns;
+            if ((map_[static_cast<std::size_t>(c)] >= 0) != signal) return false;
+        }
+        return true;
+    }
+
     // The raw integer of one column, inverse of the driver's scaling.
     std::int32_t raw(int column, double seconds) {
         const double depth = probe_.depth();
         if (column == 0) return static_cast<std::int32_t>(std::lround(seconds * 1000.0));
         if (column >= 1 && column <= 4) {
-            const auto f = site_.fluorescenceAt(depth);
+            if (light_ == Light::Dark) return 0;
+            const auto f =
+                light_ == Light::Emitter ? referenceEmitter(a_.reScale) : site_.fluorescenceAt(depth);
             const auto c = static_cast<std::size_t>(column - 1);
             return c < f.amplitudeV.size() ? static_cast<std::int32_t>(std::lround(f.amplitudeV[c] * 1e5))
                                            : 0;
@@ -165,6 +191,9 @@ private:
     QTimer timer_;
     std::string line_;
     int mask_ = 0;
+    enum class Light { Dark, Emitter, Site };
+    Light light_ = Light::Site;
+    int referenceReads_ = 0;
     hd_protocol::ColumnMap map_ = hd_protocol::columnMap(0);
     long counter_ = 0;
     hd_protocol::Status status_{1, 2, 0, 0, 1, 0, 0, 0};

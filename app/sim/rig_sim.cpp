@@ -201,6 +201,8 @@ int runRig(const RigArgs& a) {
         HdBoardOptions o;
         o.host = a.host;
         o.condMsPerV = a.condMsPerV;
+        o.reScale = a.reScale;
+        o.darkReads = a.darkAcquisitions;
         hd = std::make_unique<HdBoardSim>(o, hdTranscript, model, seen);
         if (!hd->listen(error)) {
             std::cerr << "zel-sim rig: data board: " << error << '\n';
@@ -254,7 +256,8 @@ void addRigSim(CLI::App& app, std::function<int()>& run) {
     sc->add_option("--sweep-ms", a->sweepMs, "Scope: time of one averaged sweep")
         ->capture_default_str()
         ->check(CLI::Range(0, 60000));
-    sc->add_option("--dark-acquisitions", a->darkAcquisitions, "Scope: first acquisitions that see no light")
+    sc->add_option("--dark-acquisitions", a->darkAcquisitions,
+                   "Scope: first acquisitions that see no light (data board: first reference reads)")
         ->capture_default_str()
         ->check(CLI::Range(0, 1000000));
     sc->add_option("--re-acquisitions", a->reAcquisitions,

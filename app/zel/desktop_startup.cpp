@@ -43,8 +43,10 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     hooks.showMainWindow = [&](const StartupSettings& resolved) {
         window.restoreOptions();
         window.applyStartupSettings(resolved);
-        // A push needs at least the scope and the depth source; without them the window is the viewer.
-        if (!settings.fileMode && drivers->ScopeOpen() && drivers->DepthOpen())
+        // A push needs at least a digitiser (the scope, or the data board in HD-board mode) and the depth
+        // source; without them the window is the viewer.
+        const bool digitiser = drivers->ScopeOpen() || (resolved.hd && drivers->HdBoardOpen());
+        if (!settings.fileMode && digitiser && drivers->DepthOpen())
             window.setInstruments(std::make_unique<program::PushRig>(host, clock, std::move(drivers),
                                                                      std::move(sims), resolved.hd));
         window.show();

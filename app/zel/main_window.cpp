@@ -1,18 +1,20 @@
 #include "app/zel/main_window.h"
 
+#include "app/zel/hd_form.h"
+
 #include "acquisition/acquisition_settings.h"
 #include "app/plot/log_page.h"
 #include "app/plot/qt_text.h"
 #include "app/zel/advanced_page.h"
 #include "app/zel/callout_page.h"
 #include "app/zel/comm_page.h"
+#include "app/zel/dissipation_window.h"
 #include "app/zel/form_widgets.h"
 #include "app/zel/general_page.h"
 #include "app/zel/info_page.h"
 #include "app/zel/setup_page.h"
 #include "app/zel/transfer_page.h"
 #include "app/zel/wave_math_page.h"
-#include "app/zel/dissipation_window.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
@@ -276,6 +278,8 @@ void MainWindow::buildMenus() {
     add(acq, "mnuAcq_RecoverRE", "Recover RE from the scope", [this] { recoverReference(); });
     add(acq, "mnuAcq_RescueRE", "Rescue RE", [this] { rescueReference(); });
     add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
+    acq->addSeparator();
+    add(acq, "mnuAcq_HD", "&HD board...", [this] { openHdForm(); });
 
     QMenu* view = menuBar()->addMenu("&View");
     view->setObjectName("mnuView");
@@ -792,6 +796,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
             std::make_unique<acq::ReferenceControl>(host_, clock_, in.scope(), in.board(), in.depth());
         reference_->Mode = settings_.mode;
         reference_->ShowInfoTab = [this] { tabs_->setCurrentIndex(0); };
+        program::ReadReferenceFile(*reference_, in.board(), dataRoot_);
         push_ = std::make_unique<acq::PushControl>(host_, clock_, *reference_, in.scope(), in.board(),
                                                    in.depth(), in.gps(), in.display(), recorder_);
         push_->PointTaken = [this](int n, const acq::PointRecord& p) {
@@ -1028,6 +1033,7 @@ bool MainWindow::startPush() {
     program::ConfigureHydraulics(setup, referenceTests_, instruments_->presFlow(), *push_, *recorder_.current,
                                  host_);
     hpForm_->setPushing(push_->LogsPresFlow());
+    program::PrepareHdRecording(instruments_->board(), *recorder_.current);
     selectedPoint_ = -1;
     pushing_ = true;
     paused_ = false;
@@ -1090,6 +1096,12 @@ void MainWindow::showPushSummary(const acq::RecordedFiles& files) {
     if (host_.message(text, MsgButtons::YesNo, MsgIcon::Information, "Push recorded") == MsgResult::Yes &&
         openFolder)
         openFolder(std::filesystem::path(files.rawLog).parent_path().string());
+}
+
+void MainWindow::openHdForm() {
+    if (!requireInstruments()) return;
+    HdForm form(instruments_->drivers().HdBoard(), host_, this);
+    form.exec();
 }
 
 void MainWindow::pausePush() {

@@ -98,6 +98,8 @@ public:
     bool acquireReference(int kind);
     bool startPush();
     void pausePush();
+    // The data board's dialog (frmHD), modal.
+    void openHdForm();
     void stopPush();
     void setContinuous(bool on);
     void toggleTimed();

@@ -8,11 +8,9 @@ namespace zel::hd_protocol {
 ColumnMap columnMap(int mask) {
     ColumnMap map;
     map.fill(-1);
-    constexpr std::array<int, kColumns> columnOfBit{0, 1, 2, 3, 4, 5, 6, 11, 7, 8, 9, 10};
     int next = 0;
     for (int bit = 0; bit < kColumns; ++bit)
-        if (mask >> bit & 1)
-            map[static_cast<std::size_t>(columnOfBit[static_cast<std::size_t>(bit)])] = next++;
+        if (mask >> bit & 1) map[static_cast<std::size_t>(hd_layout::columnOfBit(bit))] = next++;
     return map;
 }
 

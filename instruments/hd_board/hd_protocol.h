@@ -4,8 +4,9 @@
 // Ports: commands go to 5000 as text ended by a carriage return; records stream from 5001 (5002 is
 // connected too, the board's second data stream, but the program reads no records from it).
 // Records: one little-endian 32-bit signed integer per selected column, in record-position order (the
-// column map below), nothing else; a record of n selected columns is 4n bytes. The scaling turns each raw
-// integer into its unit. The board streams records from "SetDS" with a non-zero mask until "Stop".
+// column map below; the columns and their mask bits are described in common/hd_layout.h), nothing else; a
+// record of n selected columns is 4n bytes. The scaling turns each raw integer into its unit. The board
+// streams records from "SetDS" with a non-zero mask until "Stop".
 //
 // Replies: only "Stat <mode>" is answered, on the command port, with one CR-ended line of blank-separated
 // key=value fields after the word "Stat":
@@ -14,6 +15,8 @@
 // integrations per cycle, SI the sample interval, CNT the counter. Fields may come in any order; unknown
 // ones are skipped and missing ones keep their defaults. A reply longer than kMaxReplyLine is not a reply.
 // Every other command is taken without an answer.
+
+#include "common/hd_layout.h"
 
 #include <array>
 #include <cstdint>
@@ -31,16 +34,14 @@ struct Ports {
 };
 constexpr const char* kDefaultAddress = "192.168.250.253";
 
-constexpr int kColumns = 12;
-constexpr int kMaxMask = 4095;
+constexpr int kColumns = hd_layout::kBoardColumns;
+constexpr int kMaxMask = hd_layout::kMaxBoardMask;
 constexpr std::size_t kBytesPerValue = 4;
-// Column 11 (mask bit 7) is the analogue input on the 3-volt reference; 5 to 10 use 5 volts.
-constexpr int kThreeVoltColumn = 11;
+constexpr int kThreeVoltColumn = hd_layout::kThreeVoltColumn;
 
 using ColumnMap = std::array<int, kColumns>;
 
-// The record position of every column, -1 when the mask does not select it. Bits 0 to 6 are columns 0 to
-// 6, bit 7 is column 11, bits 8 to 11 are columns 7 to 10.
+// The record position of every column, -1 when the mask does not select it.
 ColumnMap columnMap(int mask);
 int selectedColumns(const ColumnMap& map);
 // A raw record value in the column's unit: seconds, integrated signal, volts.

@@ -1,7 +1,9 @@
 // zel-cli push with the configured instruments (the options file under the data root names simulators
 // started here), and zel-cli push --sim with all five instruments.
 
+#include "common/hd_layout.h"
 #include "tests/e2e/field_sim.h"
+#include "tests/e2e/loaded_log.h"
 #include "tests/e2e/run_program.h"
 
 #include <gtest/gtest.h>
@@ -66,8 +68,9 @@ TEST(CliFieldPush, WithTheConfiguredInstruments) {
     EXPECT_TRUE(contains(display, "text    PUSH COMPLETE    "));
 }
 
-// "/H" as the program takes it: the data board triggers the points and its conductivity input is logged.
-// In HD-board mode start-up keeps the serial lines at their port numbers, which the port map resolves.
+// "/H" as the program takes it: the data board is the digitiser (no oscilloscope is opened), it triggers the
+// points and its conductivity input is logged. In HD-board mode start-up keeps the serial lines at their
+// port numbers, which the port map resolves.
 TEST(CliFieldPush, HdBoardModeFromTheSwitch) {
     FieldRig rig;
     ASSERT_TRUE(rig.startAll({"--rate", "2"}));
@@ -86,10 +89,22 @@ TEST(CliFieldPush, HdBoardModeFromTheSwitch) {
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const auto j = summary(r);
     EXPECT_EQ(j["instruments"]["hd"], true);
-    EXPECT_EQ(lists(j["raw_log"])["COND"], nlohmann::json({26.0, 26.0, 26.0})); // 2.5 V x 10 + 1
+    EXPECT_EQ(j["instruments"]["scope"], false);
+    LoadedLog loaded(j["raw_log"].get<std::string>());
+    ASSERT_TRUE(loaded.ok);
+    ASSERT_EQ(loaded.arrays.points(), 3);
+    for (int p = 0; p < 3; ++p) {
+        EXPECT_FLOAT_EQ(loaded.arrays.columns(point_column::Conductivity, p), 26.0f); // 2.5 V x 10 + 1
+        EXPECT_EQ(
+            loaded.arrays.columns(hd_layout::kFirstBoardPointColumn + hd_layout::kConductivityColumn, p),
+            2.5f);
+    }
     const auto commands = transcriptLines(transcript, 100, 500);
     EXPECT_TRUE(contains(commands, "Stat 0"));
-    EXPECT_TRUE(contains(commands, "SetDS 4095"));
+    // The RE read (the four channel columns), then the push's stream.
+    const auto re = std::find(commands.begin(), commands.end(), "SetDS 30");
+    EXPECT_NE(re, commands.end());
+    EXPECT_NE(std::find(re, commands.end(), "SetDS 4095"), commands.end());
     EXPECT_EQ(commands.back(), "Stop");
 }
 
@@ -139,19 +154,21 @@ TEST(CliFieldPush, DepthSourceFallingSilentEndsThePush) {
 
 TEST(CliFieldPush, SimulatedPushWithAllFiveInstruments) {
     TempDir dir;
-    const RunResult r = runProgram(kCli + " push --sim --hd --yes --points 3 --sweep-ms 0 --rate 1 --out " +
+    const RunResult r = runProgram("ZEL_DATA_ROOT=" + quote((dir.path / "root").string()) + " " + kCli +
+                                   " push --sim --hd --yes --points 3 --sweep-ms 0 --rate 1 --out " +
                                    quote(dir.path.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const auto j = summary(r);
-    EXPECT_EQ(j["instruments"], (nlohmann::json{{"scope", true},
+    EXPECT_EQ(j["instruments"], (nlohmann::json{{"scope", false},
                                                 {"depth", true},
                                                 {"hd", true},
                                                 {"gps", true},
                                                 {"display", true},
                                                 {"presflow", false}}));
-    const auto cond = lists(j["raw_log"])["COND"];
-    ASSERT_EQ(cond.size(), 3u);
-    EXPECT_GT(cond[0].get<double>(), 0.0);
+    LoadedLog loaded(j["raw_log"].get<std::string>());
+    ASSERT_TRUE(loaded.ok);
+    ASSERT_EQ(loaded.arrays.points(), 3);
+    EXPECT_GT(loaded.arrays.columns(point_column::Conductivity, 0), 0.0f);
 }
 
 } // namespace

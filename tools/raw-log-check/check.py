@@ -6,6 +6,10 @@ by the program's writer and its reader cannot hide.
 
 Prints one JSON object: the sections, the comma lists of DATA, the point and sample counts, and a digest of
 each point's waveform bytes. Exits 1 with the reason on stderr when the file breaks the layout.
+
+An HD-board log (Wave_Points 3) has instead of the waveforms the data board's block and no trailer: a 32-bit
+mask, then one record a point of C floats, C being the set bits among bits 0..11 plus 4 for bit 14. Its
+object has "hd": {"mask", "values_per_record", "records"} and "points" the number of records.
 """
 import hashlib
 import json
@@ -37,13 +41,29 @@ def main():
     points = int(info["Data_Points"]) + 1
     samples = int(info["Wave_Points"]) + 1
     binary = data[text_len:]
+    lists = {k: [float(v) for v in val.split(",") if v != ""]
+             for k, val in sections.get("DATA", {}).items() if k != "DATA"}
+    if samples == 4:
+        if len(binary) < 4:
+            fail("HD board block without its mask")
+        (mask,) = struct.unpack("<I", binary[:4])
+        per_record = bin(mask & 0xFFF).count("1") + (4 if mask & (1 << 14) else 0)
+        if per_record == 0:
+            fail(f"HD board mask {mask} selects nothing")
+        if (len(binary) - 4) % (4 * per_record) != 0:
+            fail(f"HD board block of {len(binary) - 4} bytes is not whole records of {per_record} floats")
+        count = (len(binary) - 4) // (4 * per_record)
+        floats = struct.unpack(f"<{count * per_record}f", binary[4:])
+        records = [list(floats[i * per_record:(i + 1) * per_record]) for i in range(count)]
+        json.dump({"sections": sections, "lists": lists, "points": count, "samples": samples,
+                   "text_length": text_len,
+                   "hd": {"mask": mask, "values_per_record": per_record, "records": records}}, sys.stdout)
+        return
     if len(binary) != points * samples * 4 + 4:
         fail(f"binary block of {len(binary)} bytes for {points} points of {samples} samples")
     (trailer,) = struct.unpack("<I", binary[-4:])
     if trailer != text_len:
         fail(f"trailer {trailer} but the text part is {text_len} bytes")
-    lists = {k: [float(v) for v in val.split(",") if v != ""]
-             for k, val in sections.get("DATA", {}).items() if k != "DATA"}
     step = samples * 4
     waves = [hashlib.sha1(binary[i * step:(i + 1) * step]).hexdigest()[:16] for i in range(points)]
     json.dump({"sections": sections, "lists": lists, "points": points, "samples": samples,
