@@ -8,7 +8,6 @@
 #include "app/plot/plot_settings_view.h"
 #include "common/clock.h"
 #include "common/console_host.h"
-#include "common/version.h"
 #include "log/load_file.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_format.h"
@@ -84,7 +83,6 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     request.birchMode = ctx.birchMode;
     request.modelName = look.model;
     request.fontPoints = look.pageFont;
-    request.creator = std::string("ZEL ") + kVersionText;
     request.company = options.text(program::control::kAdv, program::control::kCompany);
     request.logoPath = options.text(program::control::kAdv, program::control::kLogoFile);
     const plot::LogPage page(log, arrays, request);

@@ -3,6 +3,7 @@
 #include "app/plot/paint_text.h"
 #include "app/plot/qt_text.h"
 #include "common/date_time.h"
+#include "common/version.h"
 
 #include <QFileInfo>
 #include <QImage>
@@ -670,7 +671,8 @@ LogPage::LogPage(const cZEL_Data& log, const LogArrays& arrays, const LogPageReq
       input_(log, model_, logCallouts(log, arrays, model_.channelColours())) {
     input_.modelName = r.modelName;
     input_.fontPoints = r.fontPoints;
-    input_.creator = r.creator;
+    // The footer names the program that made the page, the same from every program.
+    input_.creator = std::string("ZEL ") + kVersionText;
     input_.waveDeltaX = log.Wave_DeltaX();
     input_.company = r.company;
     input_.logoPath = r.logoPath;

@@ -120,7 +120,6 @@ struct LogPageRequest {
     bool birchMode = false;
     std::string modelName;
     int fontPoints = 11;
-    std::string creator;
     std::string company;
     std::string logoPath;
 };

@@ -900,7 +900,6 @@ bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
     request.birchMode = ctx_.birchMode;
     request.modelName = look.model;
     request.fontPoints = look.pageFont;
-    request.creator = "ZEL " + std::string(versionText());
     request.company = settingsModel().text(program::control::kAdv, program::control::kCompany);
     request.logoPath = settingsModel().text(program::control::kAdv, program::control::kLogoFile);
     const plot::LogPage page(log_, arrays_, request);

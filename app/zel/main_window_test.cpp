@@ -390,6 +390,13 @@ TEST_F(MainWindowTest, TheLogPageIgnoresTheZoomAndIsZelClisPage) {
         log.Callout_Caption(0, "Plume");
         path = SaveRawLog(file("logs/PG-1"), log, arrays, ctx, host).path;
     }
+    // Its companion, as a push writes it: the whole key set, here with the rate and conductivity tracks on.
+    std::string companion = "[Settings]\r\n";
+    for (const std::string& key : plotSettingsKeys()) {
+        const bool on = key == "FTchkPlotRate" || key == "FTchkPlotCond";
+        companion += key + "=" + (on ? std::string("1") : plotSettingDefault(key)) + "\r\n";
+    }
+    put(file("logs/PG-1.lif.plt"), companion);
     auto w = newWindow();
     ASSERT_TRUE(w->loadLog(path));
     ASSERT_TRUE(w->writeLogPage(file("whole.jpg"), false));
