@@ -409,7 +409,7 @@ void drawSide(QPainter& p, const PageGeometry& g, const PageInput& in, int page,
             drawText(p, QRectF(side.left(), y, side.width(), 2 * lh),
                      Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
                      s.realColour ? QStringLiteral("A point's fill: the colour of its mean wavelength")
-                                  : QStringLiteral("A point's fill: its channels' colours mixed by area"),
+                                  : QStringLiteral("A point's fill: its channels' colours (spread over the spectrum) mixed by area"),
                      sink);
             y += 2.4 * lh;
         }
