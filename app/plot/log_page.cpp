@@ -405,21 +405,21 @@ void drawSide(QPainter& p, const PageGeometry& g, const PageInput& in, int page,
                      QStringLiteral("CH%1  %2").arg(k + 1).arg(channelName(in.channelLabels[i])), sink);
             y += lh;
         }
-        if (y + 2 * lh < side.bottom()) {
-            drawText(p, QRectF(side.left(), y, side.width(), 2 * lh),
-                     Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
-                     s.realColour ? QStringLiteral("A point's fill: the colour of its mean wavelength")
-                                  : QStringLiteral("A point's fill: its channels' colours (spread over the spectrum) mixed by area"),
-                     sink);
-            y += 2.4 * lh;
-        }
     }
+    // A wrapped note as tall as its text needs, left out when the column has no room for it.
     const auto note = [&](const QString& text) {
-        if (y + lh > side.bottom()) return;
-        drawText(p, QRectF(side.left(), y, side.width(), 2 * lh),
-                 Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, text, sink);
-        y += 2.2 * lh;
+        const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
+        const double height =
+            p.boundingRect(QRectF(side.left(), y, side.width(), side.height()), flags, text).height();
+        if (y + height > side.bottom()) return;
+        drawText(p, QRectF(side.left(), y, side.width(), height), flags, text, sink);
+        y += height + 0.4 * lh;
     };
+    if (!s.printBlack)
+        note(s.realColour
+                 ? QStringLiteral("A point's fill: the colour of its mean wavelength")
+                 : QStringLiteral("A point's fill: its channels' colours (spread over the spectrum) mixed "
+                                  "by area"));
     if (s.referenceRe) note(QStringLiteral("Dashed red: reference %1 %RE").arg(depthText(*s.referenceRe)));
     if (s.signalFloor > 0) note(QStringLiteral("%RE below %1 not drawn").arg(depthText(s.signalFloor)));
     p.restore();
