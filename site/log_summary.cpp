@@ -148,4 +148,62 @@ std::string boringsGeoJson(const std::vector<LogSummary>& logs) {
     return fc.dump(1);
 }
 
+namespace {
+
+std::string xmlEscaped(const std::string& eightBit) {
+    std::string out;
+    for (char c : windows1252ToUtf8(eightBit)) {
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+// The map's colour classes of maximum %RE, as KML's aabbggrr.
+const char* kmlColour(float maxPctRe) {
+    if (maxPctRe >= 50) return "ff0000ff"; // red
+    if (maxPctRe >= 10) return "ff0080ff"; // orange
+    if (maxPctRe >= 1) return "ff00ffff";  // yellow
+    return "ff00c000";                     // green
+}
+
+} // namespace
+
+std::string boringsKml(const std::vector<LogSummary>& logs) {
+    std::string out =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<kml xmlns=\"http://www.opengis.net/kml/2.2\">\n<Document>\n<name>ZEL borings</name>\n";
+    for (const char* c : {"ff0000ff", "ff0080ff", "ff00ffff", "ff00c000"})
+        out += std::string("<Style id=\"re") + c + "\"><IconStyle><color>" + c +
+               "</color></IconStyle></Style>\n";
+    for (const auto& s : logs) {
+        if (!s.hasFix) continue;
+        const std::string unit = s.metric ? " m" : " ft";
+        out += "<Placemark>\n<name>" + xmlEscaped(s.name) + "</name>\n<description>Max " +
+               formatNumber(s.maxSignal, "#0.00") + " %RE at " + formatNumber(s.maxSignalDepth, "#0.00") +
+               unit + "; total depth " + formatNumber(s.totalDepth, "#0.00") + unit + "; " + s.date +
+               "</description>\n<styleUrl>#re" + kmlColour(s.maxSignal) + "</styleUrl>\n<ExtendedData>\n";
+        const auto data = [&](const char* name, const std::string& value) {
+            out += std::string("<Data name=\"") + name + "\"><value>" + value + "</value></Data>\n";
+        };
+        data("date", s.date);
+        data("site", xmlEscaped(s.siteName));
+        data("client", xmlEscaped(s.client));
+        data("probe", xmlEscaped(s.probe));
+        data("unit", s.metric ? "m" : "ft");
+        data("total_depth", formatNumber(s.totalDepth, "#0.00"));
+        data("max_pct_re", formatNumber(s.maxSignal, "#0.00"));
+        data("max_pct_re_depth", formatNumber(s.maxSignalDepth, "#0.00"));
+        data("elevation_m", formatNumber(s.elevationM, "#0.0"));
+        out += "</ExtendedData>\n<Point><coordinates>" + formatNumber(s.lon, "#0.000000") + "," +
+               formatNumber(s.lat, "#0.000000") + ",0</coordinates></Point>\n</Placemark>\n";
+    }
+    return out + "</Document>\n</kml>\n";
+}
+
 } // namespace zel::site

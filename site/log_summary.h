@@ -52,5 +52,8 @@ FootageTotals footageTotals(const std::vector<LogSummary>& logs);
 
 // RFC 7946: a FeatureCollection of Points, longitude first, six decimals; logs without a fix are left out.
 std::string boringsGeoJson(const std::vector<LogSummary>& logs);
+// KML 2.2 for Google Earth and GIS: one placemark a located boring, coloured by its maximum %RE (green below
+// 1, yellow below 10, orange below 50, red), the summary values as ExtendedData. UTF-8, as XML expects.
+std::string boringsKml(const std::vector<LogSummary>& logs);
 
 } // namespace zel::site

@@ -36,5 +36,10 @@ void addPageCommand(CLI::App& app, CommandRunner& run);
 void addAnalysisCommands(CLI::App& app, CommandRunner& run);
 // Adds "summary" (a site's logs tabulated, with footage totals and GeoJSON) and "las" (LAS 2.0 files).
 void addSiteCommands(CLI::App& app, CommandRunner& run);
+// Adds "cut" and "stitch" (new logs from a log's depth range, or two logs of one boring) and "gps" (surveyed
+// positions into logs without a fix).
+void addLogEditCommands(CLI::App& app, CommandRunner& run);
+// Adds "map" and "section" (the site map and a cross-section, PDF or PNG).
+void addSitePictureCommands(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -28,6 +28,8 @@ int main(int argc, char** argv) {
     zel::cli::addPageCommand(app, run);
     zel::cli::addAnalysisCommands(app, run);
     zel::cli::addSiteCommands(app, run);
+    zel::cli::addLogEditCommands(app, run);
+    zel::cli::addSitePictureCommands(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     return run ? run() : 2;

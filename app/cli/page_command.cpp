@@ -2,6 +2,7 @@
 // own pages, without a display.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/offscreen_gui.h"
 #include "app/cli/quiet_log.h"
 
 #include "app/plot/log_page.h"
@@ -14,8 +15,6 @@
 #include "program/log_mode_look.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
-
-#include <QGuiApplication>
 
 #include <filesystem>
 #include <iostream>
@@ -108,14 +107,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
 }
 
 int runPage(const PageArgs& args) {
-    // Pages need fonts, hence a QGuiApplication; without a display it runs on the offscreen platform.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
-        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    int argc = 1;
-    char name[] = "zel-cli";
-    char* argv[] = {name, nullptr};
-    QGuiApplication app(argc, argv);
+    OffscreenGui gui;
 
     ConsoleHost host(std::cerr);
     return runBatch("page", args.files, std::cerr, [&](const std::string& file, std::string& text) {

@@ -3,6 +3,7 @@
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/quiet_log.h"
+#include "app/cli/site_borings.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
@@ -10,6 +11,7 @@
 #include "common/windows1252.h"
 #include "site/las_export.h"
 #include "site/log_summary.h"
+#include "site/site_model.h"
 
 #include <nlohmann/json.hpp>
 
@@ -29,6 +31,7 @@ struct SummaryArgs {
     double threshold = 1.0;
     std::string csv;
     std::string geojson;
+    std::string kml;
     bool json = false;
 };
 
@@ -51,6 +54,10 @@ int runSummary(const SummaryArgs& a) {
         return 1;
     }
     if (!a.geojson.empty() && !writeWholeFile(a.geojson, site::boringsGeoJson(logs), error)) {
+        std::cerr << "zel-cli summary: " << error << '\n';
+        return 1;
+    }
+    if (!a.kml.empty() && !writeWholeFile(a.kml, site::boringsKml(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
@@ -137,6 +144,51 @@ int runLas(const LasArgs& a) {
     });
 }
 
+// ---- model
+
+struct ModelArgs {
+    std::vector<std::string> inputs;
+    std::string csv, vtk, grid;
+    site::GridOptions options;
+};
+
+int runModel(const ModelArgs& a) {
+    ConsoleHost host(std::cerr);
+    if (a.csv.empty() && a.vtk.empty() && a.grid.empty()) {
+        std::cerr << "zel-cli model: name at least one of --csv, --vtk and --grid\n";
+        return 1;
+    }
+    const SiteBorings site = loadSiteBorings("model", a.inputs, host);
+    const auto& borings = site.borings;
+    int code = site.code;
+    if (borings.empty()) {
+        std::cerr << "zel-cli model: no located boring\n";
+        return 1;
+    }
+    std::cout << "UTM zone " << site.zone() << ", " << borings.size() << " borings\n";
+    std::string error;
+    const auto write = [&](const std::string& path, const std::string& text) {
+        if (path.empty() || writeWholeFile(path, text, error)) return true;
+        std::cerr << "zel-cli model: " << error << '\n';
+        code = 1;
+        return false;
+    };
+    write(a.csv, site::pointsCsv(borings));
+    write(a.vtk, site::pointsVtk(borings));
+    if (!a.grid.empty()) {
+        site::Volume v;
+        if (!site::gridVolume(borings, a.options, v, error)) {
+            std::cerr << "zel-cli model: " << error << '\n';
+            return 1;
+        }
+        if (write(a.grid, site::volumeVtk(v)))
+            std::cout << "Volume " << v.nx << " x " << v.ny << " x " << v.nz << " nodes of "
+                      << formatNumber(v.dx, "#0.00") << " x " << formatNumber(v.dy, "#0.00") << " x "
+                      << formatNumber(v.dz, "#0.00") << " m\n";
+    }
+    return code;
+}
+
 } // namespace
 
 void addSiteCommands(CLI::App& app, CommandRunner& run) {
@@ -149,6 +201,7 @@ void addSiteCommands(CLI::App& app, CommandRunner& run) {
         ->capture_default_str();
     summary->add_option("--csv", s->csv, "Write the table as CSV to this file (else it goes to stdout)");
     summary->add_option("--geojson", s->geojson, "Write the borings as GeoJSON to this file");
+    summary->add_option("--kml", s->kml, "Write the borings as KML (Google Earth) to this file");
     summary->add_flag("--json", s->json, "One JSON object on stdout: logs, footage_ft, footage_by_day_ft");
     summary->callback([s, &run] { run = [s] { return runSummary(*s); }; });
 
@@ -158,6 +211,30 @@ void addSiteCommands(CLI::App& app, CommandRunner& run) {
     las->add_option("--to", l->to, "folder for the LAS files (default: beside each raw log)")
         ->check(CLI::ExistingDirectory);
     las->callback([l, &run] { run = [l] { return runLas(*l); }; });
+
+    auto m = std::make_shared<ModelArgs>();
+    auto* model = app.add_subcommand(
+        "model", "The site in 3D: every point of the located logs (CSV, VTK) and a gridded %RE volume (VTK)");
+    model->add_option("INPUT", m->inputs, "raw logs or folders of them")->required();
+    model->add_option("--csv", m->csv,
+                      "Write the points as CSV (easting, northing, elevation, %RE, shares, K)");
+    model->add_option("--vtk", m->vtk, "Write the points and borings as VTK polydata (ParaView)");
+    model->add_option("--grid", m->grid, "Write the interpolated %RE volume as VTK structured points");
+    model
+        ->add_option("--cell", m->options.cellM,
+                     "Horizontal cell of the volume, m (0: a fortieth of the site)")
+        ->check(CLI::Range(0.0, 1e5));
+    model->add_option("--layer", m->options.layerM, "Vertical cell of the volume, m")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 1e3));
+    model
+        ->add_option("--radius", m->options.radiusM,
+                     "Search radius, m (0: 1.5 times the largest distance between neighbouring borings)")
+        ->check(CLI::Range(0.0, 1e6));
+    model->add_option("--power", m->options.power, "Power of the inverse-distance weights")
+        ->capture_default_str()
+        ->check(CLI::Range(0.5, 6.0));
+    model->callback([m, &run] { run = [m] { return runModel(*m); }; });
 }
 
 } // namespace zel::cli
