@@ -8,6 +8,7 @@
 #   ./zel.sh setup           only install the packages listed in tools/debian-packages.txt
 #   ./zel.sh fuzz [seconds]  every parser of outside input under libFuzzer (clang, build-fuzz/), default 60 s each
 #   ./zel.sh demo            a simulated push down the rig's built-in site, and its log page
+#   ./zel.sh package         the Debian package of zel, zel-cli and zel-sim (CPack) into dist/
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$PWD
@@ -177,6 +178,18 @@ demo() {
     printf '  %-12s %s\n' page "$ROOT/demo-out/Demo.pdf"
 }
 
+# The Debian package, from the build tree's programs (only they are built, not the tests).
+package() {
+    setup
+    configure build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_WERROR=ON -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON
+    cmake --build "$ROOT/build" -j "$JOBS" --target zel zel-cli zel-sim
+    mkdir -p "$ROOT/dist"
+    (cd "$ROOT/build" && cpack -G DEB -B "$ROOT/dist" >/dev/null)
+    rm -rf "$ROOT/dist/_CPack_Packages"
+    say "package written"
+    ls -1 "$ROOT"/dist/*.deb
+}
+
 case "${1:-}" in
 build) build ;;
 test) test_all "${2:-}" ;;
@@ -184,8 +197,9 @@ bench) bench "${2:-}" ;;
 setup) setup ;;
 fuzz) fuzz "${2:-}" ;;
 demo) demo ;;
+package) package ;;
 *)
-    sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

@@ -59,8 +59,7 @@ void page(benchmark::State& state, bool pdf) {
     const std::string out = (f.dir / (pdf ? "page.pdf" : "page.jpg")).string();
     for (auto _ : state) {
         const plot::PlotModel model = plot::PlotModel::build({f.log, f.arrays}, f.settings);
-        plot::PageInput in{f.log, model, plot::logCallouts(f.log, f.arrays, model.channelColours())};
-        in.re = f.arrays.re.samples;
+        const plot::PageInput in{f.log, model, plot::logCallouts(f.log, f.arrays, model.channelColours())};
         std::string error;
         const bool ok = pdf ? plot::writePdfPage(out, in, error) : plot::writeJpgPage(out, in, error);
         if (!ok) state.SkipWithError(error.c_str());

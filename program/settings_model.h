@@ -40,6 +40,9 @@ inline constexpr const char* kExclude = "chkExclude"; // array 0..3: CH1..CH4
 inline constexpr const char* kExcludeCH1 = "chkExcludeCH1";
 inline constexpr const char* kCH1Correction = "txtCH1Correction";
 inline constexpr const char* kFixedCutoffs = "chkFixedCutoffs";
+// Advanced: the log page's title block.
+inline constexpr const char* kCompany = "txtCompany";
+inline constexpr const char* kLogoFile = "txtLogoFile";
 // Wave mathematics (frmWaveMath).
 inline constexpr const char* kScatterScaling = "chkScatterScaling";
 inline constexpr const char* kPlainRE = "chkPlainRE";

@@ -6,18 +6,15 @@
 #include "app/cli/quiet_log.h"
 
 #include "app/plot/log_page.h"
-#include "app/plot/plot_model.h"
 #include "app/plot/plot_settings_view.h"
-#include "app/plot/waveform_view.h"
 #include "common/clock.h"
 #include "common/console_host.h"
-#include "common/version.h"
 #include "log/load_file.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_format.h"
+#include "program/log_mode_look.h"
 #include "program/settings_model.h"
-#include "settings/startup/modes.h"
-#include "settings/startup/startup_settings.h"
+#include "settings/data_root.h"
 
 #include <filesystem>
 #include <iostream>
@@ -60,18 +57,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     RawLogContext& ctx = loaded->ctx;
 
     // The channel labels, model name and page font of the mode the log was made in.
-    StartupSettings defaults;
-    plot::PlotSource source{log, arrays};
-    source.labels = defaults.labels;
-    source.birchMode = ctx.birchMode;
-    std::string modelName = log.mode();
-    int pageFont = 11;
-    if (const ModeEntry* mode = findMode(program::LogMode(ctx.modeId, log.mode(), 0))) {
-        for (std::size_t i = 0; i < source.labels.size(); ++i)
-            source.labels[i] = mode->labels[i];
-        modelName = mode->model;
-        pageFont = mode->pageFont;
-    }
+    const program::LogModeLook look = program::logModeLook(ctx.modeId, log.mode(), 0);
 
     // The log's own plot settings and its latest callout scheme, when its companion has them.
     const std::string plt = log.File_FullPath_Plt();
@@ -88,19 +74,22 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
         }
     }
 
-    const plot::PlotModel model = plot::PlotModel::build(source, settings);
-    plot::PageInput input{log, model,
-                          plot::logCallouts(log, arrays, model.channelColours(), source.signalColumn)};
-    input.modelName = modelName;
-    input.fontPoints = pageFont;
-    input.creator = std::string("ZEL ") + kVersionText;
-    input.re = arrays.re.samples;
-    input.waveDeltaX = log.Wave_DeltaX();
+    program::SettingsModel options;
+    options.readOptionsFile(optionsFilePath());
+    plot::LogPageRequest request;
+    request.settings = settings;
+    request.labels = look.labels;
+    request.birchMode = ctx.birchMode;
+    request.modelName = look.model;
+    request.fontPoints = look.pageFont;
+    request.company = options.text(program::control::kAdv, program::control::kCompany);
+    request.logoPath = options.text(program::control::kAdv, program::control::kLogoFile);
+    const plot::LogPage page(log, arrays, request);
 
     std::string error;
     if (args.pdf) {
         const std::string out = outputPath(log, file, args.to, ".pdf");
-        if (!plot::writePdfPage(out, input, error)) {
+        if (!page.writePdf(out, error)) {
             reason = error;
             return false;
         }
@@ -108,7 +97,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     }
     if (args.jpg) {
         const std::string out = outputPath(log, file, args.to, ".jpg");
-        if (!plot::writeJpgPage(out, input, error, args.dpi)) {
+        if (!page.writeJpg(out, error, args.dpi)) {
             reason = error;
             return false;
         }

@@ -72,6 +72,7 @@ ChannelColours channelColours(std::span<const std::string> labels, bool realColo
         }
     }
     const bool stretch = !realColour && any && hi > lo;
+    out.meanWavelength = realColour && any;
     for (int i = 0; i < kMaxChannels; ++i) {
         const auto k = static_cast<std::size_t>(i);
         if (out.scatter[k]) {
@@ -79,6 +80,7 @@ ChannelColours channelColours(std::span<const std::string> labels, bool realColo
         } else if (nm[k]) {
             const double v = stretch ? 400.0 + (*nm[k] - lo) / (hi - lo) * 300.0 : *nm[k];
             out.colour[k] = wavelengthToRgb(v);
+            out.wavelength[k] = *nm[k];
         } else {
             out.colour[k] = kPalette[k];
         }
@@ -87,7 +89,7 @@ ChannelColours channelColours(std::span<const std::string> labels, bool realColo
 }
 
 Colour pointColour(const ChannelColours& colours, std::span<const float> channelAreas) {
-    double r = 0, g = 0, b = 0, total = 0;
+    double r = 0, g = 0, b = 0, total = 0, nm = 0, nmTotal = 0;
     const int n = std::min<int>(static_cast<int>(channelAreas.size()), colours.channels);
     for (int i = 0; i < n; ++i) {
         const auto k = static_cast<std::size_t>(i);
@@ -98,8 +100,13 @@ Colour pointColour(const ChannelColours& colours, std::span<const float> channel
         g += a * colours.colour[k].g;
         b += a * colours.colour[k].b;
         total += a;
+        if (colours.wavelength[k] > 0) {
+            nm += a * colours.wavelength[k];
+            nmTotal += a;
+        }
     }
     if (total <= 0.0) return kNoShareGrey;
+    if (colours.meanWavelength && nmTotal > 0.0) return wavelengthToRgb(nm / nmTotal);
     const double peak = std::max({r, g, b});
     if (peak <= 0.0) return kNoShareGrey;
     // The mean of bright colours is dull; scaling its brightest component to full keeps the hue and reads

@@ -21,6 +21,11 @@
 // A point's fill colour is the mean of its fluorescence channels' colours weighted by their shares (the
 // point's channel areas, negative ones counted as 0), scaled up so that its brightest component is full:
 // the hue carries the channel balance, the %RE track's length carries the intensity.
+//
+// With real colour, mixing the channels' colours would paint nearly every point of a UV probe the same
+// violet (its 350 and 400 nm bands both lie at the violet end). There a point takes the colour of its mean
+// wavelength instead (the channels' wavelengths weighted by their shares): a shift of the spectrum toward
+// the longer bands then reads as a shift from violet through blue to green, as the light itself would.
 
 #include <array>
 #include <cstdint>
@@ -45,6 +50,10 @@ struct ChannelColours {
     std::array<Colour, kMaxChannels> colour{};
     std::array<bool, kMaxChannels> scatter{}; // the channel is "Sctr"
     int channels = kMaxChannels;
+    // Real colour: each channel's wavelength (nm; 0 for a label that names none), and a point's fill is the
+    // colour of its mean wavelength.
+    std::array<double, kMaxChannels> wavelength{};
+    bool meanWavelength = false;
 };
 
 // The colours of a mode's channel labels (settings/startup/modes.h: ModeEntry::labels).

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -53,17 +56,43 @@ TEST(ChannelColours, ModeLabelsAreStretchedUnlessRealColourIsAsked) {
 }
 
 TEST(ChannelColours, PointFillWeighsTheFluorescenceChannels) {
-    const ChannelColours c = channelColours(std::vector<std::string>{"Sctr", "440", "510", "645"}, true);
-    const float onlyBlue[] = {100, 1, 0, 0};
-    EXPECT_EQ(pointColour(c, onlyBlue), (Colour{0, 0, 255})); // scatter takes no part
-    const float greenAndRed[] = {0, 0, 1, 1};
-    EXPECT_EQ(pointColour(c, greenAndRed), (Colour{255, 255, 0}));
-    const float negative[] = {0, -5, 0, 2};
-    EXPECT_EQ(pointColour(c, negative), (Colour{255, 0, 0}));
-    const float none[] = {3, 0, 0, 0};
-    EXPECT_EQ(pointColour(c, none), kNoShareGrey);
-    const float nan[] = {0, std::numeric_limits<float>::quiet_NaN(), 0, 0};
-    EXPECT_EQ(pointColour(c, nan), kNoShareGrey);
+    // 400..700 nm labels stretch onto themselves: each channel keeps its own colour.
+    const ChannelColours c = channelColours(std::vector<std::string>{"Sctr", "400", "550", "700"}, false);
+    struct Case {
+        const char* name;
+        std::array<float, 4> areas;
+        Colour fill;
+    };
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const Case cases[] = {
+        {"one channel, scatter takes no part", {100, 1, 0, 0}, wavelengthToRgb(400)},
+        // (146, 255, 0) + (255, 0, 0), brightest component scaled to full
+        {"two channels mixed", {0, 0, 1, 1}, {255, 162, 0}},
+        {"negative areas count as 0", {0, -5, 0, 2}, wavelengthToRgb(700)},
+        {"scatter only", {3, 0, 0, 0}, kNoShareGrey},
+        {"not a number", {0, nan, 0, 0}, kNoShareGrey},
+    };
+    for (const Case& k : cases)
+        EXPECT_EQ(pointColour(c, k.areas), k.fill) << k.name;
+}
+
+// Real colour: a point is the colour of its mean wavelength, so a UV probe's points are not all one violet.
+TEST(ChannelColours, RealColourFillIsTheColourOfTheMeanWavelength) {
+    const ChannelColours uv = channelColours(std::vector<std::string>{"350", "400", "450", "500"}, true);
+    struct Case {
+        std::array<float, 4> areas;
+        double meanNm;
+    };
+    const Case cases[] = {
+        {{1, 1, 0, 0}, 375},   {{0, 1, 1, 0}, 425}, {{0, 0, 1, 1}, 475},
+        {{1, 0, 0, 3}, 462.5}, {{0, 0, 0, 1}, 500},
+    };
+    for (const Case& k : cases)
+        EXPECT_EQ(pointColour(uv, k.areas), wavelengthToRgb(k.meanNm)) << k.meanNm;
+    // Points weighted to the short and to the long bands differ in hue, not only in shade.
+    const float shortBands[] = {3, 2, 1, 0}, longBands[] = {0, 1, 2, 3};
+    const Colour a = pointColour(uv, shortBands), b = pointColour(uv, longBands);
+    EXPECT_GT(std::abs(int(a.r) - int(b.r)) + std::abs(int(a.g) - int(b.g)), 200);
 }
 
 } // namespace

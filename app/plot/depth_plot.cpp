@@ -52,6 +52,7 @@ QColor qcolour(Colour c) {
 }
 
 std::vector<double> valueTicks(const Track& t) {
+    if (!std::isfinite(t.min) || !std::isfinite(t.max) || !(t.max > t.min)) return {};
     if (t.scale == Scale::Log) {
         std::vector<double> out;
         const int lo = static_cast<int>(std::ceil(std::log10(t.min) - 1e-9));
@@ -178,29 +179,98 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
     p.drawRect(r);
 }
 
-// A title centred in its track, in a smaller font when the track is narrow, cut short only as a last resort.
-void drawFitted(QPainter& p, const QRectF& r, const QString& text, const TextSink& sink) {
+// A track's name with its unit ("Rate (in/s)"); the %RE track's name is its unit already.
+QString titleOf(const Track& t) {
+    QString text = toQt(t.title);
+    const std::string unit = "(" + t.unit + ")";
+    if (!t.unit.empty() && t.unit != t.title && !t.title.ends_with(unit))
+        text += QStringLiteral(" ") + toQt(unit);
+    if (t.scale == Scale::Log) text += QStringLiteral(" log");
+    return text;
+}
+
+// The title over its track's two title lines: on one line when it fits, else wrapped onto both, in a
+// smaller font only when a word is wider than the track. Never shortened: a reader must see what the
+// track is.
+void drawTitle(QPainter& p, const QRectF& r, const QString& text, const TextSink& sink) {
     const QFont original = p.font();
-    const QFontMetricsF fm(original, p.device());
-    const double room = r.width() * 0.95;
-    const double needed = fm.horizontalAdvance(text);
-    if (needed <= room) return drawText(p, r, Qt::AlignHCenter | Qt::AlignVCenter, text, sink);
-    QFont smaller = original;
-    smaller.setPointSizeF(original.pointSizeF() * std::max(0.65, room / needed));
-    p.setFont(smaller);
-    const QFontMetricsF small(smaller, p.device());
-    if (small.horizontalAdvance(text) <= room) {
-        drawText(p, r, Qt::AlignHCenter | Qt::AlignVCenter, text, sink);
-    } else {
-        p.drawText(r, Qt::AlignHCenter | Qt::AlignVCenter, small.elidedText(text, Qt::ElideRight, room));
-        // The record keeps the whole title: the page shows it, only shortened to its track.
-        if (sink.sink) sink.sink(text.toStdString());
+    const double room = r.width() * 0.96;
+    QFont f = original;
+    for (int step = 0; step < 8; ++step) {
+        const QFontMetricsF fm(f, p.device());
+        double widest = 0;
+        for (const QString& word : text.split(QLatin1Char(' ')))
+            widest = std::max(widest, fm.horizontalAdvance(word));
+        const bool oneLine = fm.horizontalAdvance(text) <= room;
+        const bool wraps =
+            widest <= room && fm.boundingRect(r, Qt::TextWordWrap, text).height() <= r.height();
+        if (oneLine || wraps || step == 7) break;
+        f.setPointSizeF(f.pointSizeF() * std::max(0.6, std::min(0.92, room / widest)));
     }
+    p.setFont(f);
+    drawText(p, r, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap, text, sink);
     p.setFont(original);
 }
 
-QString rangeText(double v) {
-    return QString::number(v, 'g', 6);
+QString scaleText(double v) {
+    if (std::fabs(v) < 1e-12) return QStringLiteral("0");
+    return QString::number(v, 'g', 4);
+}
+
+// The scale line under a track's title: both ends inside the track (so that neighbouring tracks' ends
+// never run together) and the ticks between them where they fit, each over a short tick mark.
+void drawScale(QPainter& p, const QRectF& line, const QRectF& data, const Track& t, double lineWidth,
+               const TextSink& sink) {
+    const QFont original = p.font();
+    const double pad = line.height() * 0.2;
+    const QRectF room = line.adjusted(pad, 0, -pad, 0);
+    const QString lo = scaleText(t.min), hi = scaleText(t.max);
+    // The ends on one line, in a smaller font if need be; a track too narrow even for that gets them on
+    // two half lines, the low end above at the left, the high end below at the right.
+    QFont f = original;
+    bool staggered = false;
+    {
+        const QFontMetricsF fm(f, p.device());
+        const double needed = fm.horizontalAdvance(lo + QStringLiteral("  ") + hi);
+        if (needed > room.width()) {
+            const double shrink = room.width() / needed;
+            staggered = shrink < 0.6;
+            const double widest = std::max(fm.horizontalAdvance(lo), fm.horizontalAdvance(hi));
+            f.setPointSizeF(f.pointSizeF() *
+                            (staggered ? std::min(0.6, std::max(0.3, room.width() / widest)) : shrink));
+        }
+    }
+    p.setFont(f);
+    const QFontMetricsF fm(f, p.device());
+    const double gap = fm.horizontalAdvance(QStringLiteral("  "));
+    const double loRight = room.left() + fm.horizontalAdvance(lo);
+    const double hiLeft = room.right() - fm.horizontalAdvance(hi);
+    if (staggered) {
+        const double half = room.height() / 2;
+        drawText(p, QRectF(room.left(), room.top(), room.width(), half), Qt::AlignLeft | Qt::AlignVCenter, lo,
+                 sink);
+        drawText(p, QRectF(room.left(), room.top() + half, room.width(), half),
+                 Qt::AlignRight | Qt::AlignVCenter, hi, sink);
+    } else {
+        drawText(p, room, Qt::AlignLeft | Qt::AlignVCenter, lo, sink);
+        drawText(p, room, Qt::AlignRight | Qt::AlignVCenter, hi, sink);
+    }
+    p.setPen(QPen(Qt::black, lineWidth));
+    const auto tick = [&](double x) {
+        p.drawLine(QPointF(x, data.top() - line.height() * 0.25), QPointF(x, data.top()));
+    };
+    double keptRight = loRight;
+    for (double v : valueTicks(t)) {
+        const double x = data.left() + t.fraction(v) * data.width();
+        if (!(x > data.left() + 1e-6 && x < data.right() - 1e-6)) continue;
+        const QString text = scaleText(v);
+        const double w = fm.horizontalAdvance(text);
+        tick(x);
+        if (staggered || x - w / 2 < keptRight + gap || x + w / 2 > hiLeft - gap) continue;
+        drawText(p, QRectF(x - w, line.top(), 2 * w, line.height()), Qt::AlignCenter, text, sink);
+        keptRight = x + w / 2;
+    }
+    p.setFont(original);
 }
 
 } // namespace
@@ -231,26 +301,9 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         paintTrack(p, r, t, model, window, lineWidth);
         if (style.drawTitles) {
             p.setPen(Qt::black);
-            const QRectF title(r.left(), rect.top(), r.width(), lh);
-            drawFitted(p, title, toQt(t.title), sink);
-            // The %RE track's title is its unit already: the unit line then only says whether it is a log
-            // scale.
-            const QString unit =
-                toQt(t.unit == t.title ? std::string() : t.unit) + (t.scale == Scale::Log ? " (log)" : "");
-            if (!unit.isEmpty()) drawFitted(p, title.translated(0, lh), unit, sink);
-            const QRectF range = title.translated(0, 2 * lh).adjusted(lh * 0.15, 0, -lh * 0.15, 0);
-            const QString lo = rangeText(t.min), hi = rangeText(t.max);
-            // The two ends share the track's width; a narrow track gets them smaller rather than overlapping.
-            const QFont original = p.font();
-            const double needed = fm.horizontalAdvance(lo + QStringLiteral("  ") + hi);
-            if (needed > range.width()) {
-                QFont smaller = original;
-                smaller.setPointSizeF(original.pointSizeF() * std::max(0.6, range.width() / needed));
-                p.setFont(smaller);
-            }
-            drawText(p, range, Qt::AlignLeft | Qt::AlignVCenter, lo, sink);
-            drawText(p, range, Qt::AlignRight | Qt::AlignVCenter, hi, sink);
-            p.setFont(original);
+            drawTitle(p, QRectF(r.left(), rect.top(), r.width(), 2 * lh), titleOf(t), sink);
+            drawScale(p, QRectF(r.left(), rect.top() + 2 * lh, r.width(), l.titleHeight - 2 * lh), r, t,
+                      lineWidth, sink);
         }
     }
     if (tracks.empty()) return p.restore();

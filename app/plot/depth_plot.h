@@ -2,6 +2,7 @@
 // The depth plot painter: the same code draws the screen widget and the log page. Each track is decimated to
 // one min/max pair per pixel row, so a repaint costs the same for 100 points as for 10,001.
 
+#include "app/plot/paint_text.h"
 #include "app/plot/plot_model.h"
 
 #include <QFont>
@@ -32,7 +33,7 @@ struct DepthPlotStyle {
     std::vector<DepthBand> bands;
     double lineHeight = 0; // the title block's line height; 0: the font's own (a page fixes it for its scale)
     // Called with every text drawn, so a page's tests can find its titles without reading pixels.
-    std::function<void(std::string_view)> textSink;
+    TextSinkFunction textSink;
 };
 
 // Lays the model's tracks out side by side in rect (by their relative widths) and draws each for window.

@@ -1,12 +1,18 @@
 #pragma once
-// The log page: one renderer for the screen preview, the PDF and the JPG. A page holds the header block
-// (log information and GPS fix), the depth plot with its depth scale, and the callouts with their averaged
-// waveforms; page size and orientation come from the plot settings, a watermark and a "DRAFT" mark are
-// optional. With a fixed printed scale ("per inch") a long log runs over several pages.
+// The log page: one renderer for the PDF and the JPG, whoever asks for it (the program's menu, zel-cli
+// page, a batch). A page is always of the whole log (or of the depth range and clip depths of its plot
+// settings), never of a screen's zoom, at a fixed depth scale: the settings' own "per inch" scale, else the
+// finest of a few standard scales that puts the log on one page, up to 5 ft (1.5 m) an inch, beyond which a
+// long log runs on over continuation pages at that scale. The first page carries the title block (company
+// and logo, the log's information, GPS position and datum, elevation, total depth, probe and RE, dates and
+// operator); every page repeats a short header, the track titles with their scales, the legends and the
+// footer. A callout panel (the callouts' averaged waveforms against time in ns, with their %RE) sits in a
+// narrow column beside the tracks.
 
 #include "app/plot/depth_plot.h"
 #include "app/plot/plot_model.h"
 #include "app/plot/waveform_view.h"
+#include "log/log_arrays.h"
 #include "log/log_data.h"
 
 #include <QPageLayout>
@@ -15,6 +21,7 @@
 #include <QRectF>
 #include <QString>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <span>
@@ -30,26 +37,36 @@ struct PageInput {
     const cZEL_Data& log;
     const PlotModel& model;
     std::vector<CalloutWave> callouts;
-    std::string modelName;             // the mode's model name, e.g. "Alder®"
-    int fontPoints = 11;               // the mode's page font; 0 is taken as 10
-    std::optional<DepthWindow> window; // default: the model's default window
-    std::string creator;               // e.g. "ZEL 0.1.0"
-    std::span<const float> re;         // the log's RE, drawn behind the callouts' waveforms; may be empty
-    double waveDeltaX = 0.0;           // seconds per sample of the waveforms
+    std::string modelName;   // the mode's model name, e.g. "Alder®"
+    int fontPoints = 11;     // the mode's page font; 0 is taken as 10
+    std::string creator;     // e.g. "ZEL 0.1.0"
+    double waveDeltaX = 0.0; // seconds per sample of the waveforms
+    std::string company;     // the title block's company name (the set-up's), may be empty
+    std::string logoPath;    // an image file drawn beside it; an unreadable one is left out
+    std::array<std::string, 4> channelLabels{"350", "400", "450", "500"}; // named in the fill legend
 };
 
 // What a render drew: the tests check a page's structure from it rather than its pixels.
 struct PageRecord {
     int pages = 0;
-    QSizeF pageSizePoints;          // 1/72 inch
-    std::vector<std::string> texts; // every text drawn, in order
+    QSizeF pageSizePoints;            // 1/72 inch
+    std::vector<std::string> texts;   // every text drawn, in order
+    std::vector<QRectF> boxes;        // where each of texts lies on its page (device units)
+    std::vector<int> textPages;       // the page (0-based) of each of texts
+    std::vector<DepthWindow> windows; // the depths each page shows
+    std::vector<QRectF> trackHeads;   // each page's track titles and scales (device units)
+    std::vector<QRectF> dataAreas;    // each page's tracks below their titles (device units)
+    double depthPerInch = 0.0;        // the printed depth scale
     bool contains(std::string_view text) const;
 };
 
 // The page layout the settings ask for: Letter or Legal, portrait or landscape, 0.4 inch margins.
 QPageLayout pageLayoutFor(const PlotSettings& settings);
 
-// Pages the log needs: 1, or with a fixed printed scale as many as the depth window takes (at most 200).
+// The printed depth scale (depth units an inch) a page of the input takes on the layout's paper.
+double pageDepthPerInch(const PageInput& input, const QPageLayout& layout);
+
+// Pages the log needs at that scale (at most 200).
 int logPageCount(const PageInput& input, const QPageLayout& layout);
 
 // Draws page pageIndex (0-based) into rect, which holds the printable area in the painter's coordinates
@@ -94,5 +111,34 @@ bool writePdfPage(const std::string& path, const PageInput& input, std::string& 
                   PageRecord* record = nullptr);
 bool writeJpgPage(const std::string& path, const PageInput& input, std::string& error, int dpi = 150,
                   int quality = 90, PageRecord* record = nullptr);
+
+// Everything a log page is made from besides the log itself. The desktop fills it from its windows, zel-cli
+// from the log's companion and the options file: the same request gives the same page.
+struct LogPageRequest {
+    PlotSettings settings;
+    std::array<std::string, 4> labels{"350", "400", "450", "500"}; // the mode's channel labels
+    bool birchMode = false;
+    std::string modelName;
+    int fontPoints = 11;
+    std::string company;
+    std::string logoPath;
+};
+
+// The one page builder: the plot model and callouts of the whole log, laid out as above.
+class LogPage {
+public:
+    LogPage(const cZEL_Data& log, const LogArrays& arrays, const LogPageRequest& request);
+    LogPage(const LogPage&) = delete;
+    LogPage& operator=(const LogPage&) = delete;
+
+    const PageInput& input() const { return input_; }
+    bool writePdf(const std::string& path, std::string& error, PageRecord* record = nullptr) const;
+    bool writeJpg(const std::string& path, std::string& error, int dpi = 150,
+                  PageRecord* record = nullptr) const;
+
+private:
+    PlotModel model_;
+    PageInput input_;
+};
 
 } // namespace zel::plot

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace zel::plot {
@@ -45,7 +46,6 @@ protected:
         PageInput in{log, m, logCallouts(log, arrays, m.channelColours())};
         in.modelName = "Alder";
         in.creator = "ZEL test";
-        in.re = arrays.re.samples;
         return in;
     }
 
@@ -66,8 +66,8 @@ TEST_F(LogPageTest, EightBitTextsOfTheLogAreShownAsTheirCharacters) {
     std::string error;
     ASSERT_TRUE(writePdfPage((dir / "enc.pdf").string(), in, error, &record)) << error;
     EXPECT_TRUE(std::any_of(record.texts.begin(), record.texts.end(),
-                            [](const std::string& t) { return t.starts_with("Alder\xC2\xAE  "); }));
-    EXPECT_TRUE(record.contains("Site: S\xC3\xA3o Jos\xC3\xA9"));
+                            [](const std::string& t) { return t.starts_with("Alder\xC2\xAE probe"); }));
+    EXPECT_TRUE(record.contains("S\xC3\xA3o Jos\xC3\xA9"));
     for (const std::string& t : record.texts)
         EXPECT_EQ(t.find("\xEF\xBF\xBD"), std::string::npos) << t; // no replacement character
 }
@@ -88,10 +88,10 @@ TEST_F(LogPageTest, PdfHasOnePageOfTheSettingsSizeWithEveryEnabledTrack) {
     EXPECT_EQ(f.pages, 1);
     EXPECT_EQ(f.mediaBox, (std::vector<double>{0, 0, 612, 792})); // Letter, portrait
     EXPECT_EQ(record.pages, 1);
-    for (const char* title : {"%RE", "Rate", "EC", "Pressure", "est. K (ft/day)", "Depth (ft)",
-                              "CONFIDENTIAL", "Plume", "Site: Synthetic site", "Page 1 of 1"})
+    for (const char* title : {"%RE", "Rate (in/s)", "EC (mS/m)", "Pressure (PSI)", "est. K (ft/day) log",
+                              "Depth (ft)", "CONFIDENTIAL", "Plume", "Synthetic site", "Page 1 of 1"})
         EXPECT_TRUE(record.contains(title)) << title;
-    EXPECT_FALSE(record.contains("Scatter")); // not enabled
+    EXPECT_FALSE(record.contains("Scatter (mV)")); // not enabled
     EXPECT_FALSE(record.contains("DRAFT"));
 }
 
@@ -201,8 +201,10 @@ TEST_F(LogPageTest, GarbageValuesDrawWithoutHarm) {
     PageRecord record;
     std::string error;
     ASSERT_TRUE(writePdfPage((dir / "garbage.pdf").string(), input(m), error, &record)) << error;
-    EXPECT_EQ(record.pages, 1);
-    EXPECT_TRUE(record.contains("Rate"));
+    // A depth of 3e38 stretches the log: the page count stops at its limit rather than running away.
+    EXPECT_GE(record.pages, 1);
+    EXPECT_LE(record.pages, 200);
+    EXPECT_TRUE(record.contains("Rate (in/s) log"));
 }
 
 TEST_F(LogPageTest, AnEmptyLogStillMakesAPage) {
@@ -214,6 +216,168 @@ TEST_F(LogPageTest, AnEmptyLogStillMakesAPage) {
     ASSERT_TRUE(writePdfPage((dir / "empty.pdf").string(), in, error, &record)) << error;
     EXPECT_EQ(pdfFacts(dir / "empty.pdf").pages, 1);
     EXPECT_TRUE(record.contains("%RE"));
+}
+
+// Texts whose centre lies in area on page, with their boxes.
+std::vector<std::pair<std::string, QRectF>> textsIn(const PageRecord& r, int page, const QRectF& area) {
+    std::vector<std::pair<std::string, QRectF>> out;
+    for (std::size_t i = 0; i < r.texts.size(); ++i)
+        if (r.textPages[i] == page && area.contains(r.boxes[i].center()))
+            out.emplace_back(r.texts[i], r.boxes[i]);
+    return out;
+}
+
+// Track titles and scale labels, on every page of every layout: none overlaps another (so that no two
+// neighbouring scale ends read as one number) and none leaves the tracks (titles are never cut short, so
+// a title too long for its track would show there).
+TEST_F(LogPageTest, TrackTitlesAndScaleLabelsNeverCollide) {
+    struct Case {
+        const char* name;
+        bool landscape;
+        bool everyTrack;
+        bool metric;
+        int font;
+    };
+    const Case cases[] = {
+        {"portrait, %RE and rate", false, false, false, 11},
+        {"portrait, every track", false, true, false, 11},
+        {"landscape, every track, metric", true, true, true, 11},
+        {"portrait, every track, large font", false, true, false, 16},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        log.Metric(c.metric);
+        PlotSettings s;
+        s.landscape = c.landscape;
+        s.rate.shown = true;
+        if (c.everyTrack) {
+            s.zoom.shown = s.conductivity.shown = s.scatter.shown = s.fluorescence.shown = true;
+            for (auto& pf : s.presFlow)
+                pf.shown = true;
+        }
+        const PlotModel m = PlotModel::build({log, arrays}, s);
+        PageInput in = input(m);
+        in.fontPoints = c.font;
+        PageRecord record;
+        std::string error;
+        ASSERT_TRUE(writeJpgPage((dir / "heads.jpg").string(), in, error, 100, 90, &record)) << error;
+        ASSERT_EQ(record.trackHeads.size(), static_cast<std::size_t>(record.pages));
+        for (int page = 0; page < record.pages; ++page) {
+            const QRectF heads = record.trackHeads[static_cast<std::size_t>(page)];
+            const auto texts = textsIn(record, page, heads);
+            ASSERT_GE(texts.size(), 3 * m.tracks().size()); // a title and two scale ends a track
+            for (std::size_t i = 0; i < texts.size(); ++i) {
+                const QRectF& a = texts[i].second;
+                EXPECT_GE(a.left(), heads.left() - 0.5) << texts[i].first;
+                EXPECT_LE(a.right(), heads.right() + 0.5) << texts[i].first;
+                for (std::size_t j = i + 1; j < texts.size(); ++j) {
+                    const QRectF overlap = a.intersected(texts[j].second);
+                    EXPECT_FALSE(overlap.width() > 0.5 && overlap.height() > 0.5)
+                        << "\"" << texts[i].first << "\" and \"" << texts[j].first << "\"";
+                }
+            }
+        }
+    }
+}
+
+// A longer log: pad it to points with the synthetic profile repeated.
+void lengthen(cZEL_Data& log, LogArrays& arrays, int points) {
+    synthetic::fillSyntheticLog(log, arrays, points, 60);
+}
+
+// The depth scale is fixed: each page shows the same depth an inch, the pages follow each other without
+// gap or overlap and together hold the whole log, and a log too long for one page at the coarsest
+// automatic scale runs on over pages rather than being squeezed.
+TEST_F(LogPageTest, PagesKeepOneDepthScaleAndTogetherHoldTheWholeLog) {
+    struct Case {
+        const char* name;
+        int points; // 0.05 ft apart
+        bool metric;
+        std::optional<double> perInch;
+        bool landscape;
+    };
+    const Case cases[] = {
+        {"5 ft, automatic", 101, false, std::nullopt, false},
+        {"60 ft, automatic", 1201, false, std::nullopt, false},
+        {"60 m, automatic", 1201, true, std::nullopt, false},
+        {"30 ft at 1 ft an inch, landscape", 601, false, 1.0, true},
+        {"20 ft at 10 ft an inch", 401, false, 10.0, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        lengthen(log, arrays, c.points);
+        log.Metric(c.metric);
+        PlotSettings s;
+        s.landscape = c.landscape;
+        if (c.perInch) {
+            s.perInch = true;
+            s.depthPerInch = *c.perInch;
+        }
+        const PlotModel m = PlotModel::build({log, arrays}, s);
+        const PageInput in = input(m);
+        constexpr int dpi = 60;
+        PageRecord record;
+        std::string error;
+        ASSERT_TRUE(writeJpgPage((dir / "scale.jpg").string(), in, error, dpi, 90, &record)) << error;
+        ASSERT_EQ(record.pages, logPageCount(in, pageLayoutFor(s)));
+        ASSERT_EQ(record.windows.size(), static_cast<std::size_t>(record.pages));
+        if (c.perInch) {
+            EXPECT_EQ(record.depthPerInch, *c.perInch);
+        }
+        for (int p = 0; p < record.pages; ++p) {
+            const DepthWindow& w = record.windows[static_cast<std::size_t>(p)];
+            const double inches = record.dataAreas[static_cast<std::size_t>(p)].height() / dpi;
+            EXPECT_NEAR(w.span() / inches, record.depthPerInch, 0.02 * record.depthPerInch) << "page " << p;
+            if (p > 0) {
+                EXPECT_NEAR(w.top, record.windows[static_cast<std::size_t>(p - 1)].bottom, 1e-9);
+            }
+        }
+        EXPECT_LE(record.windows.front().top, m.dataTop());
+        EXPECT_GE(record.windows.back().bottom, m.dataBottom());
+        // The last page holds some of the log (no empty page at the end).
+        EXPECT_LT(record.windows.back().top, m.dataBottom());
+        if (!c.perInch) {
+            // The finest scale that fits; only a log longer than a page at the coarsest runs on.
+            const double coarsest = c.metric ? 1.5 : 5.0;
+            if (record.pages > 1) {
+                EXPECT_EQ(record.depthPerInch, coarsest);
+            } else {
+                EXPECT_LE(record.depthPerInch, coarsest);
+            }
+            const double firstInches = record.dataAreas.front().height() / dpi;
+            EXPECT_GT(m.dataBottom() - m.dataTop(), firstInches * record.depthPerInch / 2.5 - 1e-9)
+                << "a finer standard scale would have fitted";
+        }
+        EXPECT_TRUE(
+            record.contains("Page " + std::to_string(record.pages) + " of " + std::to_string(record.pages)));
+    }
+}
+
+// The settings' depth range decides the page, the log's extent bounds it.
+TEST_F(LogPageTest, ThePageShowsTheSettingsRangeWithinTheLog) {
+    struct Case {
+        std::optional<double> from, to;
+        double top, bottom; // the depths the page must show; it starts less than an inch above top
+    };
+    const Case cases[] = {
+        {std::nullopt, std::nullopt, 0.0, 10.0},
+        {2.5, 6.0, 2.5, 6.0},
+        {-50.0, 500.0, 0.0, 10.0},
+    };
+    for (const Case& c : cases) {
+        PlotSettings s;
+        s.depthMin = c.from;
+        s.depthMax = c.to;
+        const PlotModel m = PlotModel::build({log, arrays}, s);
+        PageRecord record;
+        std::string error;
+        ASSERT_TRUE(writeJpgPage((dir / "range.jpg").string(), input(m), error, 40, 90, &record)) << error;
+        ASSERT_EQ(record.pages, 1);
+        EXPECT_LE(record.windows[0].top, c.top + 1e-9);
+        EXPECT_GT(record.windows[0].top, c.top - record.depthPerInch);
+        EXPECT_GE(record.windows[0].bottom, c.bottom - 1e-9);
+        EXPECT_LT(record.windows[0].bottom, c.bottom + record.depthPerInch * 10);
+    }
 }
 
 } // namespace

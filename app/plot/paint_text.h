@@ -1,6 +1,6 @@
 #pragma once
-// Text drawing shared by the painters: every text goes through here so that a caller's sink sees it (the
-// page's render record, which the tests read instead of pixels).
+// Text drawing shared by the painters: every text goes through here so that a caller's sink sees it with
+// the box it covers on the device (the page's render record, which the tests read instead of pixels).
 
 #include <QPainter>
 #include <QRectF>
@@ -11,17 +11,26 @@
 
 namespace zel::plot {
 
+// Receives each text drawn and the device rectangle its glyphs cover.
+using TextSinkFunction = std::function<void(std::string_view, const QRectF&)>;
+
 struct TextSink {
-    const std::function<void(std::string_view)>& sink;
+    const TextSinkFunction& sink;
 };
+
+// Tells the sink about a text drawn some other way (shortened to fit, say): r is in painter coordinates.
+inline void recordText(QPainter& p, const QRectF& r, const QString& text, const TextSink& to) {
+    if (!to.sink) return;
+    const QByteArray utf8 = text.toUtf8();
+    to.sink(std::string_view(utf8.constData(), static_cast<std::size_t>(utf8.size())),
+            p.transform().mapRect(r));
+}
 
 inline void drawText(QPainter& p, const QRectF& r, int flags, const QString& text, const TextSink& to) {
     if (text.isEmpty()) return;
-    p.drawText(r, flags, text);
-    if (to.sink) {
-        const QByteArray utf8 = text.toUtf8();
-        to.sink(std::string_view(utf8.constData(), static_cast<std::size_t>(utf8.size())));
-    }
+    QRectF covered;
+    p.drawText(r, flags, text, &covered);
+    recordText(p, covered, text, to);
 }
 
 } // namespace zel::plot

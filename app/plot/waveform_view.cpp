@@ -168,10 +168,12 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     // Legend column beside the plot when there are callouts.
     const double legendWidth =
         v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.3, 11.0 * lh);
-    // Room below for the tick labels and the axis unit under them.
-    const QRectF plotArea(rect.left() + 4.5 * lh, rect.top() + 1.3 * lh,
-                          std::max(1.0, rect.width() - 4.5 * lh - legendWidth - 0.5 * lh),
-                          std::max(1.0, rect.height() - 3.6 * lh));
+    // Left of the plot: the value axis's unit (turned on its side) and its labels; below: the time axis's
+    // labels and its unit, all inside rect.
+    const double axisWidth = 5.4 * lh;
+    const QRectF plotArea(rect.left() + axisWidth, rect.top() + 1.3 * lh,
+                          std::max(1.0, rect.width() - axisWidth - legendWidth - 0.5 * lh),
+                          std::max(1.0, rect.height() - 3.7 * lh));
 
     std::size_t samples = std::max({v.wave.size(), v.re.size(), v.background.size()});
     double lo = std::numeric_limits<double>::infinity(), hi = -lo;
@@ -219,8 +221,8 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     p.setPen(Qt::black);
     for (double t : yTicks) {
         const double y = plotArea.bottom() - (t - lo) / (hi - lo) * plotArea.height();
-        drawText(p, QRectF(rect.left(), y - lh / 2, 4.2 * lh, lh), Qt::AlignRight | Qt::AlignVCenter,
-                 QString::number(t, 'g', 4), sink);
+        drawText(p, QRectF(rect.left() + 1.2 * lh, y - lh / 2, axisWidth - 1.5 * lh, lh),
+                 Qt::AlignRight | Qt::AlignVCenter, QString::number(t, 'g', 4), sink);
     }
     // The time axis in ns when the time step is known, else in samples.
     const double nsPerSample = v.deltaX > 0 ? v.deltaX * 1e9 : 0.0;
@@ -231,9 +233,17 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
                  QString::number(t, 'g', 4), sink);
     }
     // The unit at the left under the ticks, where the line legend at the right never meets it.
-    drawText(p, QRectF(plotArea.left(), plotArea.bottom() + lh, plotArea.width(), lh * 1.2),
+    drawText(p, QRectF(plotArea.left(), plotArea.bottom() + 1.1 * lh, plotArea.width(), lh * 1.2),
              Qt::AlignLeft | Qt::AlignVCenter,
-             nsPerSample > 0 ? QStringLiteral("ns") : QStringLiteral("sample"), sink);
+             nsPerSample > 0 ? QStringLiteral("Time (ns)") : QStringLiteral("Sample"), sink);
+    if (!v.valueUnit.empty()) {
+        p.save();
+        p.translate(rect.left(), plotArea.center().y());
+        p.rotate(-90);
+        drawText(p, QRectF(-plotArea.height() / 2, 0, plotArea.height(), 1.2 * lh), Qt::AlignCenter,
+                 toQt(v.valueUnit), sink);
+        p.restore();
+    }
     drawText(p, QRectF(rect.left(), rect.top(), rect.width() - legendWidth, 1.2 * lh),
              Qt::AlignLeft | Qt::AlignVCenter, toQt(v.title), sink);
 

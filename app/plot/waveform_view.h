@@ -3,6 +3,7 @@
 // boundaries; and the callouts, depth ranges whose averaged waveform is drawn in the range's colour.
 
 #include "app/plot/channel_colours.h"
+#include "app/plot/paint_text.h"
 #include "app/plot/plot_model.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
@@ -56,9 +57,10 @@ struct WaveformView {
     std::vector<CalloutWave> callouts;      // drawn in their slot colours
     std::vector<std::string> channelLabels; // named between the boundaries, when given
     std::string depthUnit = "ft";           // of the callouts' ranges in the legend
+    std::string valueUnit = "Signal (mV)";  // the value axis's title
     bool legend = true;                     // the callouts' colours and ranges beside the plot
     QFont font;
-    std::function<void(std::string_view)> textSink;
+    TextSinkFunction textSink;
 };
 
 void paintWaveform(QPainter& painter, const QRectF& rect, const WaveformView& view);

@@ -68,7 +68,7 @@ TEST(WaveformView, ABrightREIsScaledToThePointAndTheLegendSaysSo) {
         const auto texts = textsOf(v);
         EXPECT_TRUE(has(texts, c.legend)) << c.rePeak;
         EXPECT_TRUE(has(texts, "point"));
-        EXPECT_TRUE(has(texts, "ns"));
+        EXPECT_TRUE(has(texts, "Time (ns)"));
         EXPECT_FALSE(has(texts, "background")); // none given
     }
 }

@@ -90,6 +90,8 @@ AdvancedPage::AdvancedPage(const StartupSettings& settings) {
     checkBox(gf, "chkPrint_Black", "Print in black");
     checkBox(gf, "chkDraft", "DRAFT mark");
     lineEdit(gf, "txtWatermark", "Watermark");
+    lineEdit(gf, program::control::kCompany, "Company (title block)");
+    lineEdit(gf, program::control::kLogoFile, "Logo image file");
     checkBox(gf, "chkHideInfo", "Hide the information block");
     checkBox(gf, "chkReferenceLineRE", "Reference line at %RE");
     lineEdit(gf, "txtReferenceLineRE", "", "100");

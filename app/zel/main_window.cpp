@@ -28,6 +28,7 @@
 #include "log/wave_export.h"
 #include "program/gps_fix.h"
 #include "program/hydraulic.h"
+#include "program/log_mode_look.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
@@ -679,16 +680,20 @@ void MainWindow::exportWaveText() {
 
 bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
     if (!requireLog(true)) return false;
-    const plot::PlotModel& model = plot_->model();
-    plot::PageInput input{log_, model};
-    input.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
-    input.modelName = settings_.model;
-    input.fontPoints = settings_.pageFont;
-    input.window = plot_->depthWindow();
-    input.creator = "ZEL " + std::string(versionText());
+    // The page is of the whole log, whatever the screen's zoom: the same builder as zel-cli's.
+    plot::LogPageRequest request;
+    request.settings = plot_->model().settings();
+    const program::LogModeLook look = program::logModeLook(ctx_.modeId, log_.mode(), settings_.mode);
+    request.labels = look.labels;
+    request.birchMode = ctx_.birchMode;
+    request.modelName = look.model;
+    request.fontPoints = look.pageFont;
+    request.company = settingsModel().text(program::control::kAdv, program::control::kCompany);
+    request.logoPath = settingsModel().text(program::control::kAdv, program::control::kLogoFile);
+    const plot::LogPage page(log_, arrays_, request);
     std::string error;
     host_.setBusy(true);
-    const bool ok = pdf ? plot::writePdfPage(path, input, error) : plot::writeJpgPage(path, input, error);
+    const bool ok = pdf ? page.writePdf(path, error) : page.writeJpg(path, error);
     host_.setBusy(false);
     if (!ok) {
         host_.message("Error in Log_Page: " + error, MsgButtons::Ok, MsgIcon::Critical);

@@ -1,3 +1,4 @@
+#include "app/plot/synthetic_log.h"
 #include "app/zel/desktop_startup.h"
 #include "app/zel/gui_test_app.h"
 #include "app/zel/main_window.h"
@@ -12,10 +13,12 @@
 #include "settings/startup/command_line.h"
 #include "settings/startup/startup_sequence.h"
 #include "settings/test_files.h"
+#include "tests/e2e/run_program.h"
 
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -564,6 +567,50 @@ TEST_F(MainWindowTest, TheLastREReferenceIsShownUntilTheSessionTakesAnRE) {
     EXPECT_TRUE(w->rePanel().text().contains(
         "Last RE 2026-11-20 08:15:00: CH1 10.0 CH2 20.4 CH3 30.0 CH4 40.0; background 2026-11-20 08:14:00"))
         << w->rePanel().text().toStdString();
+}
+
+// The log page is of the whole log whatever the screen shows, and the program's page of a log is zel-cli's
+// page of it, pixel for pixel.
+TEST_F(MainWindowTest, TheLogPageIgnoresTheZoomAndIsZelClisPage) {
+    fs::create_directories(file("logs"));
+    std::string path;
+    {
+        cZEL_Data log(host, clock);
+        LogArrays arrays;
+        RawLogContext ctx;
+        plot::synthetic::fillSyntheticLog(log, arrays, 300, 120, false);
+        log.Callout_Index(0, 0, 40);
+        log.Callout_Index(0, 1, 90);
+        log.Callout_Caption(0, "Plume");
+        path = SaveRawLog(file("logs/PG-1"), log, arrays, ctx, host).path;
+    }
+    // Its companion, as a push writes it: the whole key set, here with the rate and conductivity tracks on.
+    std::string companion = "[Settings]\r\n";
+    for (const std::string& key : plotSettingsKeys()) {
+        const bool on = key == "FTchkPlotRate" || key == "FTchkPlotCond";
+        companion += key + "=" + (on ? std::string("1") : plotSettingDefault(key)) + "\r\n";
+    }
+    put(file("logs/PG-1.lif.plt"), companion);
+    auto w = newWindow();
+    ASSERT_TRUE(w->loadLog(path));
+    ASSERT_TRUE(w->writeLogPage(file("whole.jpg"), false));
+    const plot::DepthWindow shown = w->depthPlot().depthWindow();
+    for (const plot::DepthWindow& zoom : {plot::DepthWindow{2.0, 3.5}, plot::DepthWindow{-5.0, 40.0}}) {
+        w->depthPlot().setDepthWindow(zoom);
+        ASSERT_NE(w->depthPlot().depthWindow(), shown);
+        ASSERT_TRUE(w->writeLogPage(file("zoomed.jpg"), false));
+        EXPECT_EQ(QImage(QString::fromStdString(file("zoomed.jpg"))),
+                  QImage(QString::fromStdString(file("whole.jpg"))))
+            << zoom.top << " to " << zoom.bottom;
+    }
+
+    fs::create_directories(file("cli"));
+    const e2e::RunResult r = e2e::runProgram(std::string(ZEL_CLI) + " page " + e2e::quote(path) +
+                                             " --jpg --to " + e2e::quote(file("cli")));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const QImage cli(QString::fromStdString(file("cli/PG-1.jpg")));
+    ASSERT_FALSE(cli.isNull());
+    EXPECT_EQ(cli, QImage(QString::fromStdString(file("whole.jpg"))));
 }
 
 } // namespace
