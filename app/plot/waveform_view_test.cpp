@@ -15,7 +15,7 @@ namespace {
 std::vector<std::string> textsOf(const WaveformView& base, QSize size = {480, 320}) {
     std::vector<std::string> texts;
     WaveformView v = base;
-    v.textSink = [&](std::string_view t) { texts.emplace_back(t); };
+    v.textSink = [&](std::string_view t, const QRectF&) { texts.emplace_back(t); };
     QImage image(size, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter p(&image);
