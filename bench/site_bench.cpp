@@ -1,6 +1,7 @@
 // A site of 100 full logs (10,001 points of 501 samples, 20 MB each) turned into its deliverables by zel-cli,
-// each command a whole process as a consultant runs it: the summary, the LAS files, the 3D points, the map and
-// a section. The logs are independent, so the commands share them among the cores. Target: a few seconds each.
+// each command a whole process as a consultant runs it: the summary, the LAS files, the 3D points, the map
+// and a section. The logs are independent, so the commands share them among the cores. Target: a few seconds
+// each.
 
 #include "app/plot/synthetic_log.h"
 #include "common/clock.h"
@@ -51,7 +52,8 @@ const Site& site() {
 
 void cli(benchmark::State& state, const std::string& args) {
     const Site& s = site();
-    const std::string command = std::string(ZEL_CLI) + " " + args + " '" + s.dir.string() + "' >/dev/null 2>&1";
+    const std::string command =
+        std::string(ZEL_CLI) + " " + args + " '" + s.dir.string() + "' >/dev/null 2>&1";
     for (auto _ : state)
         if (std::system(command.c_str()) != 0) state.SkipWithError(("failed: " + command).c_str());
     state.counters["logs"] = kLogs;

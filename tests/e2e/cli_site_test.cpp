@@ -197,7 +197,7 @@ TEST(CliSite, MapAndSectionShowThePlumeWhereTheLogsDo) {
                   .exitCode,
               0);
     std::map<std::string, std::pair<double, double>> at; // easting, northing
-    double ground = 0;                                    // elevation of the borings' tops, m
+    double ground = 0;                                   // elevation of the borings' tops, m
     std::istringstream rows(slurp(csv.string()));
     std::string line;
     std::getline(rows, line);
