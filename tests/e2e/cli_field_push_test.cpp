@@ -18,11 +18,7 @@ namespace {
 const std::string kCli = ZEL_CLI;
 
 nlohmann::json summary(const RunResult& r) {
-    std::istringstream in(r.out);
-    std::string line, last;
-    while (std::getline(in, line))
-        if (!line.empty()) last = line;
-    return nlohmann::json::parse(last, nullptr, false);
+    return lastJsonLine(r);
 }
 
 nlohmann::json lists(const std::string& rawLog) {

@@ -30,11 +30,7 @@ namespace fs = std::filesystem;
 using namespace hd_layout;
 
 nlohmann::json summary(const RunResult& r) {
-    std::istringstream in(r.out);
-    std::string line, last;
-    while (std::getline(in, line))
-        if (!line.empty()) last = line;
-    return nlohmann::json::parse(last, nullptr, false);
+    return lastJsonLine(r);
 }
 
 std::string fileBytes(const fs::path& p) {
@@ -203,37 +199,11 @@ TEST(CliHdPush, AKilledPushIsRecoveredFromItsSideFile) {
     const RunResult first = runProgram(run.push("H1", 3));
     ASSERT_EQ(first.exitCode, 0) << first.err;
 
-    int fds[2];
-    ASSERT_EQ(::pipe(fds), 0);
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::setpgid(0, 0);
-        ::dup2(fds[1], 1);
-        ::close(fds[0]);
-        ::close(fds[1]);
-        ::setenv("ZEL_DATA_ROOT", run.root.c_str(), 1);
-        const std::string out = run.out.string();
-        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--hd", "--points", "1000", "--rate", "1",
-                "--sweep-ms", "0", "--yes", "--name", "K1", "--out", out.c_str(),
-                static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
-    ::close(fds[1]);
-    ::setpgid(pid, pid);
-    int reported = 0;
-    std::string line;
-    char c;
-    while (reported < 4 && ::read(fds[0], &c, 1) == 1) {
-        if (c != '\n') {
-            line += c;
-            continue;
-        }
-        if (line.rfind("point ", 0) == 0) ++reported;
-        line.clear();
-    }
-    ::kill(-pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
-    ::close(fds[0]);
+    const int reported =
+        killAfterReportedPoints(kCli,
+                                {"push", "--sim", "--hd", "--points", "1000", "--rate", "1", "--sweep-ms",
+                                 "0", "--yes", "--name", "K1", "--out", run.out.string()},
+                                4, {{"ZEL_DATA_ROOT", run.root.string()}});
     ASSERT_EQ(reported, 4);
     const fs::path side = run.out / "K1.lif.raw.hd";
     ASSERT_TRUE(fs::exists(side));

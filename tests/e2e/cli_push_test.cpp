@@ -95,36 +95,12 @@ TEST(CliPush, CancelledPromptRecordsNothing) {
 // had reported as taken, none torn.
 TEST(CliPush, KilledPushRecoversEveryReportedPoint) {
     TempDir dir;
-    int fds[2];
-    ASSERT_EQ(::pipe(fds), 0);
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        // Its own process group, so the simulators it starts go with it.
-        ::setpgid(0, 0);
-        ::dup2(fds[1], 1);
-        ::close(fds[0]);
-        ::close(fds[1]);
-        const std::string out = dir.path.string();
-        ::execl(kCli.c_str(), kCli.c_str(), "push", "--sim", "--points", "1000", "--rate", "2", "--sweep-ms",
-                "0", "--yes", "--name", "K1", "--out", out.c_str(), static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
-    ::close(fds[1]);
-    ::setpgid(pid, pid);
-    int reported = 0;
-    std::string line;
-    char c;
-    while (reported < 4 && ::read(fds[0], &c, 1) == 1) {
-        if (c != '\n') {
-            line += c;
-            continue;
-        }
-        if (line.rfind("point ", 0) == 0) ++reported;
-        line.clear();
-    }
-    ::kill(-pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
-    ::close(fds[0]);
+    // Its own process group, so the simulators it starts go with it.
+    const int reported =
+        killAfterReportedPoints(kCli,
+                                {"push", "--sim", "--points", "1000", "--rate", "2", "--sweep-ms", "0",
+                                 "--yes", "--name", "K1", "--out", dir.path.string()},
+                                4);
     ASSERT_EQ(reported, 4);
 
     LogArrays arrays;

@@ -2,13 +2,17 @@
 // Runs a program the way a script does and captures its exit code, stdout and stderr.
 
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace zel::e2e {
 
@@ -66,5 +70,56 @@ struct TempDir {
         return c;
     }
 };
+
+// The last non-empty line of a run's stdout as JSON (the summary line the push prints at its end).
+inline nlohmann::json lastJsonLine(const RunResult& r) {
+    std::istringstream in(r.out);
+    std::string line, last;
+    while (std::getline(in, line))
+        if (!line.empty()) last = line;
+    return nlohmann::json::parse(last, nullptr, false);
+}
+
+// Runs program with args in its own process group (so the simulators it starts go with it), with env set,
+// and kills the group without warning once it has reported `points` points on stdout ("point ..." lines).
+// Returns the number of points it reported before it was killed or ended.
+inline int killAfterReportedPoints(const std::string& program, const std::vector<std::string>& args,
+                                   int points,
+                                   const std::vector<std::pair<std::string, std::string>>& env = {}) {
+    int fds[2];
+    if (::pipe(fds) != 0) return -1;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::setpgid(0, 0);
+        ::dup2(fds[1], 1);
+        ::close(fds[0]);
+        ::close(fds[1]);
+        for (const auto& [name, value] : env)
+            ::setenv(name.c_str(), value.c_str(), 1);
+        std::vector<char*> argv{const_cast<char*>(program.c_str())};
+        for (const auto& a : args)
+            argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(program.c_str(), argv.data());
+        ::_exit(127);
+    }
+    ::close(fds[1]);
+    ::setpgid(pid, pid);
+    int reported = 0;
+    std::string line;
+    char c;
+    while (reported < points && ::read(fds[0], &c, 1) == 1) {
+        if (c != '\n') {
+            line += c;
+            continue;
+        }
+        if (line.rfind("point ", 0) == 0) ++reported;
+        line.clear();
+    }
+    ::kill(-pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+    ::close(fds[0]);
+    return reported;
+}
 
 } // namespace zel::e2e
