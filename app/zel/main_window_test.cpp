@@ -3,6 +3,7 @@
 #include "app/zel/gui_test_app.h"
 #include "app/zel/main_window.h"
 #include "common/hd_layout.h"
+#include "common/number_text.h"
 #include "common/testing/recording_host.h"
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
@@ -500,9 +501,22 @@ TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {
     child<QLineEdit>(w, "txtLogFolder")->setText(QString::fromStdString(file("logs")));
     child<QLineEdit>(w, "txtLogName")->setText("H-1");
 
+    // Only the scope recovers an RE or acquires on a timer.
+    for (const char* scopeOnly : {"mnuAcq_RecoverRE", "mnuAcq_RescueRE", "mnuAcq_Timed"})
+        EXPECT_FALSE(w.action(scopeOnly)->isEnabled()) << scopeOnly;
+
     w.action("mnuAcq_Background")->trigger();
     w.action("mnuAcq_RE")->trigger();
     ASSERT_TRUE(w.reference()->HasRE);
+    ASSERT_TRUE(w.reference()->HdRE && w.reference()->HdBackground);
+    // The panel and the waveform view show the board's four values, not an empty scope RE.
+    const QString panel = w.rePanel().text();
+    EXPECT_TRUE(panel.startsWith("Board RE: ")) << panel.toStdString();
+    EXPECT_TRUE(
+        panel.contains(QString::fromStdString("CH1: " + formatNumber((*w.reference()->HdRE)[0], "#0.000"))))
+        << panel.toStdString();
+    ASSERT_EQ(w.waveform().view().re.size(), 4u);
+    EXPECT_EQ(w.waveform().view().re[2], (*w.reference()->HdRE)[2]);
     int liveRows = 0;
     QTimer watch;
     QObject::connect(&watch, &QTimer::timeout, [&] {
@@ -521,6 +535,7 @@ TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {
     const int points = w.push()->Points();
     EXPECT_GE(points, 5);
     EXPECT_GT(liveRows, 0);
+    EXPECT_EQ(w.waveform().view().valueUnit, "Signal (V)");
     // The binary part is the stream: its mask, then every point's record, and no trailer after them.
     const std::string bytes = get(raw);
     const std::string marker = "DATA=Binary Appended\r\n";
@@ -550,6 +565,14 @@ TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {
     ASSERT_EQ(loaded.size(), pushed.size());
     for (std::size_t p = 0; p < pushed.size(); ++p)
         EXPECT_NEAR(loaded[p], pushed[p], 0.01 * std::max(1.0f, pushed[p])) << p;
+    // The board digitised the conductivity too; the loaded log exports as the push did.
+    EXPECT_NE(bytes.find("Conductivity=True\r\n"), std::string::npos);
+    const std::string exported = file("logs/H-1.lif.dat.txt");
+    const std::string pushExport = get(exported);
+    ASSERT_FALSE(pushExport.empty());
+    fs::remove(exported);
+    w.action("mnuFile_ExportData")->trigger();
+    EXPECT_EQ(get(exported), pushExport);
 }
 
 TEST_F(MainWindowTest, TheInfoPageShowsTheLoadedLogAndWritesCorrectionsBackIntoIt) {
