@@ -219,6 +219,10 @@ public:
     PresFlowAdapter& presFlow() { return presFlow_; }
     FieldInstruments& drivers() { return *drivers_; }
     bool simulated() const { return !sims_.empty(); }
+    // The simulated rig's operator puts the probe in the water tube with its pressure port feetUnderWater
+    // under water (negative: out of it), as a prompt asks the crew on a real rig. False when no simulated
+    // operator took the request (a real rig: the crew does it by hand).
+    bool placeInWaterTube(double feetUnderWater);
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
     void setMetric(bool metric);
 

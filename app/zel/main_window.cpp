@@ -18,10 +18,10 @@
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
-#include "log/raw_log_format.h"
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
+#include "log/raw_log_format.h"
 #include "log/raw_log_writer.h"
 #include "log/re_reference.h"
 #include "log/recovery.h"
@@ -800,6 +800,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
     push_.reset();
     reference_.reset();
     instruments_ = std::move(instruments);
+    hpForm_->placeInWaterTube = nullptr;
     if (instruments_) {
         program::PushRig& in = *instruments_;
         reference_ =
@@ -834,6 +835,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
         };
         if (in.drivers().PresFlowOpen()) in.presFlow().Monitor();
         hpForm_->setUnit(in.drivers().PresFlowOpen() ? &in.drivers().PresFlow() : nullptr);
+        if (in.simulated()) hpForm_->placeInWaterTube = [&in](double feet) { in.placeInWaterTube(feet); };
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
         // A push's log takes the receiver's last fix when it ends, and says when its depths were not
