@@ -55,6 +55,11 @@ void ScopeAdapter::setMinimumScale(float millivolts) {
     if (millivolts > 0.0f && millivolts <= 10000.0f) s_.MinVertScale_mV = millivolts;
 }
 
+void ScopeAdapter::SetVerticalScale(float millivoltsPerDivision) {
+    if (millivoltsPerDivision > 0.0f && millivoltsPerDivision <= 10000.0f)
+        s_.Tek_VertScale("CH2", millivoltsPerDivision / 1000.0f);
+}
+
 void ScopeAdapter::StartPush() {
     pushing_ = true;
     s_.Tek_State_Run();

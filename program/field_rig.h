@@ -31,6 +31,7 @@ public:
     // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
     // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
     void setMinimumScale(float millivolts);
+    void SetVerticalScale(float millivoltsPerDivision) override;
     void StartPush() override;
     void StopPush() override;
 

@@ -234,6 +234,7 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    reference.REScale = static_cast<float>(s.reScale);
     program::PrepareConductivity(board, depth, recorder);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());

@@ -915,6 +915,7 @@ PointProcessingSetup MainWindow::loadProcessing() {
 void MainWindow::applyGateOptions() {
     const program::SettingsModel m = settingsModel();
     reference_->Gates = program::ReadGateOptions(m);
+    reference_->REScale = static_cast<float>(listValue("cmbScopeREScale", settings_.reScale));
     program::ConfigureReference(program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m), 3,
                                                           reference_->FirmwareVersion),
                                 *reference_);
