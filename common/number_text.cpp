@@ -1,5 +1,6 @@
 #include "common/number_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -48,41 +49,58 @@ bool incrementDigits(std::string& digits) {
     return true;
 }
 
-// Rounds |v| to `precision` significant digits, half away from zero on the exact binary value. Basic does
-// this; printf rounds ties to even, which differs for values such as 0.125 at two digits.
-Decimal toDecimal(double v, int precision) {
-    Decimal d;
-    d.negative = std::signbit(v);
-    v = std::fabs(v);
-    if (v == 0.0) return d;
-
+// Rounds |v| (finite, non-zero) to `precision` (at most 17) significant digits, half away from zero on the
+// exact binary value, into digits[0..precision); returns the decimal exponent of the first digit. Basic does
+// this; printf rounds ties to even, which differs for values such as 0.125 at two digits. No allocation but
+// in the rare exact tie.
+int roundSignificant(double v, int precision, char* digits) {
     // Three guard digits, correctly rounded, settle every case except a guard of exactly "500", where the
     // exact expansion decides whether the value sits on the tie or just beside it.
     std::array<char, 64> buf;
-    auto res =
+    const auto res =
         std::to_chars(buf.data(), buf.data() + buf.size(), v, std::chars_format::scientific, precision + 2);
-    std::string_view s(buf.data(), static_cast<size_t>(res.ptr - buf.data()));
-    const size_t e = s.find('e');
-    std::string all;
-    for (size_t i = 0; i < e; ++i)
-        if (s[i] != '.') all.push_back(s[i]);
+    const char* end = res.ptr;
+    const char* e = std::find(static_cast<const char*>(buf.data()), end, 'e');
+    std::array<char, 24> all{};
+    int n = 0;
+    for (const char* q = buf.data(); q < e && n < static_cast<int>(all.size()); ++q)
+        if (*q != '.') all[static_cast<size_t>(n++)] = *q;
     int exp10 = 0;
-    std::from_chars(s.data() + e + 1 + (s[e + 1] == '+'), s.data() + s.size(), exp10);
+    std::from_chars(e + 1 + (e + 1 < end && e[1] == '+'), end, exp10);
 
-    std::string guard = all.substr(static_cast<size_t>(precision));
-    all.resize(static_cast<size_t>(precision));
+    const char* guard = all.data() + precision;
     bool up;
-    if (guard == "500") {
+    if (guard[0] == '5' && guard[1] == '0' && guard[2] == '0') {
         int exactExp = 0;
-        std::string exact = exactDigits(v, exactExp);
+        const std::string exact = exactDigits(v, exactExp);
         // exact and all share the exponent unless the guard digits carried; with "500" they cannot have.
         up = exact.size() > static_cast<size_t>(precision) && exact[static_cast<size_t>(precision)] >= '5';
     } else {
         up = guard[0] >= '5';
     }
-    if (up && incrementDigits(all)) ++exp10;
-    d.digits = std::move(all);
-    d.exp10 = exp10;
+    std::copy(all.data(), all.data() + precision, digits);
+    if (up) {
+        int i = precision - 1;
+        for (; i >= 0 && digits[i] == '9'; --i)
+            digits[i] = '0';
+        if (i >= 0) {
+            ++digits[i];
+        } else { // 999 -> 100, one place up
+            digits[0] = '1';
+            ++exp10;
+        }
+    }
+    return exp10;
+}
+
+Decimal toDecimal(double v, int precision) {
+    Decimal d;
+    d.negative = std::signbit(v);
+    v = std::fabs(v);
+    if (v == 0.0) return d;
+    std::array<char, 24> digits;
+    d.exp10 = roundSignificant(v, precision, digits.data());
+    d.digits.assign(digits.data(), static_cast<size_t>(precision));
     return d;
 }
 
@@ -216,7 +234,62 @@ std::string patternText(double v, int precision, std::string_view pattern) {
     return out;
 }
 
+// patternText for "#0.0..0" on a fixed grid of decimal places, with the same two roundings.
+void appendFixedText(std::string& out, double v, int precision, int decimals) {
+    if (!std::isfinite(v)) {
+        out += generalText(v, precision);
+        return;
+    }
+    decimals = std::clamp(decimals, 0, 9);
+    if (std::signbit(v)) out += '-';
+    v = std::fabs(v);
+    std::array<char, 24> digits;
+    int nd = 0, exp10 = 0;
+    if (v != 0.0) {
+        exp10 = roundSignificant(v, precision, digits.data());
+        nd = precision;
+    }
+    // The places 10^top .. 10^-decimals, after a slot for a carry out of the first.
+    const int top = std::max(exp10, 0);
+    const int len = top + decimals + 1;
+    std::array<char, 340> grid;
+    std::fill(grid.begin(), grid.begin() + len + 1, '0');
+    char* g = grid.data() + 1;
+    for (int i = 0; i < nd; ++i) {
+        const int at = top - exp10 + i;
+        if (at < len) g[at] = digits[static_cast<size_t>(i)];
+    }
+    // Half away from zero on the first place dropped, 10^-(decimals+1), which is digit di.
+    const int di = len - (top - exp10);
+    if (di >= 0 && di < nd && digits[static_cast<size_t>(di)] >= '5') {
+        int i = len - 1;
+        for (; i >= 0 && g[i] == '9'; --i)
+            g[i] = '0';
+        if (i >= 0)
+            ++g[i];
+        else
+            grid[0] = '1';
+    }
+    // The integer places without their leading zeros, one at least.
+    const char* intBegin = grid[0] == '1' ? grid.data() : g;
+    const char* intEnd = g + top + 1;
+    while (intBegin + 1 < intEnd && *intBegin == '0')
+        ++intBegin;
+    out.append(intBegin, intEnd);
+    if (decimals > 0) {
+        out += '.';
+        out.append(intEnd, intEnd + decimals);
+    }
+}
+
 } // namespace
+
+void appendFixed(std::string& out, float value, int decimals) {
+    appendFixedText(out, static_cast<double>(value), 7, decimals);
+}
+void appendFixed(std::string& out, double value, int decimals) {
+    appendFixedText(out, value, 15, decimals);
+}
 
 std::string shortestText(float value) {
     return generalText(static_cast<double>(value), 7);
