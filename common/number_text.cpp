@@ -4,8 +4,10 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 namespace zel {
@@ -49,6 +51,36 @@ bool incrementDigits(std::string& digits) {
     return true;
 }
 
+// Whether v (finite, positive) is at least the decimal of the n (at most 18) digits whose first stands at
+// 10^exp10, exactly: v = m 2^q against D 10^-k, compared as integers m 5^k 2^(q+k) and D. nullopt where the
+// numbers would not fit 128 bits (then the caller expands v in full).
+std::optional<bool> atLeastDecimal(double v, const char* digits, int n, int exp10) {
+#if defined(__SIZEOF_INT128__)
+    const int k = n - 1 - exp10;
+    if (n > 18 || k < 0 || k > 27) return std::nullopt;
+    unsigned __int128 d = 0;
+    for (int i = 0; i < n; ++i)
+        d = d * 10 + static_cast<unsigned>(digits[i] - '0');
+    int q = 0;
+    const double fraction = std::frexp(v, &q);
+    unsigned __int128 lhs = static_cast<std::uint64_t>(std::ldexp(fraction, 53)); // v = lhs 2^(q-53)
+    for (int i = 0; i < k; ++i)
+        lhs *= 5; // below 2^53 5^27 < 2^116
+    int shift = q - 53 + k;
+    if (shift >= 0) {
+        // D < 10^18 < 2^60: doubling lhs until it passes D cannot overflow.
+        for (; shift > 0 && lhs < d; --shift)
+            lhs <<= 1;
+        return lhs >= d;
+    }
+    // lhs 2^-s >= D exactly when floor(lhs / 2^s) >= D, D being whole.
+    return -shift >= 128 ? d == 0 : (lhs >> -shift) >= d;
+#else
+    (void)v, (void)digits, (void)n, (void)exp10;
+    return std::nullopt;
+#endif
+}
+
 // Rounds |v| (finite, non-zero) to `precision` (at most 17) significant digits, half away from zero on the
 // exact binary value, into digits[0..precision); returns the decimal exponent of the first digit. Basic does
 // this; printf rounds ties to even, which differs for values such as 0.125 at two digits. No allocation but
@@ -71,10 +103,15 @@ int roundSignificant(double v, int precision, char* digits) {
     const char* guard = all.data() + precision;
     bool up;
     if (guard[0] == '5' && guard[1] == '0' && guard[2] == '0') {
-        int exactExp = 0;
-        const std::string exact = exactDigits(v, exactExp);
-        // exact and all share the exponent unless the guard digits carried; with "500" they cannot have.
-        up = exact.size() > static_cast<size_t>(precision) && exact[static_cast<size_t>(precision)] >= '5';
+        if (const auto above = atLeastDecimal(v, all.data(), precision + 3, exp10)) {
+            up = *above;
+        } else {
+            int exactExp = 0;
+            const std::string exact = exactDigits(v, exactExp);
+            // exact and all share the exponent unless the guard digits carried; with "500" they cannot have.
+            up =
+                exact.size() > static_cast<size_t>(precision) && exact[static_cast<size_t>(precision)] >= '5';
+        }
     } else {
         up = guard[0] >= '5';
     }

@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <locale>
 #include <random>
@@ -184,6 +185,59 @@ TEST(AppendFixed, AgreesWithThePatternFormatterOnRandomValues) {
         const float f = static_cast<float>(v);
         ASSERT_EQ(fixed(v, decimals), formatNumber(v, pattern)) << std::hexfloat << v << " " << pattern;
         ASSERT_EQ(fixed(f, decimals), formatNumber(f, pattern)) << std::hexfloat << f << " " << pattern;
+    }
+}
+
+// A reference of the two roundings written the slow way: the exact expansion of a value with a short binary
+// fraction (printf is exact there), cut half up to the significant digits, then half up to the places.
+std::string slowFixed(double v, int precision, int decimals) {
+    char buf[200];
+    std::snprintf(buf, sizeof buf, "%.120f", std::fabs(v));
+    std::string digits = buf;
+    std::size_t intDigits = digits.find('.');
+    digits.erase(intDigits, 1);
+    // Half up on digit keep; true when the carry made a new leading digit.
+    const auto roundAt = [&](std::size_t keep) {
+        if (keep >= digits.size()) return false;
+        const bool up = digits[keep] >= '5';
+        digits.resize(keep);
+        if (!up) return false;
+        for (std::size_t i = keep; i-- > 0;) {
+            if (digits[i] != '9') {
+                ++digits[i];
+                return false;
+            }
+            digits[i] = '0';
+        }
+        digits.insert(digits.begin(), '1');
+        return true;
+    };
+    const std::size_t first = digits.find_first_not_of('0');
+    if (first != std::string::npos && roundAt(first + static_cast<std::size_t>(precision))) ++intDigits;
+    const auto padTo = [&](std::size_t n) {
+        if (digits.size() < n) digits.append(n - digits.size(), '0');
+    };
+    padTo(intDigits + static_cast<std::size_t>(decimals) + 1);
+    if (roundAt(intDigits + static_cast<std::size_t>(decimals))) ++intDigits;
+    padTo(intDigits + static_cast<std::size_t>(decimals));
+    std::string whole = digits.substr(0, intDigits);
+    whole.erase(0, std::min(whole.find_first_not_of('0'), whole.size() - 1));
+    return (std::signbit(v) ? "-" : "") + whole +
+           (decimals ? "." + digits.substr(intDigits, static_cast<std::size_t>(decimals)) : "");
+}
+
+// Values of few binary digits sit on the ties of both roundings; the formatter and the fast writer decide
+// them as the exact expansion does.
+TEST(AppendFixed, ExactTiesRoundAwayFromZero) {
+    std::mt19937_64 rng(7);
+    std::uniform_int_distribution<long long> mantissa(-(1LL << 24), 1LL << 24);
+    std::uniform_int_distribution<int> scale(0, 40), places(0, 9);
+    for (int i = 0; i < 100000; ++i) {
+        const double v = std::ldexp(static_cast<double>(mantissa(rng)), -scale(rng));
+        const int decimals = places(rng);
+        ASSERT_EQ(fixed(v, decimals), slowFixed(v, 15, decimals)) << std::hexfloat << v << " " << decimals;
+        const float f = static_cast<float>(v);
+        ASSERT_EQ(fixed(f, decimals), slowFixed(f, 7, decimals)) << std::hexfloat << f << " " << decimals;
     }
 }
 
