@@ -163,13 +163,26 @@ std::string pointsVtk(const std::vector<BoringProfile>& borings) {
 std::vector<double> pctReAtLayers(const BoringProfile& b, double z0, double dz, int n) {
     std::vector<double> out(std::max(n, 0), NAN);
     const std::size_t points = std::min(b.depthM.size(), b.pctRe.size());
+    // A push goes down: with its depths in order the bracketing points are found by bisection; a log that
+    // came back up somewhere is read point by point from the top.
+    const bool ordered =
+        std::is_sorted(b.depthM.begin(), b.depthM.begin() + static_cast<std::ptrdiff_t>(points));
     for (int k = 0; k < n; ++k) {
         const double d = b.topElevationM - (z0 + k * dz);
-        for (std::size_t p = 0; p + 1 < points; ++p) {
+        std::size_t from = 0;
+        if (ordered && points > 1) {
+            const auto at =
+                std::lower_bound(b.depthM.begin(), b.depthM.begin() + static_cast<std::ptrdiff_t>(points), d);
+            // Every point before the one above d lies shallower than d: no earlier pair brackets it.
+            from = static_cast<std::size_t>(std::max<std::ptrdiff_t>(at - b.depthM.begin() - 1, 0));
+        }
+        for (std::size_t p = from; p + 1 < points; ++p) {
             const double d0 = b.depthM[p], d1 = b.depthM[p + 1];
             if (d < std::min(d0, d1) || d > std::max(d0, d1) || !std::isfinite(b.pctRe[p]) ||
-                !std::isfinite(b.pctRe[p + 1]))
+                !std::isfinite(b.pctRe[p + 1])) {
+                if (ordered && d0 > d) break; // every later point lies deeper still
                 continue;
+            }
             const double t = d1 != d0 ? (d - d0) / (d1 - d0) : 0.0;
             out[k] = b.pctRe[p] + t * (b.pctRe[p + 1] - b.pctRe[p]);
             break;

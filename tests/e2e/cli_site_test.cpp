@@ -1,7 +1,7 @@
 // zel-cli summary and las over a site of logs pushed with the rig at three positions: the summary against
 // zel-cli info, the GeoJSON's coordinate order, and the LAS files read back by an independent reader.
 
-#include "tests/e2e/run_program.h"
+#include "tests/e2e/site_logs.h"
 
 #include "common/number_text.h"
 
@@ -20,45 +20,7 @@ namespace {
 
 const std::string kCli = ZEL_CLI;
 
-struct Boring {
-    const char* name;
-    double lat, lon, pct;
-};
-constexpr Boring kBorings[] = {
-    {"B1", 45.50100, -73.56800, 0.5}, {"B2", 45.50150, -73.56750, 35.0}, {"B3", 45.50200, -73.56700, 8.0}};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// A site of the three borings, each with its own plume strength between 1 and 2 ft.
-struct SiteLogs {
-    TempDir dir;
-    SiteLogs() {
-        for (const auto& b : kBorings) {
-            std::ostringstream site;
-            site.precision(9);
-            site
-                << R"({"lat": )" << b.lat << R"(, "lon": )" << b.lon << R"(, "bottom_ft": 3, "layers": [)"
-                << R"({"top_ft": 0, "bottom_ft": 1, "pct_re": 0.5}, {"top_ft": 1, "bottom_ft": 2, "pct_re": )"
-                << b.pct << R"(}, {"top_ft": 2, "bottom_ft": 3, "pct_re": 0.5}]})";
-            const std::string file = dir.write(std::string(b.name) + ".json", site.str());
-            const RunResult r = runProgram(kCli + " push --sim --site " + quote(file) +
-                                           " --rate 1 --rod-ft 0 --sweep-ms 0 --points 25 --yes --name " +
-                                           b.name + " --out " + quote(dir.path.string()));
-            EXPECT_EQ(r.exitCode, 0) << r.err;
-        }
-    }
-};
-
-// Pushed once for every test of the site.
-const SiteLogs& siteLogs() {
-    static const SiteLogs logs;
-    return logs;
-}
+constexpr const auto& kBorings = kSiteBorings;
 
 TEST(CliSite, SummaryAgreesWithInfoAndMapsTheBorings) {
     const SiteLogs& logs = siteLogs();
