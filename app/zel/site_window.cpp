@@ -83,7 +83,7 @@ SiteWindow::SiteWindow(Host& host, Options* options, QWidget* parent)
     threshold_->setSuffix(" %RE");
     head->addWidget(choose);
     head->addWidget(folderLabel_, 1);
-    head->addWidget(new QLabel("Listed above"));
+    head->addWidget(new QLabel("Depth ranges at or above"));
     head->addWidget(threshold_);
     top->addLayout(head);
 
@@ -183,7 +183,11 @@ SiteWindow::SiteWindow(Host& host, Options* options, QWidget* parent)
 
     form_ = std::make_unique<QtForm>(std::vector<QWidget*>{this}, "frmFileUtilities");
     if (options_) options_->LoadFileUtilities(*form_);
-    resize(1100, 600);
+    // A new threshold lists the ranges again.
+    connect(threshold_, &QDoubleSpinBox::editingFinished, this, [this] {
+        if (!folder_.empty() && !working_) openFolder(folder_);
+    });
+    resize(1250, 600);
 }
 
 SiteWindow::~SiteWindow() {
