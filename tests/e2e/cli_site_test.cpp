@@ -222,6 +222,39 @@ TEST(CliSite, MapAndSectionShowThePlumeWhereTheLogsDo) {
     EXPECT_EQ(pixel(section, frame, 0.5 * length, ground - 3.6 * 0.3048), QColor(Qt::white));
 }
 
+// The batch file utility's choices in the options file drive the summary's table and the batch pages' names;
+// a flag overrides them.
+TEST(CliSite, FileUtilityOptionsDriveTheSummaryAndPageNames) {
+    const SiteLogs& logs = siteLogs();
+    TempDir root, pages;
+    std::filesystem::create_directories(root.path / "ini");
+    root.write("ini/ZEL_Options.ini", "[FileUtilities]\r\noptSummary_NameFormat=1\r\noptBatchJPGName=1\r\n"
+                                      "chkSummary_Area=0\r\nchkSummary_Total=1\r\n");
+    const std::string env = "ZEL_DATA_ROOT=" + quote(root.path.string()) + " ";
+    const RunResult table = runProgram(env + kCli + " summary " + quote(logs.dir.path.string()));
+    ASSERT_EQ(table.exitCode, 0) << table.err;
+    EXPECT_NE(table.out.find("\r\nB1.lif.raw.bin,"), std::string::npos) << table.out;
+    EXPECT_EQ(table.out.find("RE area"), std::string::npos);
+    EXPECT_NE(table.out.find("\r\nTotal (3 logs),"), std::string::npos);
+    const RunResult withArea =
+        runProgram(env + kCli + " summary " + quote(logs.dir.path.string()) + " --area true --name-format 0");
+    EXPECT_NE(withArea.out.find("RE area (pVs)"), std::string::npos);
+    EXPECT_NE(withArea.out.find("\r\nB1,"), std::string::npos);
+
+    const std::string b1 = (logs.dir.path / "B1.lif.raw.bin").string();
+    const auto summary = nlohmann::json::parse(runProgram(kCli + " summary " + quote(b1) + " --json").out);
+    const std::string date = summary["logs"][0]["date"];
+    ASSERT_EQ(
+        runProgram(env + kCli + " page " + quote(b1) + " --jpg --to " + quote(pages.path.string())).exitCode,
+        0);
+    EXPECT_TRUE(std::filesystem::exists(pages.path / (date + "_B1.jpg"))) << date;
+    ASSERT_EQ(runProgram(env + kCli + " page " + quote(b1) + " --jpg --page-name 0 --to " +
+                         quote(pages.path.string()))
+                  .exitCode,
+              0);
+    EXPECT_TRUE(std::filesystem::exists(pages.path / "B1.jpg"));
+}
+
 // The LAS file of a log, read by las-js: the depth range in the header is the data's, one row a point, and
 // the %RE curve is the data export's "Signal".
 TEST(CliSite, LasReadBackByAnIndependentReader) {
