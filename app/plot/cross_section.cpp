@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace zel::plot {
 
@@ -185,30 +186,46 @@ void renderSection(QPainter& p, const QRectF& rect, double dpi, const SectionInp
         const double xa = r.toPixel(shown[i].chainage, 0).x() + trackW,
                      xb = r.toPixel(shown[i + 1].chainage, 0).x();
         if (xb <= xa) continue;
-        long long lastRow = std::numeric_limits<long long>::min();
-        for (int k = 0; k < layers; ++k) {
-            const double a = means[i][k], b = means[i + 1][k];
-            if (!std::isfinite(a) || !std::isfinite(b)) continue;
-            const double yTop = r.toPixel(0, zMin + (k + 0.5) * dz).y(),
-                         yBot = r.toPixel(0, zMin + (k - 0.5) * dz).y();
-            const auto row = static_cast<long long>(std::floor((yTop + yBot) / 2));
-            if (row == lastRow) continue;
-            lastRow = row;
-            if (a <= 0 && b <= 0) continue; // white on the white page
-            const QRectF band(xa, yTop, xb - xa, yBot - yTop + 0.5);
-            if (a == b) {
-                p.fillRect(band, pctReRamp(a / scale));
-                continue;
+        // Layers thinner than a device pixel share its row; the row shows the brightest of them, as the bars
+        // do.
+        struct Band {
+            long long row;
+            double top, bottom, a, b;
+        };
+        std::optional<Band> band;
+        const auto draw = [&](const Band& d) {
+            if (d.a <= 0 && d.b <= 0) return; // white on the white page
+            const QRectF rect(xa, d.top, xb - xa, d.bottom - d.top + 0.5);
+            if (d.a == d.b) {
+                p.fillRect(rect, pctReRamp(d.a / scale));
+                return;
             }
             // The ramp is not linear in its colours: stops close enough that the steps between them vanish.
             QLinearGradient g(QPointF(xa, 0), QPointF(xb, 0));
             constexpr int kStops = 12;
             for (int j = 0; j <= kStops; ++j) {
                 const double t = static_cast<double>(j) / kStops;
-                g.setColorAt(t, pctReRamp((a + t * (b - a)) / scale));
+                g.setColorAt(t, pctReRamp((d.a + t * (d.b - d.a)) / scale));
             }
-            p.fillRect(band, g);
+            p.fillRect(rect, g);
+        };
+        for (int k = 0; k < layers; ++k) {
+            const double a = means[i][k], b = means[i + 1][k];
+            if (!std::isfinite(a) || !std::isfinite(b)) continue;
+            const double yTop = r.toPixel(0, zMin + (k + 0.5) * dz).y(),
+                         yBot = r.toPixel(0, zMin + (k - 0.5) * dz).y();
+            const auto row = static_cast<long long>(std::floor((yTop + yBot) / 2));
+            if (band && band->row == row) {
+                band->top = std::min(band->top, yTop);
+                band->bottom = std::max(band->bottom, yBot);
+                band->a = std::max(band->a, a);
+                band->b = std::max(band->b, b);
+                continue;
+            }
+            if (band) draw(*band);
+            band = Band{row, yTop, yBot, a, b};
         }
+        if (band) draw(*band);
     }
 
     // Frame, ticks and axis titles.
