@@ -238,6 +238,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
     if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
     if (o.hd) add({"--hd"});
+    if (o.condMsPerV != 100.0) add({"--cond-ms-per-v", formatNumber(o.condMsPerV, "#0.0###")});
+    if (o.condOffsetV != 0.0) add({"--cond-offset-v", formatNumber(o.condOffsetV, "#0.0###")});
     for (const std::string& hold : o.holds)
         add({"--hold", hold});
     sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
@@ -253,7 +255,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     c.auxPort = rig.text("presflow", "pty");
     c.gpsPort = rig.text("gps", "pty");
     c.displayPort = rig.text("display", "pty");
-    // The rig's string pot is calibrated at 1 mV per V per inch, its conductivity circuit at 100 mS/m a volt.
+    // The rig's string pot is calibrated at 1 mV per V per inch, its conductivity circuit nominally at 100
+    // mS/m a volt: the set-up's own calibration (taken in the solutions) replaces that when there is one.
     c.stringPotCal = 1.0f;
     c.condConstant = 100.0f;
     c.condOffset = 0.0f;

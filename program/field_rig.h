@@ -196,6 +196,9 @@ struct SimOptions {
     std::string program;      // zel-sim; empty: beside the running program
     // Where the rig's operator holds the rods still (a dissipation test): "DEPTH:SECONDS" each.
     std::vector<std::string> holds;
+    // The rig's conductivity circuit: volts = offset + mS/m / (mS/m per volt).
+    double condMsPerV = 100.0;
+    double condOffsetV = 0.0;
 };
 
 // Starts the simulators as children (appended to sims) and returns the settings that point the openers at
@@ -219,6 +222,8 @@ public:
     PresFlowAdapter& presFlow() { return presFlow_; }
     FieldInstruments& drivers() { return *drivers_; }
     bool simulated() const { return !sims_.empty(); }
+    // A line to the simulated rig's operator ("solution 266"); false without a simulated rig.
+    bool tellRig(std::string_view line) { return !sims_.empty() && sims_.front()->send(line); }
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
     void setMetric(bool metric);
 

@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <nlohmann/json.hpp>
 
@@ -23,6 +24,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <unistd.h>
 
 namespace zel::sim {
 
@@ -47,6 +49,7 @@ struct RigArgs {
     int depthNoiseEvery = 0;
     double calMvPerVPerIn = 1.0;
     double condMsPerV = 100.0;
+    double condOffsetV = 0.0;
     double countsPerFt = 1000;
     int ad4IntervalMs = 200;
     int gpsIntervalMs = 1000;
@@ -84,6 +87,58 @@ std::optional<double> holdNumber(std::string_view t) {
         return std::nullopt;
     return v;
 }
+
+// The rig's operator, on standard input, one command a line: "solution MS" stands the probe in a
+// calibration solution of MS mS/m (every conductivity input reads it, whatever the depth), "solution off"
+// takes it out again. Anything else is named on stderr and ignored.
+class OperatorInput {
+public:
+    explicit OperatorInput(std::optional<double>& solution)
+        : solution_(solution), notifier_(STDIN_FILENO, QSocketNotifier::Read) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readable(); });
+    }
+
+private:
+    void readable() {
+        char buf[256];
+        const auto n = ::read(STDIN_FILENO, buf, sizeof buf);
+        if (n <= 0) {
+            // The end of the input (or none at all): nobody will type any more.
+            notifier_.setEnabled(false);
+            return;
+        }
+        for (ssize_t i = 0; i < n; ++i) {
+            if (buf[i] == '\n') {
+                command(line_);
+                line_.clear();
+            } else if (line_.size() < 80) {
+                line_ += buf[i];
+            }
+        }
+    }
+    void command(std::string line) {
+        while (!line.empty() && (line.back() == '\r' || line.back() == ' '))
+            line.pop_back();
+        const std::string_view prefix = "solution ";
+        if (line.starts_with(prefix)) {
+            const std::string_view arg = std::string_view(line).substr(prefix.size());
+            if (arg == "off") {
+                solution_.reset();
+                return;
+            }
+            const auto ms = holdNumber(arg);
+            if (ms && *ms >= 0 && *ms <= 100000) {
+                solution_ = *ms;
+                return;
+            }
+        }
+        std::cerr << "zel-sim rig: unknown command: " << line << '\n';
+    }
+
+    std::optional<double>& solution_;
+    QSocketNotifier notifier_;
+    std::string line_;
+};
 
 std::string transcriptPath(const RigArgs& a, const char* name) {
     return a.transcripts.empty() ? std::string() : (std::filesystem::path(a.transcripts) / name).string();
@@ -126,9 +181,12 @@ int runRig(const RigArgs& a) {
     std::sort(motion.holds.begin(), motion.holds.end());
     Probe probe(motion);
     RigClock rigClock(probe);
+    std::optional<double> solution;
+    OperatorInput operatorInput(solution);
     ProbeFeed seen; // what every instrument but the depth source sees
     seen.depthFt = [&probe] { return probe.depthFt(); };
     seen.pushStarted = [&probe] { probe.start(); };
+    seen.solutionMs = [&solution] { return solution; };
     ProbeFeed depthFeed = seen; // the depth source's stream also moves the rig's clock
     depthFeed.streamed = [&rigClock](double s) { rigClock.streamed(s); };
 
@@ -180,6 +238,7 @@ int runRig(const RigArgs& a) {
         DepthBoardOptions o;
         o.calMvPerVPerIn = a.calMvPerVPerIn;
         o.condMsPerV = a.condMsPerV;
+        o.condOffsetV = a.condOffsetV;
         o.noiseEvery = a.depthNoiseEvery;
         board = std::make_unique<DepthBoardSim>(o, depthPty, depthTranscript, model, depthFeed);
         depthPty.onReceive([&](std::string_view b) { board->receive(b); });
@@ -201,6 +260,7 @@ int runRig(const RigArgs& a) {
         HdBoardOptions o;
         o.host = a.host;
         o.condMsPerV = a.condMsPerV;
+        o.condOffsetV = a.condOffsetV;
         o.reScale = a.reScale;
         o.darkReads = a.darkAcquisitions;
         hd = std::make_unique<HdBoardSim>(o, hdTranscript, model, seen);
@@ -284,6 +344,10 @@ void addRigSim(CLI::App& app, std::function<int()>& run) {
                    "Conductivity circuit of the depth and data boards: mS/m per volt")
         ->capture_default_str()
         ->check(CLI::Range(0.001, 100000.0));
+    sc->add_option("--cond-offset-v", a->condOffsetV,
+                   "Conductivity circuit: its output in a liquid of no conductivity, volts")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 5.0));
     sc->add_option("--counts-per-ft", a->countsPerFt, "AD4 counts per foot")->capture_default_str();
     sc->add_option("--ad4-interval-ms", a->ad4IntervalMs, "Time between AD4 frames")
         ->capture_default_str()
