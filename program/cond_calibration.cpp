@@ -2,6 +2,8 @@
 
 #include "common/hd_layout.h"
 
+#include <filesystem>
+
 namespace zel::program {
 
 CondInput ConductivityInput(FieldInstruments& in, bool hdMode) {
@@ -82,6 +84,9 @@ bool ApplyConductivityCalibration(const cond_cal::Calibration& c, FieldInstrumen
     d.Cond_Offset = cfg.condOffset;
     d.Cond_Constant = cfg.condConstant;
     d.Cond_Constant2 = cfg.condConstant2;
+    // A fresh installation has no options folder until the first save.
+    std::error_code ec;
+    std::filesystem::create_directories(std::filesystem::path(optionsPath).parent_path(), ec);
     return saveConductivityCalibration(optionsPath, cfg);
 }
 

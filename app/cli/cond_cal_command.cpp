@@ -18,7 +18,6 @@
 #include <QCoreApplication>
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <iostream>
 
 namespace zel::cli {
@@ -118,8 +117,6 @@ int runCondCal(const CondCalArgs& a) {
     }
     bool saved = false;
     if (!a.dryRun) {
-        std::error_code ec;
-        std::filesystem::create_directories(std::filesystem::path(optionsPath).parent_path(), ec);
         saved = program::ApplyConductivityCalibration(*c, *in, optionsPath);
         if (!saved) host.message("The calibration could not be written into " + optionsPath + ".");
     }

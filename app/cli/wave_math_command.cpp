@@ -77,7 +77,7 @@ int runWaveMath(const WaveMathArgs& a) {
             return fail("--avg takes a range FROM-TO, not \"" + text + "\"");
         auto c = selected(text);
         if (!c) return fail(error);
-        operation = (a.avg.empty() ? "point " : "avg ") + text + " " + unit;
+        operation = (a.avg.empty() ? "point " : "avg ") + c->legend;
         curves.push_back(std::move(*c));
     } else if (a.every > 0) {
         curves = wave_math::averageEvery(l->arrays, a.every, unit);
@@ -90,7 +90,7 @@ int runWaveMath(const WaveMathArgs& a) {
         if (!second) return fail(error);
         auto d = wave_math::difference(*first, *second, error);
         if (!d) return fail(error);
-        operation = "diff " + a.diff[0] + " - " + a.diff[1] + " " + unit;
+        operation = "diff " + d->legend;
         curves.push_back(std::move(*d));
     }
     if (a.baseline) {

@@ -20,9 +20,10 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     std::vector<std::unique_ptr<program::SimChild>> sims;
     std::unique_ptr<FieldInstruments> drivers;
     if (how.sim && !settings.fileMode) {
-        if (const auto config = program::startSimulators(host, how.simOptions, sims))
+        if (auto config = program::startSimulators(host, how.simOptions, sims)) {
+            takeConductivityCalibration(*config, loadFieldConfig(optionsFilePath(dataRoot)));
             drivers = std::make_unique<FieldInstruments>(host, clock, *config);
-        else
+        } else
             sims.clear();
     }
     if (!drivers) drivers = std::make_unique<FieldInstruments>(host, clock, optionsFilePath(dataRoot));

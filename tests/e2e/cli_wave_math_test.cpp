@@ -87,7 +87,8 @@ TEST(WaveMathCli, TheAveragedRangeIsTheMeanOfItsPoints) {
     for (std::size_t k = 0; k < mean.size(); ++k)
         EXPECT_NEAR(samples[k], mean[k] / n, 1e-3 * (1 + std::fabs(mean[k] / n))) << "sample " << k;
 
-    // The file read back holds the same curve, to its four decimals, against time in ns.
+    // The file read back holds the same curve, to its four decimals (half a step and the float's own
+    // rounding), against time in ns.
     std::string error;
     const auto t = wave_math::readText(readAll(out), error);
     ASSERT_TRUE(t) << error;
@@ -96,7 +97,7 @@ TEST(WaveMathCli, TheAveragedRangeIsTheMeanOfItsPoints) {
     ASSERT_EQ(t->values.size(), 1u);
     ASSERT_EQ(t->values[0].size(), samples.size());
     for (std::size_t k = 0; k < samples.size(); ++k)
-        EXPECT_NEAR(t->values[0][k], samples[k], 5e-5) << k;
+        EXPECT_NEAR(t->values[0][k], samples[k], 6e-5) << k;
     EXPECT_GT(t->timeNs[1], 0.0);
 }
 
