@@ -31,6 +31,7 @@ public:
     // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
     // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
     void setMinimumScale(float millivolts);
+    void SetVerticalScale(float millivoltsPerDivision) override;
     void StartPush() override;
     void StopPush() override;
 
@@ -222,8 +223,13 @@ public:
     PresFlowAdapter& presFlow() { return presFlow_; }
     FieldInstruments& drivers() { return *drivers_; }
     bool simulated() const { return !sims_.empty(); }
-    // A line to the simulated rig's operator ("solution 266"); false without a simulated rig.
-    bool tellRig(std::string_view line) { return !sims_.empty() && sims_.front()->send(line); }
+    // The simulated rig's operator puts the probe in the water tube with its pressure port feetUnderWater
+    // under water (negative: out of it), as a prompt asks the crew on a real rig. False when no simulated
+    // operator took the request (a real rig: the crew does it by hand).
+    bool placeInWaterTube(double feetUnderWater);
+    // The simulated rig's operator stands the probe in a calibration solution of ms mS/m (none: takes it
+    // out). False when no simulated operator took the request (a real rig: the crew does it by hand).
+    bool placeInSolution(std::optional<double> ms);
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
     void setMetric(bool metric);
 
@@ -237,6 +243,10 @@ private:
     DisplayAdapter display_;
     PresFlowAdapter presFlow_;
 };
+
+// A request to the simulated rig's operator ("tube 1", "solution 266"): true when it answered "ok"; false
+// without a simulated rig, as at a real one, where the crew does it by hand.
+bool askRigOperator(const std::vector<std::unique_ptr<SimChild>>& sims, const std::string& request);
 
 // The simulated rig in one step: simulators started, drivers opened at once (no paced start-up). Empty with
 // the reason shown when a simulator did not start or its driver did not open.

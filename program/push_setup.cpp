@@ -122,6 +122,11 @@ void RecordConductivityCalibration(const FieldConfig& config, cZEL_Data& log, Ra
         context.condMS[i] = config.condCalibrated() ? cond_cal::kSolutionMs[i] : 0.0f;
 }
 
+void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder) {
+    recorder.Context.conductivity =
+        board.InUse() || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
+}
+
 int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board,
                       const std::string& dataRoot) {
     if (!board.Digitiser()) return 0;

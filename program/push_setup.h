@@ -61,6 +61,10 @@ bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const 
 // (read from the board's status now). False, with nothing changed, when the board is not the digitiser.
 bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder);
 
+// Conductivity is logged when a source digitises it: the data board's input when the board is in the push,
+// else the depth interface's analogue input 1 when it is switched on.
+void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder);
+
 // The set-up's conductivity calibration into the push's log: the constants the depth driver converts with
 // (DATA_INFO "Conductivity_Constant(0)" .. "(2)": offset, constant, second-order term) and the voltages
 // read in the standard solutions with their conductivities ("Conductivity_V0" .. "Conductivity_mS560").

@@ -1,10 +1,7 @@
 #include "program/sim_children.h"
 
-#include <cerrno>
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #ifdef __linux__
@@ -15,14 +12,7 @@ namespace zel::program {
 
 SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
     int fds[2];
-    int in[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) return;
-    // A socket rather than a pipe: a write to a child that has gone fails instead of raising SIGPIPE.
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, in) != 0) {
-        ::close(fds[0]);
-        ::close(fds[1]);
-        return;
-    }
+    if (::pipe(fds) != 0) return;
     pid_ = ::fork();
     if (pid_ == 0) {
 #ifdef __linux__
@@ -30,7 +20,8 @@ SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
 #endif
         ::dup2(fds[1], 1);
-        ::dup2(in[0], 0);
+        ::close(fds[0]);
+        ::close(fds[1]);
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (auto& a : args)
             argv.push_back(a.data());
@@ -39,8 +30,6 @@ SimChild::SimChild(const std::string& program, std::vector<std::string> args) {
         ::_exit(127);
     }
     ::close(fds[1]);
-    ::close(in[0]);
-    input_ = in[1];
     std::string line;
     char c;
     while (::read(fds[0], &c, 1) == 1 && c != '\n')
@@ -66,20 +55,6 @@ std::string SimChild::text(const char* sim, const char* name) const {
     return v->is_string() ? v->get<std::string>() : v->dump();
 }
 
-bool SimChild::send(std::string_view line) {
-    if (input_ < 0) return false;
-    std::string text(line);
-    text += '\n';
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const auto n = ::send(input_, text.data() + done, text.size() - done, MSG_NOSIGNAL);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 void SimChild::stop() {
     if (pid_ > 0) ::kill(pid_, SIGSTOP);
 }
@@ -89,8 +64,6 @@ void SimChild::resume() {
 }
 
 void SimChild::kill() {
-    if (input_ >= 0) ::close(input_);
-    input_ = -1;
     if (pid_ <= 0) return;
     // SIGTERM lets the simulator close its transcript; a frozen child needs SIGCONT to receive it.
     ::kill(pid_, SIGTERM);

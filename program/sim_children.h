@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace zel::program {
@@ -24,9 +23,6 @@ public:
     int port(const char* sim, const char* name) const;
     std::string text(const char* sim, const char* name) const;
 
-    // A line to the child's standard input (the rig's operator commands); false when it could not go.
-    bool send(std::string_view line);
-
     void stop();
     void resume();
     int pid() const { return pid_; }
@@ -37,7 +33,6 @@ public:
 
 private:
     int pid_ = -1;
-    int input_ = -1;
 };
 
 // zel-sim beside the running program.

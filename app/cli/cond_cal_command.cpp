@@ -95,7 +95,10 @@ int runCondCal(const CondCalArgs& a) {
     std::array<float, cond_cal::kSolutions> volts{};
     for (int i = 0; i < cond_cal::kSolutions; ++i) {
         const std::string solution = cond_cal::kSolutionNames[static_cast<std::size_t>(i)];
-        if (!sims.empty()) sims.front()->send("solution " + solution);
+        if (!sims.empty() && !program::askRigOperator(sims, "solution " + solution)) {
+            host.message("The simulated rig's operator did not answer.");
+            return 1;
+        }
         if (host.message("Put the probe in the " + solution + " mS/m solution, then press OK.",
                          MsgButtons::OkCancel, MsgIcon::Question) != MsgResult::Ok) {
             host.message("The calibration was cancelled; the set-up keeps its calibration.");
@@ -107,7 +110,7 @@ int runCondCal(const CondCalArgs& a) {
         if (!a.json)
             std::cout << "solution " << solution << " volts " << formatNumber(*v, "#0.0000") << std::endl;
     }
-    if (!sims.empty()) sims.front()->send("solution off");
+    if (!sims.empty()) program::askRigOperator(sims, "solution off");
 
     std::string error;
     const auto c = cond_cal::fit(volts, error);

@@ -227,10 +227,6 @@ int runPush(const PushArgs& a) {
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out,
                               s.o2 ? LogFamily::O2 : LogFamily::Lif);
-    // Conductivity is logged when a source digitises it: the depth board's analogue input 1, or the data
-    // board's input in HD-board mode.
-    recorder.Context.conductivity = hd || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
-    program::RecordConductivityCalibration(instruments->Config, log, recorder.Context);
     FieldInstruments& drivers = *instruments;
     PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
                 static_cast<std::int64_t>(a.idleSeconds * 1000.0));
@@ -245,6 +241,9 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    reference.REScale = static_cast<float>(s.reScale);
+    program::PrepareConductivity(board, depth, recorder);
+    program::RecordConductivityCalibration(drivers.Config, log, recorder.Context);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());
     // The RE and background are processed in the mode's layout, before the RE says how many channels.
@@ -278,11 +277,14 @@ int runPush(const PushArgs& a) {
                                      : "0 ft test: raise the pressure port to the water's surface, then OK.",
                              MsgButtons::OkCancel) == MsgResult::Cancel)
                 return 1;
+            // The simulated rig's operator does what the prompt asked.
+            if (rig.simulated()) rig.placeInWaterTube(oneFoot ? 1.0 : 0.0);
             const auto shown =
                 program::TakeLiveReferenceTest(kind, referenceTests, drivers.PresFlow(), host, clock);
             if (!shown) return 1;
             std::cout << (oneFoot ? "HPT1ft " : "HPT0ft ") << *shown << std::endl;
         }
+        if (rig.simulated()) rig.placeInWaterTube(-1.0);
         program::ConfigureHydraulics(setup, referenceTests, presFlow, push, recorder, host);
     }
     push.PointTaken = [&](int n, const acq::PointRecord& p) {

@@ -6,13 +6,13 @@
 #include "app/sim/hd_board_sim.h"
 #include "app/sim/presflow_unit_sim.h"
 #include "app/sim/probe.h"
+#include "app/sim/rig_operator.h"
 #include "app/sim/scope_model.h"
 #include "app/sim/scope_server.h"
 #include "app/sim/site_model.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QSocketNotifier>
 #include <QTimer>
 #include <nlohmann/json.hpp>
 
@@ -24,7 +24,6 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 
 namespace zel::sim {
 
@@ -88,58 +87,6 @@ std::optional<double> holdNumber(std::string_view t) {
     return v;
 }
 
-// The rig's operator, on standard input, one command a line: "solution MS" stands the probe in a
-// calibration solution of MS mS/m (every conductivity input reads it, whatever the depth), "solution off"
-// takes it out again. Anything else is named on stderr and ignored.
-class OperatorInput {
-public:
-    explicit OperatorInput(std::optional<double>& solution)
-        : solution_(solution), notifier_(STDIN_FILENO, QSocketNotifier::Read) {
-        QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { readable(); });
-    }
-
-private:
-    void readable() {
-        char buf[256];
-        const auto n = ::read(STDIN_FILENO, buf, sizeof buf);
-        if (n <= 0) {
-            // The end of the input (or none at all): nobody will type any more.
-            notifier_.setEnabled(false);
-            return;
-        }
-        for (ssize_t i = 0; i < n; ++i) {
-            if (buf[i] == '\n') {
-                command(line_);
-                line_.clear();
-            } else if (line_.size() < 80) {
-                line_ += buf[i];
-            }
-        }
-    }
-    void command(std::string line) {
-        while (!line.empty() && (line.back() == '\r' || line.back() == ' '))
-            line.pop_back();
-        const std::string_view prefix = "solution ";
-        if (line.starts_with(prefix)) {
-            const std::string_view arg = std::string_view(line).substr(prefix.size());
-            if (arg == "off") {
-                solution_.reset();
-                return;
-            }
-            const auto ms = holdNumber(arg);
-            if (ms && *ms >= 0 && *ms <= 100000) {
-                solution_ = *ms;
-                return;
-            }
-        }
-        std::cerr << "zel-sim rig: unknown command: " << line << '\n';
-    }
-
-    std::optional<double>& solution_;
-    QSocketNotifier notifier_;
-    std::string line_;
-};
-
 std::string transcriptPath(const RigArgs& a, const char* name) {
     return a.transcripts.empty() ? std::string() : (std::filesystem::path(a.transcripts) / name).string();
 }
@@ -181,9 +128,8 @@ int runRig(const RigArgs& a) {
     std::sort(motion.holds.begin(), motion.holds.end());
     Probe probe(motion);
     RigClock rigClock(probe);
-    std::optional<double> solution;
-    OperatorInput operatorInput(solution);
-    ProbeFeed seen; // what every instrument but the depth source sees
+    std::optional<double> solution; // the calibration solution the operator stood the probe in
+    ProbeFeed seen;                 // what every instrument but the depth source sees
     seen.depthFt = [&probe] { return probe.depthFt(); };
     seen.pushStarted = [&probe] { probe.start(); };
     seen.solutionMs = [&solution] { return solution; };
@@ -270,6 +216,14 @@ int runRig(const RigArgs& a) {
         }
     }
 
+    RigOperator rigOperator;
+    rigOperator.placeInTube = [&presFlow](double feet) { presFlow.setTube(feet); };
+    rigOperator.placeInSolution = [&solution](std::optional<double> ms) { solution = ms; };
+    if (!rigOperator.listen(QString::fromStdString(a.host), error)) {
+        std::cerr << "zel-sim rig: " << error << '\n';
+        return 1;
+    }
+
     const auto ports = scopeServer.ports();
     nlohmann::ordered_json j;
     j["scope"] = {{"portmap", ports.portmap}, {"vxi11", ports.vxi11}, {"socket", ports.socket}};
@@ -278,6 +232,7 @@ int runRig(const RigArgs& a) {
     j["gps"] = {{"pty", gpsPty.path()}};
     j["display"] = {{"pty", displayPty.path()}};
     if (hd) j["hd"] = hd->ports();
+    j["operator"] = {{"port", rigOperator.port()}};
     j["site"] = {{"name", site.name},
                  {"bottom_ft", site.bottomFt},
                  {"water_table_ft", site.waterTableFt},

@@ -69,7 +69,7 @@ void CondCalForm::showLive() {
 void CondCalForm::readSolution(int i) {
     if (i < 0 || i >= cond_cal::kSolutions) return;
     const auto k = static_cast<std::size_t>(i);
-    if (putProbeIn) putProbeIn(cond_cal::kSolutionNames[k]);
+    if (putProbeIn) putProbeIn(cond_cal::kSolutionMs[k]);
     voltLabels_[k]->setText("reading...");
     const auto v = program::ReadConductivityVolts(in_, input_, host_, clock_, reading);
     volts_[k] = v;

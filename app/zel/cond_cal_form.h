@@ -29,7 +29,7 @@ public:
 
     // Told which solution the probe goes into before each reading: the simulated rig's operator puts it
     // there. Unset at a real rig, where the operator does.
-    std::function<void(const std::string& solution)> putProbeIn;
+    std::function<void(float ms)> putProbeIn;
     // Called with the calibration once it is kept (the window puts it into the Comm page's boxes).
     std::function<void(const cond_cal::Calibration&)> kept;
     // How each reading is taken (the tests shorten the settling).

@@ -34,7 +34,7 @@ protected:
                                                clock, file("ini/ZEL_Options.ini"));
         f->reading.settleMs = 300;
         f->reading.readings = 3;
-        f->putProbeIn = [this](const std::string& s) { rig->tellRig("solution " + s); };
+        f->putProbeIn = [this](float ms) { rig->placeInSolution(ms); };
         return f;
     }
 
@@ -80,9 +80,7 @@ TEST_F(CondCalFormTest, TheFourReadingsMakeTheCalibrationInUse) {
 TEST_F(CondCalFormTest, ASolutionReadOutOfTurnIsRefusedAndNothingChanges) {
     auto form = newForm();
     // The operator read the 266 solution with the probe still in 25.
-    form->putProbeIn = [this](const std::string& s) {
-        rig->tellRig(s == "266" ? "solution 25" : "solution " + s);
-    };
+    form->putProbeIn = [this](float ms) { rig->placeInSolution(ms == 266.0f ? 25.0f : ms); };
     for (const char* s : {"0", "25", "266", "560"})
         form->findChild<QPushButton*>(QStringLiteral("cmdCondRead") + s)->click();
     const float constantBefore = rig->drivers().Depth().Cond_Constant;

@@ -24,6 +24,7 @@
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
+#include "log/raw_log_format.h"
 #include "log/raw_log_writer.h"
 #include "log/re_reference.h"
 #include "log/recovery.h"
@@ -309,6 +310,8 @@ QAction* MainWindow::action(const QString& objectName) const {
 void MainWindow::updateActions() {
     const bool points = arrays_.points() > 0;
     const bool field = reference_ != nullptr;
+    // In HD-board mode no oscilloscope is open: what only the scope can do is not offered.
+    const bool scope = field && instruments_ && instruments_->drivers().ScopeOpen();
     const auto enable = [this](const char* name, bool on) {
         if (QAction* a = action(QString::fromLatin1(name))) a->setEnabled(on);
     };
@@ -325,11 +328,11 @@ void MainWindow::updateActions() {
     enable("mnuAcq_Record", field && !pushing_);
     enable("mnuAcq_Pause", pushing_);
     enable("mnuAcq_Stop", pushing_);
-    enable("mnuAcq_RecoverRE", field && !pushing_);
-    enable("mnuAcq_RescueRE", field && !pushing_);
+    enable("mnuAcq_RecoverRE", scope && !pushing_);
+    enable("mnuAcq_RescueRE", scope && !pushing_);
     enable("mnuAcq_RecoverTemp", !pushing_);
     // The timed acquisition needs the scope; during a push it is the timed mode's switch.
-    enable("mnuAcq_Timed", field);
+    enable("mnuAcq_Timed", scope);
     enable("mnuAcq_Continuous", field);
     enable("mnuHelp_ResetINI", !pushing_);
     const QString noInstruments = QStringLiteral("No instruments are open (start zel with --sim to push "
@@ -570,6 +573,8 @@ void MainWindow::selectPoint(int point) {
     for (const std::string& l : settings_.labels)
         view.channelLabels.push_back(l);
     view.deltaX = log_.Wave_DeltaX();
+    // An HD board's point is its four channel values in volts, not a sampled waveform.
+    if (arrays_.waves.samplesPerWave() == raw_log::kHdWavePoints + 1) view.valueUnit = "Signal (V)";
     const std::array<int, 3>& cut = log_.Cutoff_Index();
     view.boundaries.assign(cut.begin(), cut.end());
     view.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
@@ -830,6 +835,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
     push_.reset();
     reference_.reset();
     instruments_ = std::move(instruments);
+    hpForm_->placeInWaterTube = nullptr;
     if (instruments_) {
         program::PushRig& in = *instruments_;
         reference_ =
@@ -864,6 +870,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
         };
         if (in.drivers().PresFlowOpen()) in.presFlow().Monitor();
         hpForm_->setUnit(in.drivers().PresFlowOpen() ? &in.drivers().PresFlow() : nullptr);
+        if (in.simulated()) hpForm_->placeInWaterTube = [&in](double feet) { in.placeInWaterTube(feet); };
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
         // A push's log takes the receiver's last fix when it ends, and says when its depths were not
@@ -943,6 +950,7 @@ PointProcessingSetup MainWindow::loadProcessing() {
 void MainWindow::applyGateOptions() {
     const program::SettingsModel m = settingsModel();
     reference_->Gates = program::ReadGateOptions(m);
+    reference_->REScale = static_cast<float>(listValue("cmbScopeREScale", settings_.reScale));
     program::ConfigureReference(program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m), 3,
                                                           reference_->FirmwareVersion),
                                 *reference_);
@@ -975,6 +983,19 @@ void MainWindow::showStoredReference() {
 
 // The RE just taken, in the waveform view until the push's first point replaces it.
 void MainWindow::showREWave() {
+    if (reference_->HdRE) {
+        // The board's reference state is four values, one a channel: shown as the push shows its points.
+        plot::WaveformView view;
+        view.depthUnit = plot_->model().depthUnit();
+        for (const std::string& l : settings_.labels)
+            view.channelLabels.push_back(l);
+        view.valueUnit = "Signal (V)";
+        view.title = "Board RE";
+        const HdChannels bk = reference_->HdBackground.value_or(HdChannels{});
+        wave_->setView(std::move(view), {}, {reference_->HdRE->begin(), reference_->HdRE->end()},
+                       {bk.begin(), bk.end()});
+        return;
+    }
     const cZEL_Waveform& re = reference_->RE();
     plot::WaveformView view;
     view.depthUnit = plot_->model().depthUnit();
@@ -989,6 +1010,10 @@ void MainWindow::showREWave() {
 void MainWindow::showREPanel() {
     if (!reference_ || !reference_->HasRE) {
         rePanel_->clear();
+        return;
+    }
+    if (reference_->HdRE) {
+        rePanel_->showBoard(*reference_->HdRE, reference_->HdBackground.value_or(HdChannels{}));
         return;
     }
     const cZEL_Waveform& re = reference_->RE();
@@ -1073,6 +1098,7 @@ bool MainWindow::startPush() {
     program::ConfigureHydraulics(setup, referenceTests_, instruments_->presFlow(), *push_, *recorder_.current,
                                  host_);
     hpForm_->setPushing(push_->LogsPresFlow());
+    program::PrepareConductivity(instruments_->board(), instruments_->drivers().Depth(), *recorder_.current);
     program::PrepareHdRecording(instruments_->board(), *recorder_.current);
     program::RecordConductivityCalibration(instruments_->drivers().Config, log_, recorder_.current->Context);
     selectedPoint_ = -1;
@@ -1154,8 +1180,7 @@ void MainWindow::openCondCalForm() {
         return;
     }
     CondCalForm form(drivers, input, host_, clock_, optionsFilePath(dataRoot_), this);
-    if (instruments_->simulated())
-        form.putProbeIn = [this](const std::string& s) { instruments_->tellRig("solution " + s); };
+    if (instruments_->simulated()) form.putProbeIn = [this](float ms) { instruments_->placeInSolution(ms); };
     // The Comm page's boxes take the calibration, so the options saved at exit keep it.
     form.kept = [this](const cond_cal::Calibration&) {
         Form* comm = forms_.form("frmComm");
@@ -1171,7 +1196,7 @@ void MainWindow::openCondCalForm() {
             put(condVoltsControl(i), cfg.condVolts[static_cast<std::size_t>(i)]);
     };
     form.exec();
-    if (instruments_->simulated()) instruments_->tellRig("solution off");
+    if (instruments_->simulated()) instruments_->placeInSolution(std::nullopt);
 }
 
 void MainWindow::pausePush() {
