@@ -245,6 +245,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
     if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
     if (o.hd) add({"--hd"});
+    if (o.condMsPerV != 100.0) add({"--cond-ms-per-v", formatNumber(o.condMsPerV, "#0.0###")});
+    if (o.condOffsetV != 0.0) add({"--cond-offset-v", formatNumber(o.condOffsetV, "#0.0###")});
     for (const std::string& hold : o.holds)
         add({"--hold", hold});
     sims.push_back(std::make_unique<SimChild>(sim, std::move(args)));
@@ -260,7 +262,8 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     c.auxPort = rig.text("presflow", "pty");
     c.gpsPort = rig.text("gps", "pty");
     c.displayPort = rig.text("display", "pty");
-    // The rig's string pot is calibrated at 1 mV per V per inch, its conductivity circuit at 100 mS/m a volt.
+    // The rig's string pot is calibrated at 1 mV per V per inch, its conductivity circuit nominally at 100
+    // mS/m a volt: the set-up's own calibration (taken in the solutions) replaces that when there is one.
     c.stringPotCal = 1.0f;
     c.condConstant = 100.0f;
     c.condOffset = 0.0f;
@@ -308,21 +311,28 @@ std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const 
     return std::make_unique<PushRig>(host, clock, std::move(drivers), std::move(sims), options.hd);
 }
 
-bool PushRig::placeInWaterTube(double feetUnderWater) {
-    for (const auto& sim : sims_) {
+bool askRigOperator(const std::vector<std::unique_ptr<SimChild>>& sims, const std::string& request) {
+    for (const auto& sim : sims) {
         const int port = sim->port("operator", "port");
         if (port <= 0) continue;
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), static_cast<quint16>(port));
         if (!socket.waitForConnected(2000)) return false;
-        const std::string request =
-            feetUnderWater < 0 ? "tube out\n" : "tube " + formatNumber(feetUnderWater, "0.0##") + "\n";
-        socket.write(request.c_str());
+        socket.write((request + "\n").c_str());
         while (!socket.canReadLine())
             if (!socket.waitForReadyRead(2000)) return false;
         return socket.readLine(64).trimmed() == "ok";
     }
     return false;
+}
+
+bool PushRig::placeInWaterTube(double feetUnderWater) {
+    return askRigOperator(sims_,
+                          feetUnderWater < 0 ? "tube out" : "tube " + formatNumber(feetUnderWater, "0.0##"));
+}
+
+bool PushRig::placeInSolution(std::optional<double> ms) {
+    return askRigOperator(sims_, ms ? "solution " + formatNumber(*ms, "0.0##") : "solution off");
 }
 
 } // namespace zel::program

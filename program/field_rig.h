@@ -197,6 +197,9 @@ struct SimOptions {
     std::string program;      // zel-sim; empty: beside the running program
     // Where the rig's operator holds the rods still (a dissipation test): "DEPTH:SECONDS" each.
     std::vector<std::string> holds;
+    // The rig's conductivity circuit: volts = offset + mS/m / (mS/m per volt).
+    double condMsPerV = 100.0;
+    double condOffsetV = 0.0;
 };
 
 // Starts the simulators as children (appended to sims) and returns the settings that point the openers at
@@ -224,6 +227,9 @@ public:
     // under water (negative: out of it), as a prompt asks the crew on a real rig. False when no simulated
     // operator took the request (a real rig: the crew does it by hand).
     bool placeInWaterTube(double feetUnderWater);
+    // The simulated rig's operator stands the probe in a calibration solution of ms mS/m (none: takes it
+    // out). False when no simulated operator took the request (a real rig: the crew does it by hand).
+    bool placeInSolution(std::optional<double> ms);
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
     void setMetric(bool metric);
 
@@ -237,6 +243,10 @@ private:
     DisplayAdapter display_;
     PresFlowAdapter presFlow_;
 };
+
+// A request to the simulated rig's operator ("tube 1", "solution 266"): true when it answered "ok"; false
+// without a simulated rig, as at a real one, where the crew does it by hand.
+bool askRigOperator(const std::vector<std::unique_ptr<SimChild>>& sims, const std::string& request);
 
 // The simulated rig in one step: simulators started, drivers opened at once (no paced start-up). Empty with
 // the reason shown when a simulator did not start or its driver did not open.

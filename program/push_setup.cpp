@@ -1,5 +1,6 @@
 #include "program/push_setup.h"
 
+#include "analysis/cond_cal.h"
 #include "common/date_time.h"
 #include "log/re_reference.h"
 
@@ -109,6 +110,16 @@ bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder) {
     recorder.Context.hdInt = board.IntegrationTime();
     recorder.Context.hdAvg = board.Averaging();
     return true;
+}
+
+void RecordConductivityCalibration(const FieldConfig& config, cZEL_Data& log, RawLogContext& context) {
+    log.setLoadedCond_Constant(0, config.condOffset);
+    log.setLoadedCond_Constant(1, config.condConstant);
+    log.setLoadedCond_Constant(2, config.condConstant2);
+    context.condV = config.condVolts;
+    // The solutions' conductivities go with the voltages: none without a calibration.
+    for (std::size_t i = 0; i < context.condMS.size(); ++i)
+        context.condMS[i] = config.condCalibrated() ? cond_cal::kSolutionMs[i] : 0.0f;
 }
 
 void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder) {

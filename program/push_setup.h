@@ -65,6 +65,11 @@ bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder);
 // else the depth interface's analogue input 1 when it is switched on.
 void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder);
 
+// The set-up's conductivity calibration into the push's log: the constants the depth driver converts with
+// (DATA_INFO "Conductivity_Constant(0)" .. "(2)": offset, constant, second-order term) and the voltages
+// read in the standard solutions with their conductivities ("Conductivity_V0" .. "Conductivity_mS560").
+void RecordConductivityCalibration(const FieldConfig& config, cZEL_Data& log, RawLogContext& context);
+
 // At start with the board as the digitiser: the RE and background kept in the RE reference file become the
 // ones in force (the RE with the time it was written). Returns the sections taken.
 int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board, const std::string& dataRoot);

@@ -49,6 +49,16 @@ inline constexpr const char* kPlainRE = "chkPlainRE";
 inline constexpr const char* kFirstSample = "chkFirstSample";
 inline constexpr const char* kCalloutFluorColour = "chkCalloutFluorColour";
 inline constexpr const char* kBaseline = "chkBaseline";
+// The waveform view's mathematics: the mean over a depth interval about the selected point, a difference,
+// the normalisation to the RE, and the custom labels ("FW" keys of the plot settings).
+inline constexpr const char* kAvgInterval = "chkAvgInterval";
+inline constexpr const char* kAvgIntervalDepth = "txtAvgInterval"; // log unit
+inline constexpr const char* kWaveDiff = "chkWaveDiff";
+inline constexpr const char* kWaveDiffWith = "txtWaveDiffWith"; // a depth, FROM-TO or bg
+inline constexpr const char* kNormalise = "chkNormaliseRE";
+inline constexpr const char* kCustomLabels = "chkCustomLandU";
+inline constexpr const char* kCustomUnit = "txtCustomUnit"; // array 0..3: x label, x unit, y label, y unit
+inline constexpr const char* kCustomLegend = "txtCustomLegend"; // array 0..1: the curves' legends
 } // namespace control
 
 class SettingsModel {

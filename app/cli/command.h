@@ -43,5 +43,9 @@ void addLogEditCommands(CLI::App& app, CommandRunner& run);
 void addSitePictureCommands(CLI::App& app, CommandRunner& run);
 // Adds "arrange" (a site's logs copied into one folder a day).
 void addArrangeCommand(CLI::App& app, CommandRunner& run);
+// Adds "cond-cal" (the conductivity calibration in the standard solutions, kept in the set-up).
+void addCondCalCommand(CLI::App& app, CommandRunner& run);
+// Adds "wave-math" (averaged and difference waveforms of a raw log, exported as text).
+void addWaveMathCommand(CLI::App& app, CommandRunner& run);
 
 } // namespace zel::cli

@@ -31,6 +31,8 @@ int main(int argc, char** argv) {
     zel::cli::addLogEditCommands(app, run);
     zel::cli::addSitePictureCommands(app, run);
     zel::cli::addArrangeCommand(app, run);
+    zel::cli::addCondCalCommand(app, run);
+    zel::cli::addWaveMathCommand(app, run);
 
     if (const auto exitCode = zel::parseArguments(app, argc, argv)) return *exitCode;
     return run ? run() : 2;

@@ -13,6 +13,7 @@
 #include "common/console_host.h"
 #include "common/number_text.h"
 #include "common/version.h"
+#include "instruments/field/field_config.h"
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
 #include "program/field_rig.h"
@@ -56,16 +57,18 @@ struct PushArgs {
     bool noAreaCheck = false;
     bool yes = false;
     bool no = false;
-    double rateFtPerS = 0.06;    // 0.72 in/s, under the 0.8 in/s target
-    std::string site;            // the simulated rig's site file
-    std::uint32_t seed = 1;      // the simulated rig's seed
-    double rodFt = -1;           // the simulated rig's rod length; negative: its default
-    double rodPauseS = -1;       // the simulated rig's pause at a rod change; negative: its default
-    int sweepMs = -1;            // the scope simulator's own default when negative
-    double reScale = 1.0;        // brightness of the simulated reference emitter
-    std::string scopeDump;       // the scope simulator's record of every curve it sent
-    std::string scopeStall;      // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
-    int depthNoiseEvery = 0;     // line noise on the simulated depth line
+    double rateFtPerS = 0.06;  // 0.72 in/s, under the 0.8 in/s target
+    std::string site;          // the simulated rig's site file
+    std::uint32_t seed = 1;    // the simulated rig's seed
+    double rodFt = -1;         // the simulated rig's rod length; negative: its default
+    double rodPauseS = -1;     // the simulated rig's pause at a rod change; negative: its default
+    int sweepMs = -1;          // the scope simulator's own default when negative
+    double reScale = 1.0;      // brightness of the simulated reference emitter
+    std::string scopeDump;     // the scope simulator's record of every curve it sent
+    std::string scopeStall;    // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
+    int depthNoiseEvery = 0;   // line noise on the simulated depth line
+    double condMsPerV = 100.0; // the simulated rig's conductivity circuit
+    double condOffsetV = 0.0;
     int reAgeMinutes = 0;        // test aid: the RE is stamped this many minutes before it was taken
     bool hd = false;             // as "/H": the data board in the push
     double idleSeconds = 60;     // no new depth this long ends the push
@@ -172,8 +175,12 @@ int runPush(const PushArgs& a) {
         for (const acq::DissipationRequest& d : dissipations)
             o.holds.push_back(formatNumber(setup.metric ? d.depth / 0.3048 : d.depth, "#0.0###") + ":" +
                               formatNumber(d.seconds + 5.0, "#0.0"));
-        const auto config = program::startSimulators(host, o, sims);
+        o.condMsPerV = a.condMsPerV;
+        o.condOffsetV = a.condOffsetV;
+        auto config = program::startSimulators(host, o, sims);
         if (!config) return 1;
+        // A calibration taken in the solutions (zel-cli cond-cal) holds for the simulated rig too.
+        takeConductivityCalibration(*config, loadFieldConfig(optionsFilePath()));
         instruments = std::make_unique<FieldInstruments>(host, clock, *config);
     } else {
         instruments = std::make_unique<FieldInstruments>(host, clock, optionsFilePath());
@@ -236,6 +243,7 @@ int runPush(const PushArgs& a) {
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
     reference.REScale = static_cast<float>(s.reScale);
     program::PrepareConductivity(board, depth, recorder);
+    program::RecordConductivityCalibration(drivers.Config, log, recorder.Context);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());
     // The RE and background are processed in the mode's layout, before the RE says how many channels.
@@ -412,6 +420,14 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--depth-noise", args->depthNoiseEvery,
                    "Simulated depth board: a malformed line before every Nth reading (0: none)")
         ->check(CLI::Range(0, 1000000));
+    sc->add_option("--cond-ms-per-v", args->condMsPerV,
+                   "Simulated rig: its conductivity circuit's mS/m per volt")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 100000.0));
+    sc->add_option("--cond-offset-v", args->condOffsetV,
+                   "Simulated rig: its conductivity circuit's volts in a liquid of no conductivity")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 5.0));
     sc->add_option("--re-age-min", args->reAgeMinutes,
                    "Test aid: date the RE this many minutes before it was taken, for the RE age question")
         ->check(CLI::Range(0, 100000));

@@ -235,7 +235,10 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     // The unit at the left under the ticks, where the line legend at the right never meets it.
     drawText(p, QRectF(plotArea.left(), plotArea.bottom() + 1.1 * lh, plotArea.width(), lh * 1.2),
              Qt::AlignLeft | Qt::AlignVCenter,
-             nsPerSample > 0 ? QStringLiteral("Time (ns)") : QStringLiteral("Sample"), sink);
+             !v.timeUnit.empty() ? toQt(v.timeUnit)
+             : nsPerSample > 0   ? QStringLiteral("Time (ns)")
+                                 : QStringLiteral("Sample"),
+             sink);
     if (!v.valueUnit.empty()) {
         p.save();
         p.translate(rect.left(), plotArea.center().y());
@@ -295,7 +298,8 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
         // Laid out from the right: the RE with its scale first, the background last.
         const Entry entries[] = {
             {QPen(QColor(170, 170, 170), lineWidth), QStringLiteral("background"), !v.background.empty()},
-            {QPen(Qt::black, lineWidth * 1.2), QStringLiteral("point"), !v.wave.empty()},
+            {QPen(Qt::black, lineWidth * 1.2),
+             v.waveLegend.empty() ? QStringLiteral("point") : toQt(v.waveLegend), !v.wave.empty()},
             {QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine),
              reFactor < 1.0 ? QStringLiteral("RE x%1").arg(reFactor, 0, 'g', 2) : QStringLiteral("RE"),
              !v.re.empty()},

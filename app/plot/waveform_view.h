@@ -58,6 +58,8 @@ struct WaveformView {
     std::vector<std::string> channelLabels; // named between the boundaries, when given
     std::string depthUnit = "ft";           // of the callouts' ranges in the legend
     std::string valueUnit = "Signal (mV)";  // the value axis's title
+    std::string timeUnit;                   // the time axis's title; empty: "Time (ns)" (or "Sample")
+    std::string waveLegend;                 // the selected waveform's legend, when it is a computed one
     bool legend = true;                     // the callouts' colours and ranges beside the plot
     QFont font;
     TextSinkFunction textSink;

@@ -95,7 +95,11 @@ void DepthBoardSim::sendReadings() {
         out += "U2" + hex(twelveBit(d * 12.0 * o_.calMvPerVPerIn / 1000.0 * 5.0), 3) + "\r";
     }
     if (analogue && registers_[0x12] == 0x03)
-        out += "U3" + hex(twelveBit(site_.conductivityAt(d) / o_.condMsPerV), 3) + "\r";
+        out += "U3" +
+               hex(twelveBit(o_.condOffsetV +
+                             probe_.solution().value_or(site_.conductivityAt(d)) / o_.condMsPerV),
+                   3) +
+               "\r";
     if (registers_[0x1A] == 0xFF) out += "I" + hex(1, 4) + "\r";
     if (registers_[0x19] == 0xFF)
         out += "N" + hex(static_cast<unsigned>(std::lround(d * 12.0 * o_.blowsPerIn)) & 0xFFFF, 4) + "\r";

@@ -19,6 +19,7 @@ struct DepthBoardOptions {
     double calMvPerVPerIn = 1.0; // the string pot's calibration
     double blowsPerIn = 2;       // the hammer's blows per inch of push
     double condMsPerV = 100.0;   // the conductivity circuit: mS/m per volt on analogue input 1
+    double condOffsetV = 0.0;    // and its output in a liquid of no conductivity
     int noiseEvery = 0;          // a line of line noise before every Nth reading (0: none)
 };
 

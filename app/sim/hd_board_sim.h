@@ -36,6 +36,7 @@ struct HdBoardOptions {
     bool silent = false;
     double conductivityV = -1; // negative: from the site model
     double condMsPerV = 100.0; // the conductivity circuit: mS/m per volt
+    double condOffsetV = 0.0;  // and its output in a liquid of no conductivity
     double reScale = 1.0;      // brightness of the reference emitter
     int darkReads = 0;         // reference reads that see no light before the emitter's
 };
@@ -157,9 +158,11 @@ private:
             return c < f.amplitudeV.size() ? static_cast<std::int32_t>(std::lround(f.amplitudeV[c] * 1e5))
                                            : 0;
         }
-        const double volts = column == hd_protocol::kThreeVoltColumn ? 1.5
-                             : a_.conductivityV >= 0                 ? a_.conductivityV
-                                                     : site_.conductivityAt(depth) / a_.condMsPerV;
+        const double volts =
+            column == hd_protocol::kThreeVoltColumn ? 1.5
+            : a_.conductivityV >= 0
+                ? a_.conductivityV
+                : a_.condOffsetV + probe_.solution().value_or(site_.conductivityAt(depth)) / a_.condMsPerV;
         const double scale = column == hd_protocol::kThreeVoltColumn ? 3.0 : 5.0;
         return static_cast<std::int32_t>(std::lround(std::clamp(volts / scale, 0.0, 1.0) * 4095.0));
     }

@@ -49,6 +49,7 @@ private:
 } // namespace zel::sim
 
 #include <functional>
+#include <optional>
 
 namespace zel::sim {
 
@@ -59,11 +60,15 @@ struct ProbeFeed {
     std::function<double()> depthFt;
     std::function<void()> pushStarted;
     std::function<void(double seconds)> streamed;
+    // Set while the probe's electrodes stand in a calibration solution: its conductivity, mS/m, instead of
+    // the site's at the probe's depth.
+    std::function<std::optional<double>()> solutionMs;
 
     double depth() const { return depthFt ? depthFt() : 0.0; }
     void started() const {
         if (pushStarted) pushStarted();
     }
+    std::optional<double> solution() const { return solutionMs ? solutionMs() : std::nullopt; }
     void passed(double seconds) const {
         if (streamed) streamed(seconds);
     }

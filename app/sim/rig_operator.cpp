@@ -30,6 +30,21 @@ void RigOperator::accept() {
 
 std::string RigOperator::request(const std::string& line) {
     constexpr std::string_view kTube = "tube ";
+    constexpr std::string_view kSolution = "solution ";
+    if (line.rfind(kSolution, 0) == 0) {
+        const std::string arg = line.substr(kSolution.size());
+        if (arg == "off") {
+            if (placeInSolution) placeInSolution(std::nullopt);
+            return "ok";
+        }
+        double ms = 0;
+        const auto [end, ec] = std::from_chars(arg.data(), arg.data() + arg.size(), ms);
+        if (ec != std::errc() || end != arg.data() + arg.size() || !std::isfinite(ms) || ms < 0 ||
+            ms > 100000)
+            return "error: a solution of 0 to 100000 mS/m";
+        if (placeInSolution) placeInSolution(ms);
+        return "ok";
+    }
     if (line.rfind(kTube, 0) != 0) return "error: unknown request";
     const std::string arg = line.substr(kTube.size());
     if (arg == "out") {

@@ -4,11 +4,15 @@
 // "error: ...":
 //   "tube FT"   the probe (at the surface) goes in the water tube with its pressure port FT feet under
 //               water, for the hydraulic reference tests; "tube out" takes it out.
+//   "solution MS" the probe's electrodes stand in a calibration solution of MS mS/m (every conductivity
+//               input reads it, whatever the depth), for the conductivity calibration; "solution off"
+//               takes it out.
 
 #include <QTcpServer>
 #include <QTcpSocket>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace zel::sim {
@@ -16,6 +20,7 @@ namespace zel::sim {
 class RigOperator {
 public:
     std::function<void(double feetUnderWater)> placeInTube;
+    std::function<void(std::optional<double> ms)> placeInSolution;
 
     bool listen(const QString& host, std::string& error);
     int port() const { return server_.serverPort(); }

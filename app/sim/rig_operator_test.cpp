@@ -38,5 +38,28 @@ TEST(RigOperator, TakesTheTubeRequestsItCanCarryOutAndRefusesTheRest) {
     }
 }
 
+TEST(RigOperator, StandsTheProbeInACalibrationSolution) {
+    struct Case {
+        const char* line;
+        const char* answer;
+        std::optional<std::optional<double>> placed; // outer empty: nothing done
+    };
+    const Case cases[] = {
+        {"solution 266", "ok", 266.0},
+        {"solution 0", "ok", 0.0},
+        {"solution off", "ok", std::optional<double>()},
+        {"solution -5", "error: a solution of 0 to 100000 mS/m", std::nullopt},
+        {"solution 25mS", "error: a solution of 0 to 100000 mS/m", std::nullopt},
+        {"solution inf", "error: a solution of 0 to 100000 mS/m", std::nullopt},
+    };
+    for (const Case& c : cases) {
+        RigOperator op;
+        std::optional<std::optional<double>> placed;
+        op.placeInSolution = [&placed](std::optional<double> ms) { placed = ms; };
+        EXPECT_EQ(op.request(c.line), c.answer) << c.line;
+        EXPECT_EQ(placed, c.placed) << c.line;
+    }
+}
+
 } // namespace
 } // namespace zel::sim

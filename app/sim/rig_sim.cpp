@@ -48,6 +48,7 @@ struct RigArgs {
     int depthNoiseEvery = 0;
     double calMvPerVPerIn = 1.0;
     double condMsPerV = 100.0;
+    double condOffsetV = 0.0;
     double countsPerFt = 1000;
     int ad4IntervalMs = 200;
     int gpsIntervalMs = 1000;
@@ -127,9 +128,11 @@ int runRig(const RigArgs& a) {
     std::sort(motion.holds.begin(), motion.holds.end());
     Probe probe(motion);
     RigClock rigClock(probe);
-    ProbeFeed seen; // what every instrument but the depth source sees
+    std::optional<double> solution; // the calibration solution the operator stood the probe in
+    ProbeFeed seen;                 // what every instrument but the depth source sees
     seen.depthFt = [&probe] { return probe.depthFt(); };
     seen.pushStarted = [&probe] { probe.start(); };
+    seen.solutionMs = [&solution] { return solution; };
     ProbeFeed depthFeed = seen; // the depth source's stream also moves the rig's clock
     depthFeed.streamed = [&rigClock](double s) { rigClock.streamed(s); };
 
@@ -181,6 +184,7 @@ int runRig(const RigArgs& a) {
         DepthBoardOptions o;
         o.calMvPerVPerIn = a.calMvPerVPerIn;
         o.condMsPerV = a.condMsPerV;
+        o.condOffsetV = a.condOffsetV;
         o.noiseEvery = a.depthNoiseEvery;
         board = std::make_unique<DepthBoardSim>(o, depthPty, depthTranscript, model, depthFeed);
         depthPty.onReceive([&](std::string_view b) { board->receive(b); });
@@ -202,6 +206,7 @@ int runRig(const RigArgs& a) {
         HdBoardOptions o;
         o.host = a.host;
         o.condMsPerV = a.condMsPerV;
+        o.condOffsetV = a.condOffsetV;
         o.reScale = a.reScale;
         o.darkReads = a.darkAcquisitions;
         hd = std::make_unique<HdBoardSim>(o, hdTranscript, model, seen);
@@ -213,6 +218,7 @@ int runRig(const RigArgs& a) {
 
     RigOperator rigOperator;
     rigOperator.placeInTube = [&presFlow](double feet) { presFlow.setTube(feet); };
+    rigOperator.placeInSolution = [&solution](std::optional<double> ms) { solution = ms; };
     if (!rigOperator.listen(QString::fromStdString(a.host), error)) {
         std::cerr << "zel-sim rig: " << error << '\n';
         return 1;
@@ -293,6 +299,10 @@ void addRigSim(CLI::App& app, std::function<int()>& run) {
                    "Conductivity circuit of the depth and data boards: mS/m per volt")
         ->capture_default_str()
         ->check(CLI::Range(0.001, 100000.0));
+    sc->add_option("--cond-offset-v", a->condOffsetV,
+                   "Conductivity circuit: its output in a liquid of no conductivity, volts")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 5.0));
     sc->add_option("--counts-per-ft", a->countsPerFt, "AD4 counts per foot")->capture_default_str();
     sc->add_option("--ad4-interval-ms", a->ad4IntervalMs, "Time between AD4 frames")
         ->capture_default_str()

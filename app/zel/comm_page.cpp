@@ -29,6 +29,13 @@ CommPage::CommPage(const StartupSettings& settings) {
     lineEdit(form, c::kAd4CountsPerFt, "AD4 counts per ft", qs(shortestText(d.ad4CountsPerFt)));
     lineEdit(form, c::kCondConstant, "Conductivity constant", qs(shortestText(d.condConstant)));
     lineEdit(form, c::kCondOffset, "Conductivity offset", qs(shortestText(d.condOffset)));
+    lineEdit(form, c::kCondConstant2, "Conductivity second-order term", qs(shortestText(d.condConstant2)));
+    // The voltages the calibration read in the standard solutions (Acquisition > Conductivity calibration);
+    // every log carries them.
+    static constexpr const char* kSolutions[] = {"0", "25", "266", "560"};
+    for (int i = 0; i < 4; ++i)
+        lineEdit(form, condVoltsControl(i).c_str(),
+                 QStringLiteral("Calibration volts, %1 mS/m").arg(kSolutions[i]), QStringLiteral("0"));
     checkBox(form, c::kHdReference, "Depth board's reference from the data board (3.18 V)", d.hdReference);
     // Off the instrument network only: empty keeps the network's fixed addresses.
     lineEdit(form, c::kScopeAddress, "Scope address (off the instrument network)");

@@ -22,9 +22,10 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     if (how.sim && !settings.fileMode) {
         program::SimOptions simOptions = how.simOptions;
         simOptions.hd = simOptions.hd || settings.hd; // "/H": the rig's data board too
-        if (const auto config = program::startSimulators(host, simOptions, sims))
+        if (auto config = program::startSimulators(host, simOptions, sims)) {
+            takeConductivityCalibration(*config, loadFieldConfig(optionsFilePath(dataRoot)));
             drivers = std::make_unique<FieldInstruments>(host, clock, *config);
-        else
+        } else
             sims.clear();
     }
     if (!drivers) drivers = std::make_unique<FieldInstruments>(host, clock, optionsFilePath(dataRoot));

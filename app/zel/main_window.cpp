@@ -1,5 +1,6 @@
 #include "app/zel/main_window.h"
 
+#include "app/zel/cond_cal_form.h"
 #include "app/zel/hd_form.h"
 
 #include "acquisition/acquisition_settings.h"
@@ -16,9 +17,11 @@
 #include "app/zel/site_window.h"
 #include "app/zel/transfer_page.h"
 #include "app/zel/wave_math_page.h"
+#include "common/atomic_file.h"
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
+#include "instruments/field/field_config.h"
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
@@ -28,11 +31,13 @@
 #include "log/recovery.h"
 #include "log/run_log.h"
 #include "log/wave_export.h"
+#include "program/cond_calibration.h"
 #include "program/gps_fix.h"
 #include "program/hydraulic.h"
 #include "program/log_mode_look.h"
 #include "program/push_setup.h"
 #include "program/settings_model.h"
+#include "program/wave_math_view.h"
 #include "settings/data_root.h"
 #include "settings/ini_file.h"
 #include "settings/startup/command_line.h"
@@ -159,6 +164,7 @@ void MainWindow::buildPages() {
     calloutPage->onSave = [this] { saveCalloutScheme(); };
     calloutPage->onLoad = [this](int scheme) { loadCalloutScheme(scheme); };
     auto* waveMathPage = new WaveMathPage;
+    waveMathPage->onExport = [this] { exportWaveMath(); };
     auto* generalPage = new GeneralPage;
     auto* transferPage = new TransferPage;
 
@@ -287,6 +293,7 @@ void MainWindow::buildMenus() {
     add(acq, "mnuAcq_RecoverTemp", "Recover push from temporary file...", [this] { recoverFromTempFile(); });
     acq->addSeparator();
     add(acq, "mnuAcq_HD", "&HD board...", [this] { openHdForm(); });
+    add(acq, "mnuAcq_CondCal", "Conductivity &calibration...", [this] { openCondCalForm(); });
 
     QMenu* view = menuBar()->addMenu("&View");
     view->setObjectName("mnuView");
@@ -590,7 +597,35 @@ void MainWindow::selectPoint(int point) {
                      model.depthUnit() + "  %RE " +
                      formatNumber(arrays_.columns(point_column::Signal, point), "#0.00");
     }
-    wave_->setView(std::move(view), std::move(wave), arrays_.re.samples, arrays_.blank.samples);
+    std::vector<float> re = arrays_.re.samples, background = arrays_.blank.samples;
+    const program::WaveMathOptions waveMath = program::ReadWaveMathOptions(settingsModel());
+    if (!waveMath.plain())
+        if (const auto shown = program::ShownWaveform(waveMath, log_, arrays_, point, model.depthUnit()))
+            showWaveMath(*shown, view, wave, re, background);
+    wave_->setView(std::move(view), std::move(wave), std::move(re), std::move(background));
+}
+
+void MainWindow::exportWaveMath() {
+    const auto shown = program::ShownWaveform(program::ReadWaveMathOptions(settingsModel()), log_, arrays_,
+                                              selectedPoint_, plot_->model().depthUnit());
+    if (!shown) {
+        host_.message("Select a depth of a log first: the waveform shown is what is exported.");
+        return;
+    }
+    FileDialogRequest r;
+    r.title = "Export the waveform shown";
+    r.filter = "Text (*.txt)|*.txt|All files (*.*)|*.*";
+    r.initialDir = std::filesystem::path(log_.File_FullPath()).parent_path().string();
+    r.fileName = log_.File_Title_NoExt() + ".lif.wm.txt";
+    const auto chosen = host_.saveFileDialog(r);
+    if (!chosen) return;
+    const std::string operation =
+        shown->operation.empty() ? "point " + shown->curve.legend : shown->operation;
+    const std::string text = wave_math::exportText({shown->curve}, log_.Wave_DeltaX(), shown->labels,
+                                                   log_.File_Title_NoExt(), operation);
+    if (!replaceFileAtomically(chosen->path, text))
+        host_.message("The waveform could not be written to " + chosen->path + ".", MsgButtons::Ok,
+                      MsgIcon::Exclamation);
 }
 
 void MainWindow::showLogInfo() {
@@ -1070,6 +1105,7 @@ bool MainWindow::startPush() {
     hpForm_->setPushing(push_->LogsPresFlow());
     program::PrepareConductivity(instruments_->board(), instruments_->drivers().Depth(), *recorder_.current);
     program::PrepareHdRecording(instruments_->board(), *recorder_.current);
+    program::RecordConductivityCalibration(instruments_->drivers().Config, log_, recorder_.current->Context);
     selectedPoint_ = -1;
     pushing_ = true;
     paused_ = false;
@@ -1138,6 +1174,34 @@ void MainWindow::openHdForm() {
     if (!requireInstruments()) return;
     HdForm form(instruments_->drivers().HdBoard(), host_, this);
     form.exec();
+}
+
+void MainWindow::openCondCalForm() {
+    if (!requireInstruments()) return;
+    FieldInstruments& drivers = instruments_->drivers();
+    const auto input = program::ConductivityInput(drivers, settings_.hd);
+    if (input == program::CondInput::None) {
+        host_.message(program::kNoCondInput);
+        return;
+    }
+    CondCalForm form(drivers, input, host_, clock_, optionsFilePath(dataRoot_), this);
+    if (instruments_->simulated()) form.putProbeIn = [this](float ms) { instruments_->placeInSolution(ms); };
+    // The Comm page's boxes take the calibration, so the options saved at exit keep it.
+    form.kept = [this](const cond_cal::Calibration&) {
+        Form* comm = forms_.form("frmComm");
+        if (!comm) return;
+        const FieldConfig& cfg = instruments_->drivers().Config;
+        const auto put = [comm](const std::string& name, float v) {
+            if (FormControl* c = findControl(*comm, name, std::nullopt)) c->setText(shortestText(v));
+        };
+        put(comm_control::kCondOffset, cfg.condOffset);
+        put(comm_control::kCondConstant, cfg.condConstant);
+        put(comm_control::kCondConstant2, cfg.condConstant2);
+        for (int i = 0; i < 4; ++i)
+            put(condVoltsControl(i), cfg.condVolts[static_cast<std::size_t>(i)]);
+    };
+    form.exec();
+    if (instruments_->simulated()) instruments_->placeInSolution(std::nullopt);
 }
 
 void MainWindow::pausePush() {

@@ -100,6 +100,10 @@ public:
     void pausePush();
     // The data board's dialog (frmHD), modal.
     void openHdForm();
+    // Acquisition > Conductivity calibration: frmCondCal on the opened instruments.
+    void openCondCalForm();
+    // The Wave math page's export: the waveform shown, as waveform mathematics text.
+    void exportWaveMath();
     void stopPush();
     void setContinuous(bool on);
     void toggleTimed();

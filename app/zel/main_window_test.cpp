@@ -1,3 +1,4 @@
+#include "analysis/wave_math.h"
 #include "app/plot/synthetic_log.h"
 #include "app/zel/desktop_startup.h"
 #include "app/zel/gui_test_app.h"
@@ -762,6 +763,45 @@ TEST_F(MainWindowTest, TheLogPageIgnoresTheZoomAndIsZelClisPage) {
     const QImage cli(QString::fromStdString(file("cli/PG-1.jpg")));
     ASSERT_FALSE(cli.isNull());
     EXPECT_EQ(cli, QImage(QString::fromStdString(file("whole.jpg"))));
+}
+
+TEST_F(MainWindowTest, WaveMathPageChangesTheWaveformShownAndExportsIt) {
+    auto w = newWindow();
+    ASSERT_TRUE(w->loadLog(smallLog()));
+    w->selectPoint(0);
+    const auto shown = [&] {
+        const auto s = w->waveform().view().wave;
+        return std::vector<float>(s.begin(), s.end());
+    };
+    EXPECT_EQ(shown(), (std::vector<float>{1.5f, -2.0f, 3.25f}));
+    EXPECT_FALSE(w->waveform().view().re.empty());
+
+    // Both points (0 and 0.05 m) lie within 0.2 m about the first; then less the background.
+    child<QLineEdit>(*w, "txtAvgInterval")->setText("0.2");
+    child<QCheckBox>(*w, "chkAvgInterval")->setChecked(true);
+    EXPECT_EQ(shown(), (std::vector<float>{0.75f, 49.0f, 1.375f}));
+    EXPECT_NE(w->waveform().view().title.find("[avg -0.10-0.10 m]"), std::string::npos)
+        << w->waveform().view().title;
+    child<QLineEdit>(*w, "txtWaveDiffWith")->setText("bg");
+    child<QCheckBox>(*w, "chkWaveDiff")->setChecked(true);
+    EXPECT_EQ(shown(), (std::vector<float>{0.25f, 48.75f, 1.375f}));
+    EXPECT_TRUE(w->waveform().view().re.empty());                    // not drawn beside a difference
+    const auto units = w->findChildren<QLineEdit*>("txtCustomUnit"); // the array, in index order
+    ASSERT_EQ(units.size(), 4);
+    units[2]->setText("Light");
+    child<QCheckBox>(*w, "chkCustomLandU")->setChecked(true);
+    EXPECT_EQ(w->waveform().view().valueUnit, "Light (mV)");
+
+    const std::string out = file("logs/shown.lif.wm.txt");
+    host.answerDialog(FileDialogResult{out, 1});
+    w->exportWaveMath();
+    std::string error;
+    const auto t = wave_math::readText(get(out), error);
+    ASSERT_TRUE(t) << error;
+    EXPECT_EQ(t->yLabel, "Light");
+    EXPECT_EQ(t->operation, "avg -0.10-0.10 m; minus Background");
+    ASSERT_EQ(t->values.size(), 1u);
+    EXPECT_EQ(t->values[0], (std::vector<double>{0.25, 48.75, 1.375}));
 }
 
 } // namespace

@@ -147,7 +147,7 @@ void cZEL_Depth::TimerEvent() {
 }
 
 float cZEL_Depth::EC_VtoMS(float volts) const {
-    return volts * Cond_Constant + Cond_Offset;
+    return Cond_Offset + volts * Cond_Constant + volts * volts * Cond_Constant2;
 }
 
 float cZEL_Depth::String_VtoFt(float volts) {

@@ -46,8 +46,11 @@ public:
     bool Int_A1_Enable = true;
     bool Int_Din_Enable = false;
     float Int_CalVal = 0;
+    // Conductivity (mS/m) = Cond_Offset + Cond_Constant V + Cond_Constant2 V^2, the curve the calibration
+    // in the standard solutions fits (analysis/cond_cal.h); Cond_Constant2 0 is a straight line.
     float Cond_Constant = 1;
     float Cond_Offset = 0;
+    float Cond_Constant2 = 0;
     float Conductivity = 0;
     std::int32_t Int_UpdateTimeMS = 333;
     float AD4_CountsPerFt = 1000;

@@ -1,12 +1,17 @@
 #include "instruments/field/field_config.h"
 
+#include "common/number_text.h"
 #include "instruments/platform/serial_port_map.h"
 #include "settings/control_state.h"
+#include "settings/ini_text.h"
 #include "settings/memory_form.h"
+#include "settings/profile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <optional>
+#include <vector>
 
 namespace zel {
 namespace {
@@ -43,6 +48,9 @@ FieldConfig loadFieldConfig(const std::string& optionsPath) {
                              c::kStringPotCal, c::kDepthUpdateMs, c::kAd4CountsPerFt, c::kCondConstant,
                              c::kCondOffset, c::kScopeAddress, c::kScopePortmap, c::kHdAddress, c::kHdPorts})
         form.add(ControlType::TextBox, name);
+    form.add(ControlType::TextBox, c::kCondConstant2);
+    for (int i = 0; i < 4; ++i)
+        form.add(ControlType::TextBox, condVoltsControl(i));
     RestoreControlStates(optionsPath, form);
 
     const auto text = [&](const char* name) { return form.at(name).text(); };
@@ -61,6 +69,10 @@ FieldConfig loadFieldConfig(const std::string& optionsPath) {
     cfg.ad4CountsPerFt = number(text(c::kAd4CountsPerFt), 1e-3f, 1e9f).value_or(cfg.ad4CountsPerFt);
     cfg.condConstant = number(text(c::kCondConstant), -1e9f, 1e9f).value_or(cfg.condConstant);
     cfg.condOffset = number(text(c::kCondOffset), -1e9f, 1e9f).value_or(cfg.condOffset);
+    cfg.condConstant2 = number(text(c::kCondConstant2), -1e9f, 1e9f).value_or(cfg.condConstant2);
+    for (int i = 0; i < 4; ++i)
+        cfg.condVolts[static_cast<std::size_t>(i)] =
+            number(form.at(condVoltsControl(i)).text(), -100.0f, 100.0f).value_or(0.0f);
     cfg.scopePortmap = static_cast<std::uint16_t>(number(text(c::kScopePortmap), 1, 65535).value_or(111));
     // Three ports or none.
     const std::string ports = text(c::kHdPorts);
@@ -78,6 +90,59 @@ FieldConfig loadFieldConfig(const std::string& optionsPath) {
     }
     if (ok) cfg.hdPorts = hd;
     return cfg;
+}
+
+bool FieldConfig::condCalibrated() const {
+    for (float v : condVolts)
+        if (v != 0.0f) return true;
+    return false;
+}
+
+std::string condVoltsControl(int i) {
+    static constexpr const char* kSolutions[] = {"0", "25", "266", "560"};
+    return std::string(comm_control::kCondVoltsPrefix) + kSolutions[i & 3];
+}
+
+void takeConductivityCalibration(FieldConfig& into, const FieldConfig& from) {
+    if (!from.condCalibrated()) return;
+    into.condConstant = from.condConstant;
+    into.condOffset = from.condOffset;
+    into.condConstant2 = from.condConstant2;
+    into.condVolts = from.condVolts;
+}
+
+bool saveConductivityCalibration(const std::string& optionsPath, const FieldConfig& cal) {
+    namespace c = comm_control;
+    const std::string section = controlStateSection("frmComm");
+    std::vector<std::pair<std::string, std::string>> values = {
+        {c::kCondConstant, shortestText(cal.condConstant)},
+        {c::kCondOffset, shortestText(cal.condOffset)},
+        {c::kCondConstant2, shortestText(cal.condConstant2)}};
+    for (int i = 0; i < 4; ++i)
+        values.emplace_back(condVoltsControl(i), shortestText(cal.condVolts[static_cast<std::size_t>(i)]));
+    ini::FileBatch batch(optionsPath);
+    // Keys are "ordinal,name": a control already stored keeps its key, a new one goes after the last.
+    const auto keys = ini::splitList(ini::profileKeyNames(optionsPath, section, 65536));
+    int next = 0;
+    for (const std::string& key : keys) {
+        const auto comma = key.find(',');
+        int ordinal = 0;
+        const auto r =
+            std::from_chars(key.data(), key.data() + (comma == std::string::npos ? 0 : comma), ordinal);
+        if (r.ec == std::errc{}) next = std::max(next, ordinal + 1);
+    }
+    bool ok = true;
+    for (const auto& [name, value] : values) {
+        std::string key;
+        for (const std::string& k : keys) {
+            const auto comma = k.find(',');
+            if (comma != std::string::npos && ini::sameName(std::string_view(k).substr(comma + 1), name))
+                key = k;
+        }
+        if (key.empty()) key = std::to_string(next++) + "," + name;
+        ok = ini::writeProfileString(optionsPath, section, key, value) != 0 && ok;
+    }
+    return batch.commit() != 0 && ok;
 }
 
 void applyAddresses(const FieldConfig& config, StartupSettings& settings) {

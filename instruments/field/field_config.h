@@ -28,6 +28,10 @@ inline constexpr const char* kDepthUpdateMs = "txtDepthUpdateMS";
 inline constexpr const char* kAd4CountsPerFt = "txtAD4CountsPerFt";
 inline constexpr const char* kCondConstant = "txtCondConstant";
 inline constexpr const char* kCondOffset = "txtCondOffset";
+// The calibration in the standard solutions: the curve's second-order term and the voltage read in each
+// solution ("txtCondV0", "txtCondV25", "txtCondV266", "txtCondV560"), kept so every log can carry them.
+inline constexpr const char* kCondConstant2 = "txtCondConstant2";
+inline constexpr const char* kCondVoltsPrefix = "txtCondV";
 inline constexpr const char* kHdReference =
     "chkHDReference"; // the data board feeds the depth board's reference
 inline constexpr const char* kScopeAddress = "txtScopeAddress";
@@ -49,6 +53,10 @@ struct FieldConfig {
     float ad4CountsPerFt = 1000.0f;
     float condConstant = 1.0f;
     float condOffset = 0.0f;
+    float condConstant2 = 0.0f;
+    // The voltages read in the 0, 25, 266 and 560 mS/m solutions; all 0 until a calibration was taken.
+    std::array<float, 4> condVolts{};
+    bool condCalibrated() const;
     bool hdReference = false; // the depth board's analogue reference comes from the data board (3.18 V)
     std::string scopeAddress; // empty: the instrument network's
     std::uint16_t scopePortmap = 111;
@@ -59,6 +67,19 @@ struct FieldConfig {
 // The settings of the options file's "Comm" section; what is missing or does not read as its kind keeps
 // its default. No file: all defaults.
 FieldConfig loadFieldConfig(const std::string& optionsPath);
+
+// The name of the control that keeps the voltage read in solution i (0..3) of the calibration.
+std::string condVoltsControl(int i);
+
+// Puts the calibration's constants and voltages (not the rest of the settings) of `from` into `into` when
+// `from` holds a calibration taken in the solutions: the simulated rig's set-up takes the options file's
+// calibration once one was taken.
+void takeConductivityCalibration(FieldConfig& into, const FieldConfig& from);
+
+// Writes a calibration's constants and voltages into the options file's "Comm" section as the dialog keeps
+// them (the other controls' keys stay as they are), in one crash-safe replacement of the file. False when
+// the file could not be written.
+bool saveConductivityCalibration(const std::string& optionsPath, const FieldConfig& calibration);
 
 // Moves the scope and the data board to the addresses the settings give. "/IPSCP" still decides the
 // scope's address when it was on the command line.

@@ -79,6 +79,7 @@ bool FieldInstruments::openDepth() {
     d.AD4_CountsPerFt = Config.ad4CountsPerFt;
     d.Cond_Constant = Config.condConstant;
     d.Cond_Offset = Config.condOffset;
+    d.Cond_Constant2 = Config.condConstant2;
     d.UseHdReference = Config.hdReference;
     const auto number = [](const std::string& text, int fallback) {
         int v = fallback;
