@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace zel::plot {
 namespace {
@@ -88,24 +89,28 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
     const double rowHeight = r.height() / rows;
     const auto xOf = [&](double v) { return r.left() + t.fraction(v) * r.width(); };
 
-    // The rows holding points, in depth order. A row whose values all lie below the floor is a gap; so is
-    // a depth step much longer than the log's usual one (a clipped or missing stretch), which the curve
-    // and the fill do not bridge.
+    // The rows holding points of a curve, in depth order. A row whose values all lie below the floor is a
+    // gap; so is a depth step much longer than the log's usual one (a clipped or missing stretch), which
+    // the curve and the fill do not bridge.
     struct RowPoint {
         double y;
         float min, max;
         int minPoint, maxPoint;
         bool gapBefore;
     };
-    std::vector<RowPoint> pts;
-    {
-        const std::vector<RowExtent> ext = decimateRows(t.depth, t.values, window, rows);
+    const auto rowsOf = [&](std::span<const float> values) {
+        std::vector<RowPoint> out;
+        const std::vector<RowExtent> ext = decimateRows(t.depth, values, window, rows);
         const double maxStep = 3.0 * model.pointSpacing();
         bool gap = true;
         int lastPoint = -1;
         for (int row = 0; row < rows; ++row) {
             const RowExtent& e = ext[static_cast<std::size_t>(row)];
-            if (e.empty()) continue;
+            if (e.empty()) {
+                // A curve of several lines has gaps of its own (a channel not fitted): not bridged either.
+                if (!t.lines.empty()) gap = true;
+                continue;
+            }
             if (t.floor && e.max < *t.floor) {
                 gap = true;
                 continue;
@@ -115,10 +120,26 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
                                             t.depth[static_cast<std::size_t>(lastPoint)]) > maxStep)
                 gap = true;
             const float lo = t.floor ? std::max(e.min, static_cast<float>(*t.floor)) : e.min;
-            pts.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
+            out.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
             gap = false;
             lastPoint = std::max(e.minPoint, e.maxPoint);
         }
+        return out;
+    };
+    const std::vector<RowPoint> pts = rowsOf(t.values);
+
+    if (t.kind == TrackKind::Class) {
+        // A strip: each row the colour of its point's class, across the whole track.
+        p.setPen(Qt::NoPen);
+        for (const RowPoint& q : pts)
+            if (static_cast<std::size_t>(q.maxPoint) < t.fill.size())
+                p.fillRect(QRectF(r.left(), q.y - rowHeight, r.width(), rowHeight * 2.0),
+                           qcolour(t.fill[static_cast<std::size_t>(q.maxPoint)]));
+        p.restore();
+        p.setPen(QPen(Qt::black, lineWidth));
+        p.setBrush(Qt::NoBrush);
+        p.drawRect(r);
+        return;
     }
 
     if (t.filled) {
@@ -149,23 +170,34 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
         p.setBrush(Qt::NoBrush);
     }
 
-    p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(t.pen), lineWidth));
-    QPolygonF curve;
-    const auto flush = [&] {
-        if (curve.size() == 1)
-            p.drawPoint(curve.front());
-        else if (!curve.isEmpty())
-            p.drawPolyline(curve);
-        curve.clear();
+    const auto drawCurve = [&](const std::vector<RowPoint>& curvePoints, Colour pen, Qt::PenStyle style) {
+        p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(pen), lineWidth, style));
+        QPolygonF curve;
+        const auto flush = [&] {
+            if (curve.size() == 1)
+                p.drawPoint(curve.front());
+            else if (!curve.isEmpty())
+                p.drawPolyline(curve);
+            curve.clear();
+        };
+        for (const RowPoint& q : curvePoints) {
+            if (q.gapBefore) flush();
+            // The row's extremes in depth order, so the line joins the neighbouring rows the way it came.
+            const bool minFirst = q.minPoint <= q.maxPoint;
+            curve << QPointF(xOf(minFirst ? q.min : q.max), q.y);
+            if (q.min != q.max) curve << QPointF(xOf(minFirst ? q.max : q.min), q.y);
+        }
+        flush();
     };
-    for (const RowPoint& q : pts) {
-        if (q.gapBefore) flush();
-        // The row's extremes in depth order, so the line joins the neighbouring rows the way it came.
-        const bool minFirst = q.minPoint <= q.maxPoint;
-        curve << QPointF(xOf(minFirst ? q.min : q.max), q.y);
-        if (q.min != q.max) curve << QPointF(xOf(minFirst ? q.max : q.min), q.y);
+    if (t.lines.empty()) {
+        drawCurve(pts, t.pen, Qt::SolidLine);
+    } else {
+        // Printed in black the lines keep apart by their dashes.
+        static constexpr Qt::PenStyle kStyles[] = {Qt::SolidLine, Qt::DashLine, Qt::DotLine, Qt::DashDotLine};
+        for (std::size_t i = 0; i < t.lines.size(); ++i)
+            drawCurve(rowsOf(t.lines[i].values), t.lines[i].pen,
+                      s.printBlack ? kStyles[i % 4] : Qt::SolidLine);
     }
-    flush();
 
     QPen dashed(QColor(200, 0, 0), lineWidth, Qt::DashLine);
     p.setPen(dashed);
@@ -302,8 +334,10 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         if (style.drawTitles) {
             p.setPen(Qt::black);
             drawTitle(p, QRectF(r.left(), rect.top(), r.width(), 2 * lh), titleOf(t), sink);
-            drawScale(p, QRectF(r.left(), rect.top() + 2 * lh, r.width(), l.titleHeight - 2 * lh), r, t,
-                      lineWidth, sink);
+            // The class strip has no value scale: its colours are named in the legend.
+            if (t.kind != TrackKind::Class)
+                drawScale(p, QRectF(r.left(), rect.top() + 2 * lh, r.width(), l.titleHeight - 2 * lh), r, t,
+                          lineWidth, sink);
         }
     }
     if (tracks.empty()) return p.restore();

@@ -86,6 +86,8 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     checkBox(plf, "chkPlotCond", "Conductivity track");
     checkBox(plf, "chkPlotScat", "Scatter track");
     checkBox(plf, "chkPlotFluor", "Fluorescence track");
+    checkBox(plf, "chkPlotNNLS", "NNLS track (a basis fit beside the log)");
+    checkBox(plf, "chkCluster", "Class strip beside %RE (a classification beside the log)", true);
     checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
     v->addWidget(plotBox);
     v->addStretch();

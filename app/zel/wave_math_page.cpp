@@ -15,6 +15,7 @@ WaveMathPage::WaveMathPage() {
     checkBox(v, pc::kFirstSample, "Store sample 0 as %RE (baseline diagnostic)");
     checkBox(v, pc::kCalloutFluorColour, "Colour callouts by their fluorescence channels");
     checkBox(v, pc::kBaseline, "Baseline: offer a log's stored baseline when it is loaded");
+    checkBox(v, "chkLifetime", "Decay-time track (a lifetime fit beside the log)", true);
     v->addStretch();
 }
 
