@@ -141,10 +141,7 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
         }
         result.repaired = raw.repaired;
         result.pointValues = raw.pointValues;
-        target.arrays.clearFits();
-        readLifetimeResults(path, target, host);
-        readNnlsResults(path, target, host);
-        readClassResults(path, target, host);
+        ReadFitsBeside(path, target, host);
         step = 8;
         if (!session.quiet) {
             const std::string plt = target.log.File_FullPath_Plt();
@@ -171,6 +168,13 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
 }
 
 } // namespace
+
+void ReadFitsBeside(const std::string& rawLogPath, LoadedLog target, Host& host) {
+    target.arrays.clearFits();
+    readLifetimeResults(rawLogPath, target, host);
+    readNnlsResults(rawLogPath, target, host);
+    readClassResults(rawLogPath, target, host);
+}
 
 LoadResult Load_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host) {
     QuietScope quiet(session, request.quiet);
