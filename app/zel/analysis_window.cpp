@@ -17,7 +17,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace zel::gui {

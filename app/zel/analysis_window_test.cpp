@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
