@@ -277,7 +277,9 @@ bool readWaveBlock(const std::string& path, std::uint64_t offset, LogArrays& arr
 }
 
 // HD-board mode: the mask and N records of C floats from offset L, spread over the log's arrays.
-bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, LogArrays& arrays, Host& host) {
+// pointValues: the records carry the push's %RE and every channel, so the log's point values are whole.
+bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, LogArrays& arrays, Host& host,
+                 bool& pointValues) {
     const std::uint64_t L = loc.state.textLength;
     if (loc.state.fileSize < L + 4) return report(host, path, "the HD board block has no column mask.");
     BinaryFile f(path, "rb");
@@ -317,6 +319,13 @@ bool readHdBlock(const std::string& path, const Located& loc, cZEL_Data& log, Lo
         DistributeHdRecord(mask, record, background, arrays.columns.row(p), arrays.waves.row(p));
     }
     log.DataPoints(points - 1);
+    bool everyChannel = true;
+    for (int bit = 0; bit < hd_layout::kBoardColumns; ++bit) {
+        const int channel = hd_layout::columnOfBit(bit) - hd_layout::kFirstSignalColumn;
+        if (channel >= 0 && channel < hd_layout::kSignalColumns)
+            everyChannel = everyChannel && (mask >> bit & 1u);
+    }
+    pointValues = everyChannel && (mask & hd_layout::kPushValuesBit) != 0;
     return true;
 }
 
@@ -519,7 +528,7 @@ RawLogLoadResult LoadRawLog(const std::string& path, cZEL_Data& log, LogArrays& 
     if (result.hdBoard) {
         // The lists first: the background's channel values are taken off the board's.
         ok = readBaseline(lists, arrays, ctx, options) && readWaveLists(lists, log, arrays, result) &&
-             readHdBlock(path, *loc, log, arrays, host);
+             readHdBlock(path, *loc, log, arrays, host, result.pointValues);
         if (ok && withPresFlow && arrays.presFlow.width() == 0)
             ok = arrays.presFlow.resize(kPresFlowColumns, arrays.points()) == ArrayStatus::Ok;
         if (ok) {

@@ -111,6 +111,11 @@ bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder) {
     return true;
 }
 
+void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder) {
+    recorder.Context.conductivity =
+        board.InUse() || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
+}
+
 int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board,
                       const std::string& dataRoot) {
     if (!board.Digitiser()) return 0;

@@ -61,6 +61,10 @@ bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const 
 // (read from the board's status now). False, with nothing changed, when the board is not the digitiser.
 bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder);
 
+// Conductivity is logged when a source digitises it: the data board's input when the board is in the push,
+// else the depth interface's analogue input 1 when it is switched on.
+void PrepareConductivity(const BoardAdapter& board, const cZEL_Depth& depth, acq::LogRecorder& recorder);
+
 // At start with the board as the digitiser: the RE and background kept in the RE reference file become the
 // ones in force (the RE with the time it was written). Returns the sections taken.
 int ReadReferenceFile(acq::ReferenceControl& reference, const acq::Board& board, const std::string& dataRoot);

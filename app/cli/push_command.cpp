@@ -220,9 +220,6 @@ int runPush(const PushArgs& a) {
     acq::LogRecorder recorder(host, clock, log, arrays, forms,
                               (std::filesystem::path(a.out) / a.name).string(), a.out,
                               s.o2 ? LogFamily::O2 : LogFamily::Lif);
-    // Conductivity is logged when a source digitises it: the depth board's analogue input 1, or the data
-    // board's input in HD-board mode.
-    recorder.Context.conductivity = hd || (depth.Source() == DepthSource::Interface && depth.Int_A1_Enable);
     FieldInstruments& drivers = *instruments;
     PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
                 static_cast<std::int64_t>(a.idleSeconds * 1000.0));
@@ -237,6 +234,7 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    program::PrepareConductivity(board, depth, recorder);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());
     // The RE and background are processed in the mode's layout, before the RE says how many channels.

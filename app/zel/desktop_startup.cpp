@@ -20,7 +20,9 @@ bool startDesktop(MainWindow& window, const StartupSettings& settings, Host& hos
     std::vector<std::unique_ptr<program::SimChild>> sims;
     std::unique_ptr<FieldInstruments> drivers;
     if (how.sim && !settings.fileMode) {
-        if (const auto config = program::startSimulators(host, how.simOptions, sims))
+        program::SimOptions simOptions = how.simOptions;
+        simOptions.hd = simOptions.hd || settings.hd; // "/H": the rig's data board too
+        if (const auto config = program::startSimulators(host, simOptions, sims))
             drivers = std::make_unique<FieldInstruments>(host, clock, *config);
         else
             sims.clear();

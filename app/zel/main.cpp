@@ -166,8 +166,6 @@ int main(int argc, char** argv) {
     zel::gui::DesktopStartup how;
     how.sim = sim;
     how.simOptions = simOptions;
-    // "/H" with --sim: the rig's data board too.
-    how.simOptions.hd = settings.hd;
     how.running = &running;
     how.showVersion = [&](std::string_view v) { version = QString::fromUtf8(v.data(), qsizetype(v.size())); };
     how.mainWindowShown = [&] {

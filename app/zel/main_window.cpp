@@ -19,6 +19,7 @@
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
+#include "log/raw_log_format.h"
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
@@ -311,6 +312,8 @@ QAction* MainWindow::action(const QString& objectName) const {
 void MainWindow::updateActions() {
     const bool points = arrays_.points() > 0;
     const bool field = reference_ != nullptr;
+    // In HD-board mode no oscilloscope is open: what only the scope can do is not offered.
+    const bool scope = field && instruments_ && instruments_->drivers().ScopeOpen();
     const auto enable = [this](const char* name, bool on) {
         if (QAction* a = action(QString::fromLatin1(name))) a->setEnabled(on);
     };
@@ -327,11 +330,11 @@ void MainWindow::updateActions() {
     enable("mnuAcq_Record", field && !pushing_);
     enable("mnuAcq_Pause", pushing_);
     enable("mnuAcq_Stop", pushing_);
-    enable("mnuAcq_RecoverRE", field && !pushing_);
-    enable("mnuAcq_RescueRE", field && !pushing_);
+    enable("mnuAcq_RecoverRE", scope && !pushing_);
+    enable("mnuAcq_RescueRE", scope && !pushing_);
     enable("mnuAcq_RecoverTemp", !pushing_);
     // The timed acquisition needs the scope; during a push it is the timed mode's switch.
-    enable("mnuAcq_Timed", field);
+    enable("mnuAcq_Timed", scope);
     enable("mnuAcq_Continuous", field);
     enable("mnuHelp_ResetINI", !pushing_);
     const QString noInstruments = QStringLiteral("No instruments are open (start zel with --sim to push "
@@ -572,6 +575,8 @@ void MainWindow::selectPoint(int point) {
     for (const std::string& l : settings_.labels)
         view.channelLabels.push_back(l);
     view.deltaX = log_.Wave_DeltaX();
+    // An HD board's point is its four channel values in volts, not a sampled waveform.
+    if (arrays_.waves.samplesPerWave() == raw_log::kHdWavePoints + 1) view.valueUnit = "Signal (V)";
     const std::array<int, 3>& cut = log_.Cutoff_Index();
     view.boundaries.assign(cut.begin(), cut.end());
     view.callouts = plot::logCallouts(log_, arrays_, model.channelColours());
@@ -949,6 +954,19 @@ void MainWindow::showStoredReference() {
 
 // The RE just taken, in the waveform view until the push's first point replaces it.
 void MainWindow::showREWave() {
+    if (reference_->HdRE) {
+        // The board's reference state is four values, one a channel: shown as the push shows its points.
+        plot::WaveformView view;
+        view.depthUnit = plot_->model().depthUnit();
+        for (const std::string& l : settings_.labels)
+            view.channelLabels.push_back(l);
+        view.valueUnit = "Signal (V)";
+        view.title = "Board RE";
+        const HdChannels bk = reference_->HdBackground.value_or(HdChannels{});
+        wave_->setView(std::move(view), {}, {reference_->HdRE->begin(), reference_->HdRE->end()},
+                       {bk.begin(), bk.end()});
+        return;
+    }
     const cZEL_Waveform& re = reference_->RE();
     plot::WaveformView view;
     view.depthUnit = plot_->model().depthUnit();
@@ -963,6 +981,10 @@ void MainWindow::showREWave() {
 void MainWindow::showREPanel() {
     if (!reference_ || !reference_->HasRE) {
         rePanel_->clear();
+        return;
+    }
+    if (reference_->HdRE) {
+        rePanel_->showBoard(*reference_->HdRE, reference_->HdBackground.value_or(HdChannels{}));
         return;
     }
     const cZEL_Waveform& re = reference_->RE();
@@ -1047,6 +1069,7 @@ bool MainWindow::startPush() {
     program::ConfigureHydraulics(setup, referenceTests_, instruments_->presFlow(), *push_, *recorder_.current,
                                  host_);
     hpForm_->setPushing(push_->LogsPresFlow());
+    program::PrepareConductivity(instruments_->board(), instruments_->drivers().Depth(), *recorder_.current);
     program::PrepareHdRecording(instruments_->board(), *recorder_.current);
     selectedPoint_ = -1;
     pushing_ = true;

@@ -2,6 +2,8 @@
 #include "app/zel/desktop_startup.h"
 #include "app/zel/gui_test_app.h"
 #include "app/zel/main_window.h"
+#include "common/hd_layout.h"
+#include "common/number_text.h"
 #include "common/testing/recording_host.h"
 #include "instruments/platform/event_loop_host.h"
 #include "log/raw_log_test_data.h"
@@ -32,6 +34,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -478,6 +481,98 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
         gpsNamed += std::regex_match(f.path().filename().string(), gpsName);
     EXPECT_EQ(gpsNamed, 1);
     EXPECT_EQ(message("File exists, record cancelled"), nullptr);
+}
+
+TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {
+    // "/H" with --sim: start-up opens the data board and no oscilloscope, and the window pushes on the board.
+    MainWindow w(loopHost, clock, StartupSettings{}, file(""));
+    DesktopStartup how;
+    how.instanceCheck = false;
+    how.sim = true;
+    how.simOptions.sweepMs = 0;
+    how.simOptions.rateFtPerS = 1;
+    ASSERT_TRUE(startDesktop(w, parseCommandLine("/H"), loopHost, clock, file(""), how));
+    const std::vector<std::string> steps = host.progressTexts();
+    EXPECT_EQ(std::find(steps.begin(), steps.end(), "Initializing scope..."), steps.end());
+    ASSERT_NE(w.reference(), nullptr);
+    ASSERT_TRUE(w.action("mnuAcq_Record")->isEnabled());
+    w.openFolder = [](const std::string&) {};
+    child<QCheckBox>(w, "chkAutoName")->setChecked(true);
+    child<QLineEdit>(w, "txtLogFolder")->setText(QString::fromStdString(file("logs")));
+    child<QLineEdit>(w, "txtLogName")->setText("H-1");
+
+    // Only the scope recovers an RE or acquires on a timer.
+    for (const char* scopeOnly : {"mnuAcq_RecoverRE", "mnuAcq_RescueRE", "mnuAcq_Timed"})
+        EXPECT_FALSE(w.action(scopeOnly)->isEnabled()) << scopeOnly;
+
+    w.action("mnuAcq_Background")->trigger();
+    w.action("mnuAcq_RE")->trigger();
+    ASSERT_TRUE(w.reference()->HasRE);
+    ASSERT_TRUE(w.reference()->HdRE && w.reference()->HdBackground);
+    // The panel and the waveform view show the board's four values, not an empty scope RE.
+    const QString panel = w.rePanel().text();
+    EXPECT_TRUE(panel.startsWith("Board RE: ")) << panel.toStdString();
+    EXPECT_TRUE(
+        panel.contains(QString::fromStdString("CH1: " + formatNumber((*w.reference()->HdRE)[0], "#0.000"))))
+        << panel.toStdString();
+    ASSERT_EQ(w.waveform().view().re.size(), 4u);
+    EXPECT_EQ(w.waveform().view().re[2], (*w.reference()->HdRE)[2]);
+    int liveRows = 0;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (!w.pushing()) return;
+        // While the push runs the side file grows beside the log-to-be.
+        if (w.push()->Points() > 0) liveRows = std::max(liveRows, w.depthPlot().model().points());
+        if (w.push()->Points() >= 5) w.action("mnuAcq_Stop")->trigger();
+    });
+    watch.start(20);
+    w.action("mnuAcq_Record")->trigger();
+    watch.stop();
+
+    const std::string raw = file("logs/H-1.lif.raw.bin");
+    ASSERT_TRUE(fs::exists(raw));
+    EXPECT_FALSE(fs::exists(file("logs/H-1.lif.raw.hd"))) << "the side file goes once it is appended";
+    const int points = w.push()->Points();
+    EXPECT_GE(points, 5);
+    EXPECT_GT(liveRows, 0);
+    EXPECT_EQ(w.waveform().view().valueUnit, "Signal (V)");
+    // The binary part is the stream: its mask, then every point's record, and no trailer after them.
+    const std::string bytes = get(raw);
+    const std::string marker = "DATA=Binary Appended\r\n";
+    const std::size_t at = bytes.find(marker);
+    ASSERT_NE(at, std::string::npos);
+    std::uint32_t mask = 0;
+    std::memcpy(&mask, bytes.data() + at + marker.size(), 4);
+    EXPECT_NE(mask & hd_layout::kPushValuesBit, 0u);
+    const std::size_t recordBytes = 4u * static_cast<std::size_t>(hd_layout::recordValues(mask));
+    EXPECT_EQ(bytes.size(), at + marker.size() + 4 + static_cast<std::size_t>(points) * recordBytes);
+    // The board's reference state is kept for the next session.
+    cInifile ref;
+    ref.Path = file("ref/RE.lif.ref.txt");
+    for (const char* section : {"HD-RE", "HD-BK"}) {
+        ref.Section = section;
+        ref.Key = "CH1";
+        EXPECT_FALSE(ref.Value().empty()) << section;
+    }
+
+    // Loaded again, the log plots what the push showed: the same points, the same %RE.
+    const auto signal = [&w] { return w.depthPlot().model().track(plot::TrackKind::Signal)->values; };
+    const std::vector<float> pushed = signal();
+    ASSERT_EQ(pushed.size(), static_cast<std::size_t>(points));
+    ASSERT_TRUE(w.loadLog(raw));
+    EXPECT_EQ(w.log().WavePoints(), 3);
+    const std::vector<float> loaded = signal();
+    ASSERT_EQ(loaded.size(), pushed.size());
+    for (std::size_t p = 0; p < pushed.size(); ++p)
+        EXPECT_NEAR(loaded[p], pushed[p], 0.01 * std::max(1.0f, pushed[p])) << p;
+    // The board digitised the conductivity too; the loaded log exports as the push did.
+    EXPECT_NE(bytes.find("Conductivity=True\r\n"), std::string::npos);
+    const std::string exported = file("logs/H-1.lif.dat.txt");
+    const std::string pushExport = get(exported);
+    ASSERT_FALSE(pushExport.empty());
+    fs::remove(exported);
+    w.action("mnuFile_ExportData")->trigger();
+    EXPECT_EQ(get(exported), pushExport);
 }
 
 TEST_F(MainWindowTest, TheInfoPageShowsTheLoadedLogAndWritesCorrectionsBackIntoIt) {

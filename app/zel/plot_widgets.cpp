@@ -262,6 +262,17 @@ void REPanelWidget::show(const acq::REPanel& panel, float areaPVs, const std::ar
     mark(ratio_, panel.ratioOffTarget);
 }
 
+void REPanelWidget::showBoard(const std::array<float, 4>& re, const std::array<float, 4>& background) {
+    clear();
+    float above = 0.0f;
+    for (std::size_t i = 0; i < re.size(); ++i)
+        above += re[i] - background[i];
+    area_->setText(QStringLiteral("Board RE: ") + qs(formatNumber(above, "#0.000")) +
+                   QStringLiteral(" V above the background"));
+    for (std::size_t i = 0; i < re.size(); ++i)
+        values_[i]->setText(QStringLiteral("CH%1: %2 V").arg(i + 1).arg(qs(formatNumber(re[i], "#0.000"))));
+}
+
 void REPanelWidget::showStored(const QString& text) {
     clear();
     target_->setText(text);

@@ -92,6 +92,8 @@ public:
     void clear();
     // No RE yet this session: what is known of the last one.
     void showStored(const QString& text);
+    // HD-board mode: the board's RE and background, four channel values in volts.
+    void showBoard(const std::array<float, 4>& re, const std::array<float, 4>& background);
     QString text() const; // everything shown, for the tests and the status line
 
 private:

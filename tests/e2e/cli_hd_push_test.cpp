@@ -190,7 +190,10 @@ TEST(CliHdPush, TheLogIsTheMaskAndTheBoardsRecordsWithNoTrailer) {
     const RunResult exported =
         runProgram(kCli + " export " + quote(raw.string()) + " --to " + quote(pages.string()));
     ASSERT_EQ(exported.exitCode, 0) << exported.err;
-    EXPECT_TRUE(fs::exists(pages / "H1.lif.dat.txt"));
+    // The export of the saved log is the push's own, %RE and channels included.
+    const std::string pushExport = fileBytes(j["data_export"].get<std::string>());
+    EXPECT_NE(pushExport.find("\r\n"), std::string::npos);
+    EXPECT_EQ(fileBytes(pages / "H1.lif.dat.txt"), pushExport);
 }
 
 TEST(CliHdPush, AKilledPushIsRecoveredFromItsSideFile) {
