@@ -67,11 +67,6 @@ std::string clean(std::string text) {
     return text;
 }
 
-float pointDepth(const LogArrays& arrays, int p) {
-    return point_column::Depth < arrays.columns.width() ? arrays.columns(point_column::Depth, p)
-                                                        : std::numeric_limits<float>::quiet_NaN();
-}
-
 bool belowFloor(const LogArrays& arrays, int p, double floorPct) {
     if (!(floorPct > 0) || point_column::Signal >= arrays.columns.width()) return false;
     const float s = arrays.columns(point_column::Signal, p);

@@ -106,11 +106,7 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
         int lastPoint = -1;
         for (int row = 0; row < rows; ++row) {
             const RowExtent& e = ext[static_cast<std::size_t>(row)];
-            if (e.empty()) {
-                // A curve of several lines has gaps of its own (a channel not fitted): not bridged either.
-                if (!t.lines.empty()) gap = true;
-                continue;
-            }
+            if (e.empty()) continue;
             if (t.floor && e.max < *t.floor) {
                 gap = true;
                 continue;
@@ -119,6 +115,10 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
             if (lastPoint >= 0 && std::fabs(double(t.depth[static_cast<std::size_t>(first)]) -
                                             t.depth[static_cast<std::size_t>(lastPoint)]) > maxStep)
                 gap = true;
+            // A point without a value between the last drawn and this one (a channel not fitted, a point
+            // under the cut-off) is a gap too: the line does not pretend to know it.
+            for (int q = lastPoint + 1; lastPoint >= 0 && q < first && !gap; ++q)
+                if (!std::isfinite(values[static_cast<std::size_t>(q)])) gap = true;
             const float lo = t.floor ? std::max(e.min, static_cast<float>(*t.floor)) : e.min;
             out.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
             gap = false;
@@ -129,12 +129,19 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
     const std::vector<RowPoint> pts = rowsOf(t.values);
 
     if (t.kind == TrackKind::Class) {
-        // A strip: each row the colour of its point's class, across the whole track.
+        // A strip: each point's class colour across the whole track, from half way to the point above to
+        // half way to the point below (not across a gap), so a sparse log reads as bands.
         p.setPen(Qt::NoPen);
-        for (const RowPoint& q : pts)
-            if (static_cast<std::size_t>(q.maxPoint) < t.fill.size())
-                p.fillRect(QRectF(r.left(), q.y - rowHeight, r.width(), rowHeight * 2.0),
-                           qcolour(t.fill[static_cast<std::size_t>(q.maxPoint)]));
+        for (std::size_t i = 0; i < pts.size(); ++i) {
+            const RowPoint& q = pts[i];
+            if (static_cast<std::size_t>(q.maxPoint) >= t.fill.size()) continue;
+            const bool joinUp = i > 0 && !q.gapBefore;
+            const bool joinDown = i + 1 < pts.size() && !pts[i + 1].gapBefore;
+            const double y0 = joinUp ? (pts[i - 1].y + q.y) / 2.0 : q.y - rowHeight;
+            const double y1 = joinDown ? (q.y + pts[i + 1].y) / 2.0 : q.y + rowHeight;
+            p.fillRect(QRectF(r.left(), y0, r.width(), std::max(y1 - y0, rowHeight)),
+                       qcolour(t.fill[static_cast<std::size_t>(q.maxPoint)]));
+        }
         p.restore();
         p.setPen(QPen(Qt::black, lineWidth));
         p.setBrush(Qt::NoBrush);
