@@ -36,6 +36,9 @@ public:
         delay = seconds;
         calls.push_back("delay");
     }
+    void SetVerticalScale(float mV) override {
+        calls.push_back("scale " + std::to_string(static_cast<int>(mV)));
+    }
     void StartPush() override { calls.push_back("start"); }
     void StopPush() override { calls.push_back("stop"); }
 };

@@ -28,6 +28,8 @@ public:
     // Horizontal delay in seconds.
     virtual double Delay() = 0;
     virtual void SetDelay(double seconds) = 0;
+    // The live input's vertical scale, millivolts a division (the RE is taken at the RE scale).
+    virtual void SetVerticalScale(float millivoltsPerDivision) = 0;
     // Starts and stops the acquiring of the push.
     virtual void StartPush() = 0;
     virtual void StopPush() = 0;

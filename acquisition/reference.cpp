@@ -172,6 +172,7 @@ bool ReferenceControl::AcquireReference(int kind, bool interactive) {
         if (board_.InUse() && kind == kRE) board_.EnterReferenceState();
 
         step = 2;
+        if (kind == kRE && REScale > 0.0f) scope_.SetVerticalScale(REScale);
         Waveform wave;
         const bool got = scope_.Acquire("CH2", wave);
         if (kind == kRE) {

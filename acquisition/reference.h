@@ -78,6 +78,8 @@ public:
     WaveformOptions WaveOptions;
     int Mode = 0;
     int AcqType = 0; // 1: gated layout
+    // The RE scale (millivolts a division) the scope's live input is set to before an RE; 0 leaves it.
+    float REScale = 0.0f;
     // Brings the information tab to the front for the first-push question.
     std::function<void()> ShowInfoTab;
 

@@ -103,6 +103,7 @@ public:
     int Status() override { return 1; }
     double Delay() override { return 0.0; }
     void SetDelay(double) override {}
+    void SetVerticalScale(float) override {}
     void StartPush() override {}
     void StopPush() override {}
 

@@ -2,6 +2,8 @@
 
 #include "common/number_text.h"
 
+#include <QTcpSocket>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -51,6 +53,11 @@ void ScopeAdapter::SetDelay(double seconds) {
 
 void ScopeAdapter::setMinimumScale(float millivolts) {
     if (millivolts > 0.0f && millivolts <= 10000.0f) s_.MinVertScale_mV = millivolts;
+}
+
+void ScopeAdapter::SetVerticalScale(float millivoltsPerDivision) {
+    if (millivoltsPerDivision > 0.0f && millivoltsPerDivision <= 10000.0f)
+        s_.Tek_VertScale("CH2", millivoltsPerDivision / 1000.0f);
 }
 
 void ScopeAdapter::StartPush() {
@@ -299,6 +306,23 @@ std::unique_ptr<PushRig> openSimulatedRig(Host& host, const Clock& clock, const 
     drivers->openPresFlow();
     if (options.hd) drivers->openHdBoard(config->hdAddress);
     return std::make_unique<PushRig>(host, clock, std::move(drivers), std::move(sims), options.hd);
+}
+
+bool PushRig::placeInWaterTube(double feetUnderWater) {
+    for (const auto& sim : sims_) {
+        const int port = sim->port("operator", "port");
+        if (port <= 0) continue;
+        QTcpSocket socket;
+        socket.connectToHost(QStringLiteral("127.0.0.1"), static_cast<quint16>(port));
+        if (!socket.waitForConnected(2000)) return false;
+        const std::string request =
+            feetUnderWater < 0 ? "tube out\n" : "tube " + formatNumber(feetUnderWater, "0.0##") + "\n";
+        socket.write(request.c_str());
+        while (!socket.canReadLine())
+            if (!socket.waitForReadyRead(2000)) return false;
+        return socket.readLine(64).trimmed() == "ok";
+    }
+    return false;
 }
 
 } // namespace zel::program

@@ -31,6 +31,7 @@ public:
     // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
     // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
     void setMinimumScale(float millivolts);
+    void SetVerticalScale(float millivoltsPerDivision) override;
     void StartPush() override;
     void StopPush() override;
 
@@ -219,6 +220,10 @@ public:
     PresFlowAdapter& presFlow() { return presFlow_; }
     FieldInstruments& drivers() { return *drivers_; }
     bool simulated() const { return !sims_.empty(); }
+    // The simulated rig's operator puts the probe in the water tube with its pressure port feetUnderWater
+    // under water (negative: out of it), as a prompt asks the crew on a real rig. False when no simulated
+    // operator took the request (a real rig: the crew does it by hand).
+    bool placeInWaterTube(double feetUnderWater);
     // Depths in metres (rates in cm/s) instead of feet (in/s), from the next reading on.
     void setMetric(bool metric);
 

@@ -216,6 +216,8 @@ const std::map<std::string, std::string, std::less<>>& specialDefaults() {
         }
         for (int i = 0; i < 4; ++i) {
             m["FTchkPresFlowAuto" + std::to_string(i)] = "1";
+            // Pressure and flow show wherever a log has them.
+            m["FTchkPresFlowPlot" + std::to_string(i)] = i < 2 ? "1" : "0";
             m["FTtxtPFscale" + std::to_string(2 * i)] = "0";
             m["FTtxtPFscale" + std::to_string(2 * i + 1)] = "100";
         }

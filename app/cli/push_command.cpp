@@ -234,6 +234,7 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
+    reference.REScale = static_cast<float>(s.reScale);
     program::PrepareConductivity(board, depth, recorder);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());
@@ -268,11 +269,14 @@ int runPush(const PushArgs& a) {
                                      : "0 ft test: raise the pressure port to the water's surface, then OK.",
                              MsgButtons::OkCancel) == MsgResult::Cancel)
                 return 1;
+            // The simulated rig's operator does what the prompt asked.
+            if (rig.simulated()) rig.placeInWaterTube(oneFoot ? 1.0 : 0.0);
             const auto shown =
                 program::TakeLiveReferenceTest(kind, referenceTests, drivers.PresFlow(), host, clock);
             if (!shown) return 1;
             std::cout << (oneFoot ? "HPT1ft " : "HPT0ft ") << *shown << std::endl;
         }
+        if (rig.simulated()) rig.placeInWaterTube(-1.0);
         program::ConfigureHydraulics(setup, referenceTests, presFlow, push, recorder, host);
     }
     push.PointTaken = [&](int n, const acq::PointRecord& p) {

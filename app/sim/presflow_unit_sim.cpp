@@ -96,6 +96,8 @@ void PresFlowUnitSim::send() {
     const double now = clock_.elapsed() / 1000.0;
     auto r = flowOff_ ? dissipatingReading(o_, site_, depth, offFromPsi_, now - offAtS_, now)
                       : presFlowReading(o_, site_, depth, pumping_ || depth > 0, now);
+    // In the tube the water over the port adds its head; once the probe goes down it is out of the tube.
+    if (tubeFt_ > 0 && depth <= 0.0 && !pumping_) r.presDownPsi += tubeFt_ * kPsiPerFtOfWater;
     lastDownPsi_ = r.presDownPsi;
     std::mt19937 rng(seed_ * 40503u + static_cast<std::uint32_t>(readings_++));
     std::normal_distribution<double> noise(0.0, 1.0);

@@ -39,6 +39,9 @@ public:
     PresFlowUnitSim(PresFlowOptions options, PtyDevice& pty, Transcript& transcript, const SiteModel& site,
                     ProbeFeed probe, std::uint32_t seed);
     void receive(std::string_view bytes);
+    // The rig's operator puts the probe, at the surface, in the water tube with its pressure port this many
+    // feet under water for the reference tests; negative: out of the tube.
+    void setTube(double feetUnderWater) { tubeFt_ = feetUnderWater; }
 
 private:
     void command(const std::string& cmd);
@@ -60,6 +63,7 @@ private:
     double offAtS_ = 0;
     double offFromPsi_ = 0;
     double lastDownPsi_ = 0;
+    double tubeFt_ = -1;
 };
 
 } // namespace zel::sim

@@ -6,6 +6,7 @@
 #include "app/sim/hd_board_sim.h"
 #include "app/sim/presflow_unit_sim.h"
 #include "app/sim/probe.h"
+#include "app/sim/rig_operator.h"
 #include "app/sim/scope_model.h"
 #include "app/sim/scope_server.h"
 #include "app/sim/site_model.h"
@@ -210,6 +211,13 @@ int runRig(const RigArgs& a) {
         }
     }
 
+    RigOperator rigOperator;
+    rigOperator.placeInTube = [&presFlow](double feet) { presFlow.setTube(feet); };
+    if (!rigOperator.listen(QString::fromStdString(a.host), error)) {
+        std::cerr << "zel-sim rig: " << error << '\n';
+        return 1;
+    }
+
     const auto ports = scopeServer.ports();
     nlohmann::ordered_json j;
     j["scope"] = {{"portmap", ports.portmap}, {"vxi11", ports.vxi11}, {"socket", ports.socket}};
@@ -218,6 +226,7 @@ int runRig(const RigArgs& a) {
     j["gps"] = {{"pty", gpsPty.path()}};
     j["display"] = {{"pty", displayPty.path()}};
     if (hd) j["hd"] = hd->ports();
+    j["operator"] = {{"port", rigOperator.port()}};
     j["site"] = {{"name", site.name},
                  {"bottom_ft", site.bottomFt},
                  {"water_table_ft", site.waterTableFt},

@@ -91,6 +91,7 @@ void HpForm::take(bool oneFoot) {
         return;
     }
     const auto kind = oneFoot ? program::ReferenceTestKind::OneFoot : program::ReferenceTestKind::ZeroFoot;
+    if (placeInWaterTube) placeInWaterTube(oneFoot ? 1.0 : 0.0);
     if (const auto shown = program::TakeLiveReferenceTest(kind, tests_, *unit_, host_, clock_))
         (oneFoot ? oneFoot_ : zeroFoot_)->setText(toQt(*shown));
 }

@@ -30,6 +30,9 @@ public:
     void setPushing(bool pushingWithPresFlow);
     // Asked with the test's longest time in seconds.
     std::function<void(double seconds)> requestDissipation;
+    // Set on a simulated rig: its operator puts the probe in the water tube (feet under water) before a
+    // reference test reads it, as the crew does by hand on a real one.
+    std::function<void(double feetUnderWater)> placeInWaterTube;
     // A test the push took, shown under the command.
     void showDissipation(int slot, const DissipationCurve& curve, float staticPsi, float waterTableFt);
 

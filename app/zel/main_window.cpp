@@ -19,10 +19,10 @@
 #include "common/number_text.h"
 #include "common/text.h"
 #include "common/version.h"
-#include "log/raw_log_format.h"
 #include "log/data_export.h"
 #include "log/log_naming.h"
 #include "log/plot_companion.h"
+#include "log/raw_log_format.h"
 #include "log/raw_log_writer.h"
 #include "log/re_reference.h"
 #include "log/recovery.h"
@@ -809,6 +809,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
     push_.reset();
     reference_.reset();
     instruments_ = std::move(instruments);
+    hpForm_->placeInWaterTube = nullptr;
     if (instruments_) {
         program::PushRig& in = *instruments_;
         reference_ =
@@ -843,6 +844,7 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
         };
         if (in.drivers().PresFlowOpen()) in.presFlow().Monitor();
         hpForm_->setUnit(in.drivers().PresFlowOpen() ? &in.drivers().PresFlow() : nullptr);
+        if (in.simulated()) hpForm_->placeInWaterTube = [&in](double feet) { in.placeInWaterTube(feet); };
         if (QLabel* l = findChild<QLabel*>("labelConnection"))
             l->setText(in.simulated() ? "simulators" : "LAN");
         // A push's log takes the receiver's last fix when it ends, and says when its depths were not
@@ -922,6 +924,7 @@ PointProcessingSetup MainWindow::loadProcessing() {
 void MainWindow::applyGateOptions() {
     const program::SettingsModel m = settingsModel();
     reference_->Gates = program::ReadGateOptions(m);
+    reference_->REScale = static_cast<float>(listValue("cmbScopeREScale", settings_.reScale));
     program::ConfigureReference(program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m), 3,
                                                           reference_->FirmwareVersion),
                                 *reference_);

@@ -25,6 +25,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QStatusBar>
 #include <QTimer>
@@ -37,6 +38,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <regex>
 
 #include <filesystem>
@@ -573,6 +575,60 @@ TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {
     fs::remove(exported);
     w.action("mnuFile_ExportData")->trigger();
     EXPECT_EQ(get(exported), pushExport);
+}
+
+TEST_F(MainWindowTest, AHydraulicPushFromTheMenusTakesTheTubeTestsAndShowsPressureFlowAndK) {
+    auto w = newWindow();
+    program::SimOptions o;
+    o.sweepMs = 0;
+    o.rateFtPerS = 1;
+    auto rig = program::openSimulatedRig(loopHost, clock, o);
+    ASSERT_NE(rig, nullptr);
+    w->setInstruments(std::move(rig));
+    w->openFolder = [](const std::string&) {};
+    child<QCheckBox>(*w, "chkPresFlow")->setChecked(true);
+    child<QCheckBox>(*w, "chkAutoName")->setChecked(true);
+    child<QLineEdit>(*w, "txtLogFolder")->setText(QString::fromStdString(file("logs")));
+    child<QLineEdit>(*w, "txtLogName")->setText("HP-1");
+
+    // The rig's operator puts the probe in the water tube for each button: a foot of water between them.
+    child<QPushButton>(*w, "cmdHPT1ft")->click();
+    child<QPushButton>(*w, "cmdHPT0ft")->click();
+    const double oneFoot = val(child<QLabel>(*w, "lblHPT1ft")->text().toStdString());
+    const double zeroFoot = val(child<QLabel>(*w, "lblHPT0ft")->text().toStdString());
+    EXPECT_NEAR(oneFoot - zeroFoot, 0.433, 0.0433);
+    const HostEvent* result = message("Tested value = ");
+    ASSERT_NE(result, nullptr);
+    EXPECT_NE(result->text.find("Passed test."), std::string::npos) << result->text;
+
+    w->action("mnuAcq_Background")->trigger();
+    w->action("mnuAcq_RE")->trigger();
+    ASSERT_TRUE(w->reference()->HasRE);
+    // While the push runs, the pressure, flow and K tracks follow it.
+    std::map<plot::TrackKind, int> liveTrackPoints;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (!w->pushing()) return;
+        for (const auto kind :
+             {plot::TrackKind::PresFlow0, plot::TrackKind::PresFlow1, plot::TrackKind::KEstimate})
+            if (const plot::Track* t = w->depthPlot().model().track(kind))
+                liveTrackPoints[kind] = static_cast<int>(t->values.size());
+        if (w->push()->Points() >= 8) w->action("mnuAcq_Stop")->trigger();
+    });
+    watch.start(20);
+    w->action("mnuAcq_Record")->trigger();
+    watch.stop();
+    for (const auto kind :
+         {plot::TrackKind::PresFlow0, plot::TrackKind::PresFlow1, plot::TrackKind::KEstimate})
+        EXPECT_GT(liveTrackPoints[kind], 0) << static_cast<int>(kind);
+
+    const std::string raw = get(file("logs/HP-1.lif.raw.bin"));
+    EXPECT_NE(raw.find("PresFlow=True\r\n"), std::string::npos);
+    EXPECT_NE(raw.find("HPT1ft=" + formatNumber(oneFoot, "0.0###")), std::string::npos);
+    // The pump's pressure reached the track: well above the surface reading once the probe went down.
+    const plot::Track* pressure = w->depthPlot().model().track(plot::TrackKind::PresFlow0);
+    ASSERT_NE(pressure, nullptr);
+    EXPECT_GT(*std::max_element(pressure->values.begin(), pressure->values.end()), zeroFoot + 10.0);
 }
 
 TEST_F(MainWindowTest, TheInfoPageShowsTheLoadedLogAndWritesCorrectionsBackIntoIt) {

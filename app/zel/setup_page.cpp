@@ -88,6 +88,15 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     checkBox(plf, "chkPlotFluor", "Fluorescence track");
     checkBox(plf, "chkPlotNNLS", "NNLS track (a basis fit beside the log)");
     checkBox(plf, "chkCluster", "Class strip beside %RE (a classification beside the log)", true);
+    // Drawn only for a log that carries pressure and flow; its estimated K is always beside them.
+    const char* presFlow[] = {"Pressure track", "Flow track", "Upward pressure track",
+                              "Injection time track"};
+    for (int i = 0; i < 4; ++i) {
+        auto* c = new QCheckBox(presFlow[i]);
+        c->setChecked(i < 2);
+        setControlArray(c, "chkPresFlowPlot", i);
+        plf->addRow(c);
+    }
     checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
     v->addWidget(plotBox);
     v->addStretch();

@@ -169,6 +169,31 @@ TEST(HydraulicPush, KInEachLayerAndTheWaterTableOfADissipationTest) {
     std::cerr << "largest K error inside the layers: " << formatNumber(worst, "0.000") << " ft/day\n";
 }
 
+// The rig's operator puts the probe in the water tube as each prompt asks: the two live readings differ by a
+// foot of water and pass the test's window; the log and zel-cli info keep them.
+TEST(HydraulicPush, TheReferenceTestsReadAFootOfWaterInTheTube) {
+    TempDir dir;
+    const HpPush tested = push(dir, "HPref", "/PF --reference-tests");
+    ASSERT_EQ(tested.result.exitCode, 0) << tested.result.err;
+    const std::string& out = tested.result.out;
+    const std::string& messages = tested.result.err;
+    EXPECT_NE(messages.find("Passed test."), std::string::npos) << messages;
+    EXPECT_EQ(messages.find("Failed test"), std::string::npos) << messages;
+    const auto printed = [&out](const std::string& key) {
+        const auto at = out.find(key + " ");
+        return at == std::string::npos ? -1.0 : val(out.substr(at + key.size() + 1, 12));
+    };
+    const double oneFoot = printed("HPT1ft"), zeroFoot = printed("HPT0ft");
+    EXPECT_NEAR(zeroFoot, 18.6, 0.05); // the transducer's surface reading
+    EXPECT_NEAR(oneFoot - zeroFoot, 0.433, 0.0433);
+    const RunResult info = runProgram(kCli + " info " + quote(tested.summary["raw_log"].get<std::string>()));
+    ASSERT_EQ(info.exitCode, 0) << info.err;
+    const auto hp = nlohmann::json::parse(info.out)["hydraulic"];
+    EXPECT_EQ(hp["reference_test"], "passed");
+    EXPECT_NEAR(hp["hpt1ft"].get<double>(), oneFoot, 0.001);
+    EXPECT_NEAR(hp["hpt0ft"].get<double>(), zeroFoot, 0.001);
+}
+
 TEST(HydraulicPush, ADissipationTestNeedsThePressureFlowUnit) {
     TempDir dir;
     const RunResult r = runProgram(kCli + " push --sim --points 3 --yes --out " + quote(dir.path.string()) +

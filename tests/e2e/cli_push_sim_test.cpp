@@ -8,6 +8,7 @@
 #include "tests/e2e/scope_curves.h"
 
 #include "common/clock.h"
+#include "common/number_text.h"
 #include "common/testing/recording_host.h"
 #include "instruments/scope/fake_visa.h"
 #include "instruments/scope/scope.h"
@@ -20,6 +21,7 @@
 #include <cmath>
 #include <fcntl.h>
 #include <fstream>
+#include <map>
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
@@ -74,6 +76,31 @@ TEST(CliPushSim, LogWaveformsAreTheCurvesTheScopeSent) {
         for (int i = 0; i < samples; ++i)
             ASSERT_FLOAT_EQ(logged[i], expected[i]) << "point " << p << " sample " << i;
     }
+}
+
+// The RE is taken at the RE scale: "/RE" (here 20 and 100 mV a division) sets the scope's input before the
+// RE's curve, whose scaling follows it.
+TEST(CliPushSim, TheREIsTakenAtTheREScaleOfTheSwitch) {
+    TempDir dir;
+    std::map<int, double> reYMult;
+    for (const int mv : {20, 100}) {
+        const std::string dump = (dir.path / ("curves" + std::to_string(mv) + ".jsonl")).string();
+        const std::string name = "R" + std::to_string(mv);
+        const RunResult r =
+            push(dir, name, 2,
+                 "--yes --scope-dump " + quote(dump) + " /RE" + (mv < 100 ? "0" : "") + std::to_string(mv));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        std::ifstream in(dump);
+        std::vector<nlohmann::json> curves;
+        for (std::string line; std::getline(in, line);)
+            curves.push_back(nlohmann::json::parse(line));
+        ASSERT_GE(curves.size(), 2u);
+        reYMult[mv] = val(curves[1]["ymult"].get<std::string>()); // after the background
+        LoadedLog l(dir.path / (name + ".lif.raw.bin"));
+        ASSERT_TRUE(l.ok);
+        EXPECT_GT(l.log.RE_Area(), 0.0f);
+    }
+    EXPECT_NEAR(reYMult[100] / reYMult[20], 5.0, 1e-6);
 }
 
 // The RE area gate against the simulated reference emitter: dim enough blocks the push before anything
