@@ -1,14 +1,55 @@
 #!/usr/bin/env bash
-# Makes docs/zel-main-window.png and docs/demo-page.png: a simulated push down the rig's built-in site with
-# zel-cli, then zel showing that log under a virtual X server (its main window saved by zel's own
-# --screenshot), and the log's page made by zel-cli page (with a demo company and tools/demo-logo.png in its
-# title block) and turned into a picture.
-#   tools/screenshot.sh [OUTPUT.png]     (default docs/zel-main-window.png; build dir: $ZEL_BUILD_DIR or build)
+# Makes the README's pictures the way an operator works: zel started on the simulated rig under a virtual X
+# server and driven through its menus with the keyboard (Background, RE, Record, the log's name typed into the
+# save dialog, Stop), with the window saved during the push (docs/zel-live-push.png) and after it
+# (docs/zel-main-window.png); then the pushed log's page from zel-cli page (with a demo company and
+# tools/demo-logo.png in its title block) turned into docs/demo-page.png.
+#   tools/screenshot.sh [FOLDER]     (default docs; build dir: $ZEL_BUILD_DIR or build)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT=$PWD
-BUILD=${ZEL_BUILD_DIR:-build}
-OUT=${1:-$ROOT/docs/zel-main-window.png}
+BUILD=$(readlink -f "${ZEL_BUILD_DIR:-build}")
+OUT=${1:-$ROOT/docs}
+
+# Inside the virtual X server: drive the window. $1: the work folder, $2: the pictures' folder.
+if [ "${SCREENSHOT_INSIDE:-}" = 1 ]; then
+    WORK=$1
+    OUT=$2
+    cd "$WORK/demo" # where the save dialog opens
+    "$BUILD/bin/zel" --sim --rate 0.3 --sweep-ms 2 >"$WORK/zel.out" 2>&1 &
+    ZEL=$!
+    trap 'pkill -P $ZEL 2>/dev/null; kill $ZEL 2>/dev/null || true' EXIT
+    WINDOW=""
+    for _ in $(seq 60); do
+        WINDOW=$(xdotool search --onlyvisible --name '^ZEL' 2>/dev/null | head -1 || true)
+        [ -n "$WINDOW" ] && break
+        sleep 1
+    done
+    [ -n "$WINDOW" ] || { echo "screenshot.sh: zel's window did not appear" >&2; cat "$WORK/zel.out" >&2; exit 1; }
+    sleep 3
+    # No window manager gives the focus back after a dialog: every key goes to the main window first.
+    key() { xdotool windowfocus --sync "$WINDOW" 2>/dev/null || true; xdotool key "$@"; }
+    menu() { key alt+a; sleep 0.5; xdotool key "$1"; sleep 3; } # an Acquisition menu entry by its letter
+    menu b # Background
+    menu r # RE
+    key F5 # Record: the save dialog asks for the log's name
+    sleep 2
+    xdotool type --delay 50 "Demo"
+    xdotool key Return
+    sleep 2
+    xdotool key Return # the first push's question about the Info page: OK
+    sleep 50 # into the plume
+    import -window "$WINDOW" "$OUT/zel-live-push.png"
+    sleep 80 # on to the site's bottom
+    key F7 # Stop
+    sleep 4
+    xdotool key Escape # a rate caution, if the push went too fast
+    sleep 2
+    xdotool key Escape # the summary: do not open the folder
+    sleep 2
+    import -window "$WINDOW" "$OUT/zel-main-window.png"
+    exit 0
+fi
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; elif command -v sudo >/dev/null; then sudo "$@"; else
@@ -45,12 +86,11 @@ export ZEL_DATA_ROOT=$WORK/data
 mkdir -p "$ZEL_DATA_ROOT/ini"
 printf '[AdvOptions]\r\n1,txtCompany=Demo Site Services\r\n2,txtLogoFile=%s\r\n' "$ROOT/tools/demo-logo.png" \
     >"$ZEL_DATA_ROOT/ini/ZEL_Options.ini"
-"$BUILD/bin/zel-cli" push --sim --points 10001 --idle-s 4 --rate 1 --rod-pause-s 0.5 --sweep-ms 2 \
-    --out "$WORK/demo" --name Demo --yes >/dev/null 2>"$WORK/push.err" || { cat "$WORK/push.err" >&2; exit 1; }
-mkdir -p "$(dirname "$OUT")"
-xvfb-run -a -s "-screen 0 1400x900x24" "$BUILD/bin/zel" "$WORK/demo/Demo.lif.raw.bin" --screenshot "$OUT"
-echo "screenshot.sh: wrote $OUT"
-PAGE=$(dirname "$OUT")/demo-page.png
+mkdir -p "$OUT" "$WORK/demo"
+(SCREENSHOT_INSIDE=1 xvfb-run -a -s "-screen 0 1400x900x24" "$ROOT/tools/screenshot.sh" "$WORK" \
+    "$(readlink -f "$OUT")")
+[ -f "$WORK/demo/Demo.lif.raw.bin" ] || { echo "screenshot.sh: the push wrote no log" >&2; exit 1; }
+echo "screenshot.sh: wrote $OUT/zel-live-push.png and $OUT/zel-main-window.png"
 "$BUILD/bin/zel-cli" page "$WORK/demo/Demo.lif.raw.bin" --pdf --to "$WORK" 2>/dev/null
-pdftoppm -r 100 -png -singlefile "$WORK/Demo.pdf" "${PAGE%.png}"
-echo "screenshot.sh: wrote $PAGE"
+pdftoppm -r 100 -png -singlefile "$WORK/Demo.pdf" "$OUT/demo-page"
+echo "screenshot.sh: wrote $OUT/demo-page.png"

@@ -305,7 +305,13 @@ void ScopeModel::command(const std::string& path, bool query, std::string_view a
     } else if (path == "HEADER") {
         headers_ = !(upper(a) == "OFF" || a == "0");
     } else if (path == "SAVE:WAVEFORM") {
-        // A push's start keeps the last record in the reference memories.
+        // A push's start keeps the last record in REF1 and REF2 and sets the scope running; an RE keeps it
+        // there too but goes on to REF4 (and a background to REF3), and the crew may push much later.
+        const std::string memory = upper(a.substr(a.find(',') + 1));
+        referencesKept_ = memory == "REF1" || memory == "REF2";
+    } else if (path == "ACQUIRE:STATE" && referencesKept_ && (upper(a) == "RUN" || a == "1")) {
+        referencesKept_ = false;
+        settings_[path] = "1";
         if (onPushStart) onPushStart();
     } else if (path == "TRIGGER:A:SETLEVEL") {
         settings_["TRIGGER:A:LEVEL"] = nr3(kTriggerPulseV / 2);

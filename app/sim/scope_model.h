@@ -64,7 +64,7 @@ public:
     int acquisitions() const { return acquisitions_; }
     // Where the probe is when an acquisition completes; without it, the depth last set.
     std::function<double()> probeDepth;
-    // Called when the program stores a waveform in a reference memory, as a push's start does.
+    // Called when a push starts: the waveform kept in REF1/REF2, then the acquisition set running.
     std::function<void()> onPushStart;
     // Called with every CURVE? answer (the simulator's --dump).
     std::function<void(const CurveSent&)> onCurve;
@@ -93,6 +93,8 @@ private:
     int acquisitions_ = 0;
     int records_ = 0; // completed acquisitions, each one record
     bool headers_ = true;
+    // The waveform was just kept in REF1/REF2; a push's start follows with RUN, an RE with REF4.
+    bool referencesKept_ = false;
 };
 
 // One CURVE? answer as the --dump file keeps it: a JSON object on one line (record, ymult, yoff, yzero,

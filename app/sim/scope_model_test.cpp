@@ -45,6 +45,32 @@ TEST_F(Fixture, SubtreesQuotesAndHeaders) {
     EXPECT_NEAR(std::stod(scope.handle("ch2:scale?")), 0.05, 1e-12);
 }
 
+// The probe starts with a push's start (REF1 and REF2 kept, then RUN), not with an RE or a background taken
+// before it, nor with the RUN of the scope's set-up.
+TEST_F(Fixture, OnlyAPushsStartStartsTheProbe) {
+    struct Case {
+        std::vector<const char*> commands;
+        int starts;
+    };
+    const Case cases[] = {
+        {{":ACQ:STATE RUN"}, 0},
+        {{":SAV:WAVE CH2,REF3"}, 0},
+        {{":SAV:WAVE CH2,REF1", ":SAV:WAVE CH2,REF2", ":SAV:WAVE CH2,REF4", ":ACQ:STATE RUN"}, 0},
+        {{":SAV:WAVE CH2,REF1", ":SAV:WAVE CH2,REF2", ":ACQ:STATE RUN"}, 1},
+        {{":SAV:WAVE CH2,REF1", ":SAV:WAVE CH2,REF2", ":SAV:WAVE CH2,REF4", ":SAV:WAVE CH2,REF1",
+          ":SAV:WAVE CH2,REF2", ":ACQ:STATE RUN", ":ACQ:STATE RUN"},
+         1},
+    };
+    for (const Case& c : cases) {
+        ScopeModel fresh{site, ScopeSimOptions{10, 3}, [] { return std::int64_t{0}; }};
+        int starts = 0;
+        fresh.onPushStart = [&starts] { ++starts; };
+        for (const char* command : c.commands)
+            fresh.handle(command);
+        EXPECT_EQ(starts, c.starts) << c.commands.size() << " commands, the last " << c.commands.back();
+    }
+}
+
 TEST_F(Fixture, OperationCompleteAfterTheAveragingSweeps) {
     scope.handle(":ACQ:MOD AVE;NUMAV 4");
     scope.handle("*OPC");

@@ -43,6 +43,7 @@ constexpr const char* kUsage =
     "  --site FILE           with --sim: the rig's site file (JSON); the built-in site without it\n"
     "  --seed N              with --sim: the rig's seed (noise, pace, GPS wander)\n"
     "  --rate FT_PER_S       with --sim: the rig's push rate (default 0.06 ft/s)\n"
+    "  --sweep-ms MS         with --sim: the rig scope's time per averaged sweep (default 20 ms)\n"
     "  --screenshot FILE     once started (and LOG loaded), save the main window as FILE (PNG) and quit\n"
     "  --help                this text\n"
     "  --version             the version\n";
@@ -112,7 +113,7 @@ int main(int argc, char** argv) {
         }
         if (a == "--sim") {
             sim = true;
-        } else if (a == "--site" || a == "--seed" || a == "--rate") {
+        } else if (a == "--site" || a == "--seed" || a == "--rate" || a == "--sweep-ms") {
             if (i + 1 >= argc) {
                 std::cerr << "zel: " << a << " needs a value\n";
                 return 2;
@@ -122,6 +123,14 @@ int main(int argc, char** argv) {
                 simOptions.site = v;
             } else {
                 const double n = zel::val(v);
+                if (a == "--sweep-ms") {
+                    if (!(n >= 0 && n <= 1000)) {
+                        std::cerr << "zel: --sweep-ms needs a number of milliseconds from 0 to 1000\n";
+                        return 2;
+                    }
+                    simOptions.sweepMs = static_cast<int>(n);
+                    continue;
+                }
                 if (!(n > 0) || (a == "--rate" && n > 20)) {
                     std::cerr << "zel: " << a << " needs a positive number"
                               << (a == "--rate" ? " up to 20" : "") << '\n';

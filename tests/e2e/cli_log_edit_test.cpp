@@ -47,7 +47,7 @@ struct Boring {
         const std::string common = kCli + " push --sim --site " + quote(site) +
                                    " --rate 1 --rod-ft 0 --sweep-ms 0 --yes --out " +
                                    quote(dir.path.string());
-        EXPECT_EQ(runProgram(common + " --points 15 --name A").exitCode, 0);
+        EXPECT_EQ(runProgram(common + " --points 30 --name A").exitCode, 0);
         EXPECT_EQ(runProgram(common + " --points 10 --start-depth 1.5 --seed 2 --name B").exitCode, 0);
         a = dir.path / "A.lif.raw.bin";
         b = dir.path / "B.lif.raw.bin";

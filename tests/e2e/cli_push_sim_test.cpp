@@ -78,6 +78,48 @@ TEST(CliPushSim, LogWaveformsAreTheCurvesTheScopeSent) {
     }
 }
 
+std::vector<nlohmann::json> curvesOf(const std::string& dump) {
+    std::ifstream in(dump);
+    std::vector<nlohmann::json> curves;
+    for (std::string line; std::getline(in, line);)
+        curves.push_back(nlohmann::json::parse(line));
+    return curves;
+}
+
+// During the push the scope's scale follows the light down to the minimum of "/Y" and never below it: over a
+// faint top soil the curves reach that scale, and the bright layer below is still logged at its %RE rather
+// than clipped.
+TEST(CliPushSim, TheAutoScaleStopsAtTheMinimumOfTheSwitch) {
+    TempDir dir;
+    const std::string site = dir.write(
+        "site.json", R"({"bottom_ft": 2.5, "layers": [{"top_ft": 0, "bottom_ft": 1.2, "pct_re": 0.3},)"
+                     R"( {"top_ft": 1.2, "bottom_ft": 2.5, "pct_re": 62}]})");
+    std::map<int, double> finest;
+    for (const int mv : {5, 50}) {
+        const std::string dump = (dir.path / ("y" + std::to_string(mv) + ".jsonl")).string();
+        const std::string name = "Y" + std::to_string(mv);
+        const RunResult r =
+            push(dir, name, 10001,
+                 "--yes --rod-ft 0 --stop-depth 2.2 --site " + quote(site) + " --scope-dump " + quote(dump) +
+                     " /Y" + (mv < 10 ? "00" : "0") + std::to_string(mv));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        const auto curves = curvesOf(dump);
+        ASSERT_GT(curves.size(), 10u);
+        double smallest = 1e9;
+        for (std::size_t i = 2; i < curves.size(); ++i) // the points, after the background and the RE
+            smallest = std::min(smallest, val(curves[i]["ymult"].get<std::string>()));
+        finest[mv] = smallest;
+        LoadedLog l(dir.path / (name + ".lif.raw.bin"));
+        ASSERT_TRUE(l.ok);
+        float brightest = 0.0f;
+        for (int p = 0; p < l.arrays.points(); ++p)
+            if (l.arrays.columns(point_column::Depth, p) > 1.5f)
+                brightest = std::max(brightest, l.arrays.columns(point_column::Signal, p));
+        EXPECT_NEAR(brightest, 62.0f, 4.0f) << "/Y" << mv;
+    }
+    EXPECT_NEAR(finest[50] / finest[5], 10.0, 1e-6);
+}
+
 // The RE is taken at the RE scale: "/RE" (here 20 and 100 mV a division) sets the scope's input before the
 // RE's curve, whose scaling follows it.
 TEST(CliPushSim, TheREIsTakenAtTheREScaleOfTheSwitch) {
@@ -90,10 +132,7 @@ TEST(CliPushSim, TheREIsTakenAtTheREScaleOfTheSwitch) {
             push(dir, name, 2,
                  "--yes --scope-dump " + quote(dump) + " /RE" + (mv < 100 ? "0" : "") + std::to_string(mv));
         ASSERT_EQ(r.exitCode, 0) << r.err;
-        std::ifstream in(dump);
-        std::vector<nlohmann::json> curves;
-        for (std::string line; std::getline(in, line);)
-            curves.push_back(nlohmann::json::parse(line));
+        const auto curves = curvesOf(dump);
         ASSERT_GE(curves.size(), 2u);
         reYMult[mv] = val(curves[1]["ymult"].get<std::string>()); // after the background
         LoadedLog l(dir.path / (name + ".lif.raw.bin"));
