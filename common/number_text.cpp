@@ -1,10 +1,13 @@
 #include "common/number_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 namespace zel {
@@ -48,41 +51,93 @@ bool incrementDigits(std::string& digits) {
     return true;
 }
 
-// Rounds |v| to `precision` significant digits, half away from zero on the exact binary value. Basic does
-// this; printf rounds ties to even, which differs for values such as 0.125 at two digits.
+// Whether v (finite, positive) is at least the decimal of the n (at most 18) digits whose first stands at
+// 10^exp10, exactly: v = m 2^q against D 10^-k, compared as integers m 5^k 2^(q+k) and D. nullopt where the
+// numbers would not fit 128 bits (then the caller expands v in full).
+std::optional<bool> atLeastDecimal(double v, const char* digits, int n, int exp10) {
+#if defined(__SIZEOF_INT128__)
+    const int k = n - 1 - exp10;
+    if (n > 18 || k < 0 || k > 27) return std::nullopt;
+    unsigned __int128 d = 0;
+    for (int i = 0; i < n; ++i)
+        d = d * 10 + static_cast<unsigned>(digits[i] - '0');
+    int q = 0;
+    const double fraction = std::frexp(v, &q);
+    unsigned __int128 lhs = static_cast<std::uint64_t>(std::ldexp(fraction, 53)); // v = lhs 2^(q-53)
+    for (int i = 0; i < k; ++i)
+        lhs *= 5; // below 2^53 5^27 < 2^116
+    int shift = q - 53 + k;
+    if (shift >= 0) {
+        // D < 10^18 < 2^60: doubling lhs until it passes D cannot overflow.
+        for (; shift > 0 && lhs < d; --shift)
+            lhs <<= 1;
+        return lhs >= d;
+    }
+    // lhs 2^-s >= D exactly when floor(lhs / 2^s) >= D, D being whole.
+    return -shift >= 128 ? d == 0 : (lhs >> -shift) >= d;
+#else
+    (void)v, (void)digits, (void)n, (void)exp10;
+    return std::nullopt;
+#endif
+}
+
+// Rounds |v| (finite, non-zero) to `precision` (at most 17) significant digits, half away from zero on the
+// exact binary value, into digits[0..precision); returns the decimal exponent of the first digit. Basic does
+// this; printf rounds ties to even, which differs for values such as 0.125 at two digits. No allocation but
+// in the rare exact tie.
+int roundSignificant(double v, int precision, char* digits) {
+    // Three guard digits, correctly rounded, settle every case except a guard of exactly "500", where the
+    // exact expansion decides whether the value sits on the tie or just beside it.
+    std::array<char, 64> buf;
+    const auto res =
+        std::to_chars(buf.data(), buf.data() + buf.size(), v, std::chars_format::scientific, precision + 2);
+    const char* end = res.ptr;
+    const char* e = std::find(static_cast<const char*>(buf.data()), end, 'e');
+    std::array<char, 24> all{};
+    int n = 0;
+    for (const char* q = buf.data(); q < e && n < static_cast<int>(all.size()); ++q)
+        if (*q != '.') all[static_cast<size_t>(n++)] = *q;
+    int exp10 = 0;
+    std::from_chars(e + 1 + (e + 1 < end && e[1] == '+'), end, exp10);
+
+    const char* guard = all.data() + precision;
+    bool up;
+    if (guard[0] == '5' && guard[1] == '0' && guard[2] == '0') {
+        if (const auto above = atLeastDecimal(v, all.data(), precision + 3, exp10)) {
+            up = *above;
+        } else {
+            int exactExp = 0;
+            const std::string exact = exactDigits(v, exactExp);
+            // exact and all share the exponent unless the guard digits carried; with "500" they cannot have.
+            up =
+                exact.size() > static_cast<size_t>(precision) && exact[static_cast<size_t>(precision)] >= '5';
+        }
+    } else {
+        up = guard[0] >= '5';
+    }
+    std::copy(all.data(), all.data() + precision, digits);
+    if (up) {
+        int i = precision - 1;
+        for (; i >= 0 && digits[i] == '9'; --i)
+            digits[i] = '0';
+        if (i >= 0) {
+            ++digits[i];
+        } else { // 999 -> 100, one place up
+            digits[0] = '1';
+            ++exp10;
+        }
+    }
+    return exp10;
+}
+
 Decimal toDecimal(double v, int precision) {
     Decimal d;
     d.negative = std::signbit(v);
     v = std::fabs(v);
     if (v == 0.0) return d;
-
-    // Three guard digits, correctly rounded, settle every case except a guard of exactly "500", where the
-    // exact expansion decides whether the value sits on the tie or just beside it.
-    std::array<char, 64> buf;
-    auto res =
-        std::to_chars(buf.data(), buf.data() + buf.size(), v, std::chars_format::scientific, precision + 2);
-    std::string_view s(buf.data(), static_cast<size_t>(res.ptr - buf.data()));
-    const size_t e = s.find('e');
-    std::string all;
-    for (size_t i = 0; i < e; ++i)
-        if (s[i] != '.') all.push_back(s[i]);
-    int exp10 = 0;
-    std::from_chars(s.data() + e + 1 + (s[e + 1] == '+'), s.data() + s.size(), exp10);
-
-    std::string guard = all.substr(static_cast<size_t>(precision));
-    all.resize(static_cast<size_t>(precision));
-    bool up;
-    if (guard == "500") {
-        int exactExp = 0;
-        std::string exact = exactDigits(v, exactExp);
-        // exact and all share the exponent unless the guard digits carried; with "500" they cannot have.
-        up = exact.size() > static_cast<size_t>(precision) && exact[static_cast<size_t>(precision)] >= '5';
-    } else {
-        up = guard[0] >= '5';
-    }
-    if (up && incrementDigits(all)) ++exp10;
-    d.digits = std::move(all);
-    d.exp10 = exp10;
+    std::array<char, 24> digits;
+    d.exp10 = roundSignificant(v, precision, digits.data());
+    d.digits.assign(digits.data(), static_cast<size_t>(precision));
     return d;
 }
 
@@ -216,7 +271,62 @@ std::string patternText(double v, int precision, std::string_view pattern) {
     return out;
 }
 
+// patternText for "#0.0..0" on a fixed grid of decimal places, with the same two roundings.
+void appendFixedText(std::string& out, double v, int precision, int decimals) {
+    if (!std::isfinite(v)) {
+        out += generalText(v, precision);
+        return;
+    }
+    decimals = std::clamp(decimals, 0, 9);
+    if (std::signbit(v)) out += '-';
+    v = std::fabs(v);
+    std::array<char, 24> digits;
+    int nd = 0, exp10 = 0;
+    if (v != 0.0) {
+        exp10 = roundSignificant(v, precision, digits.data());
+        nd = precision;
+    }
+    // The places 10^top .. 10^-decimals, after a slot for a carry out of the first.
+    const int top = std::max(exp10, 0);
+    const int len = top + decimals + 1;
+    std::array<char, 340> grid;
+    std::fill(grid.begin(), grid.begin() + len + 1, '0');
+    char* g = grid.data() + 1;
+    for (int i = 0; i < nd; ++i) {
+        const int at = top - exp10 + i;
+        if (at < len) g[at] = digits[static_cast<size_t>(i)];
+    }
+    // Half away from zero on the first place dropped, 10^-(decimals+1), which is digit di.
+    const int di = len - (top - exp10);
+    if (di >= 0 && di < nd && digits[static_cast<size_t>(di)] >= '5') {
+        int i = len - 1;
+        for (; i >= 0 && g[i] == '9'; --i)
+            g[i] = '0';
+        if (i >= 0)
+            ++g[i];
+        else
+            grid[0] = '1';
+    }
+    // The integer places without their leading zeros, one at least.
+    const char* intBegin = grid[0] == '1' ? grid.data() : g;
+    const char* intEnd = g + top + 1;
+    while (intBegin + 1 < intEnd && *intBegin == '0')
+        ++intBegin;
+    out.append(intBegin, intEnd);
+    if (decimals > 0) {
+        out += '.';
+        out.append(intEnd, intEnd + decimals);
+    }
+}
+
 } // namespace
+
+void appendFixed(std::string& out, float value, int decimals) {
+    appendFixedText(out, static_cast<double>(value), 7, decimals);
+}
+void appendFixed(std::string& out, double value, int decimals) {
+    appendFixedText(out, value, 15, decimals);
+}
 
 std::string shortestText(float value) {
     return generalText(static_cast<double>(value), 7);

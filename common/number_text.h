@@ -27,6 +27,13 @@ template <std::integral T> std::string formatNumber(T value, std::string_view pa
     return formatNumber(static_cast<double>(value), pattern);
 }
 
+// formatNumber with the fixed pattern "#0.0..0" of `decimals` zeros (0..9; "#0" for 0), appended to out:
+// byte for byte the same text (the same cut to 7 or 15 digits, the same rounding, the sign of a value that
+// rounds to zero, the classic texts of NaN and infinities) without a pattern to read or a string to build
+// for each number. For the text files of millions of numbers (LAS, point clouds, volumes).
+void appendFixed(std::string& out, float value, int decimals);
+void appendFixed(std::string& out, double value, int decimals);
+
 // Basic's Val: leading and inner blanks ignored, "." the only separator, stops at the first character
 // that cannot continue the number, "E" or "D" exponents, "&H"/"&O" integers; empty or no number gives 0.
 double val(std::string_view text);

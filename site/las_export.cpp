@@ -33,9 +33,14 @@ std::string headerValue(std::string text) {
     return text;
 }
 
+void appendNumber(std::string& out, double v) {
+    appendFixed(out, std::isfinite(v) ? v : kLasNull, 4);
+}
+
 std::string number(double v) {
-    if (!std::isfinite(v)) v = kLasNull;
-    return formatNumber(v, "#0.0000");
+    std::string out;
+    appendNumber(out, v);
+    return out;
 }
 
 } // namespace
@@ -140,10 +145,16 @@ std::string lasText(const cZEL_Data& log, const LogArrays& arrays, const LasExtr
     for (const auto& cv : curves)
         out += cv.mnemonic + " ";
     out += "\r\n";
+    // Each value right-aligned in 11 places, a blank between them.
+    out.reserve(out.size() + static_cast<std::size_t>(n) * (curves.size() * 12 + 2));
+    std::string v;
     for (int p = 0; p < n; ++p) {
         for (std::size_t i = 0; i < curves.size(); ++i) {
-            const std::string v = number(curves[i].values[static_cast<std::size_t>(p)]);
-            out += (i ? " " : "") + std::string(v.size() < 11 ? 11 - v.size() : 0, ' ') + v;
+            v.clear();
+            appendNumber(v, curves[i].values[static_cast<std::size_t>(p)]);
+            if (i) out += ' ';
+            if (v.size() < 11) out.append(11 - v.size(), ' ');
+            out += v;
         }
         out += "\r\n";
     }

@@ -7,6 +7,7 @@
 #include <GeographicLib/UTMUPS.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace zel::site {
@@ -21,6 +22,19 @@ std::string csvField(const std::string& text) {
     for (const char c : text)
         q += c == '"' ? std::string("\"\"") : std::string(1, c);
     return q + "\"";
+}
+
+// The rows under the table put their values in the columns of the same meaning.
+constexpr int kDateColumn = 2, kUnitColumn = 14;
+std::string row(const std::vector<std::pair<int, std::string>>& cells) {
+    std::string out;
+    int at = 0;
+    for (const auto& [column, text] : cells) {
+        for (; at < column; ++at)
+            out += ',';
+        out += csvField(text);
+    }
+    return out + "\r\n";
 }
 
 // Plain JSON numbers of a fixed precision (no binary tails like 0.30000001).
@@ -79,14 +93,53 @@ LogSummary summarise(const cZEL_Data& log, const LogArrays& arrays, const std::s
         }
     }
     if (s.points > 0) s.footage = s.totalDepth - std::min(c(point_column::Depth, 0), s.totalDepth);
+    for (int slot = 0; slot < cZEL_Data::kCalloutSlots; ++slot) {
+        CalloutMax m;
+        m.top = log.Callout_Range(slot, 0);
+        m.bottom = log.Callout_Range(slot, 1);
+        if (!(m.bottom > m.top)) continue;
+        m.caption = log.Callout_Caption(slot);
+        for (int p = 0; p < s.points; ++p) {
+            const float d = c(point_column::Depth, p);
+            const float sig = c(point_column::Signal, p);
+            if (d < m.top || d > m.bottom) continue;
+            if (m.points++ == 0 || sig > m.maxSignal) {
+                m.maxSignal = sig;
+                m.maxSignalDepth = d;
+            }
+        }
+        s.callouts.push_back(std::move(m));
+    }
     return s;
 }
 
-std::string summaryCsv(const std::vector<LogSummary>& logs) {
-    std::string out =
-        "Name,File,Date,Site,Client,Job,Operator,Probe,Latitude,Longitude,UTM zone,Easting,"
-        "Northing,Elevation (m),Unit,Total depth,Footage,Points,Max %RE,Max %RE depth,RE area (pVs),"
-        "Above threshold\r\n";
+std::string summaryName(const LogSummary& s, int nameFormat) {
+    if (nameFormat == 1) {
+        const std::size_t slash = s.file.find_last_of("/\\");
+        return slash == std::string::npos ? s.file : s.file.substr(slash + 1);
+    }
+    if (nameFormat == 2) return s.file;
+    return s.name;
+}
+
+std::string pageBaseName(const std::string& logName, const std::string& date, int pageName) {
+    return pageName == 1 && !date.empty() ? date + "_" + logName : logName;
+}
+
+std::string summaryCsv(const std::vector<LogSummary>& logs, const SummaryOptions& o) {
+    std::size_t callouts = 0;
+    if (o.calloutMax)
+        for (const auto& s : logs)
+            callouts = std::max(callouts, s.callouts.size());
+    std::string out = "Name,File,Date,Site,Client,Job,Operator,Probe,Latitude,Longitude,UTM zone,Easting,"
+                      "Northing,Elevation (m),Unit,Total depth,Footage,Points,Max %RE,Max %RE depth,";
+    if (o.reArea) out += "RE area (pVs),";
+    out += "Above threshold";
+    for (std::size_t i = 1; i <= callouts; ++i) {
+        const std::string n = std::to_string(i);
+        out += ",Callout " + n + ",Callout " + n + " max %RE,Callout " + n + " max %RE depth";
+    }
+    out += "\r\n";
     for (const auto& s : logs) {
         std::string ranges;
         for (const auto& r : s.above)
@@ -96,16 +149,51 @@ std::string summaryCsv(const std::vector<LogSummary>& logs) {
         const auto fix = [&](double v, const char* pattern) {
             return s.hasFix ? formatNumber(v, pattern) : "";
         };
-        out += csvField(s.name) + ',' + csvField(s.file) + ',' + s.date + ',' + csvField(s.siteName) + ',' +
-               csvField(s.client) + ',' + csvField(s.job) + ',' + csvField(s.operatorName) + ',' +
-               csvField(s.probe) + ',' + fix(s.lat, "#0.000000") + ',' + fix(s.lon, "#0.000000") + ',' +
-               zone + ',' + (s.utmZone > 0 ? formatNumber(s.easting, "#0.0") : "") + ',' +
+        out += csvField(summaryName(s, o.nameFormat)) + ',' + csvField(s.file) + ',' + s.date + ',' +
+               csvField(s.siteName) + ',' + csvField(s.client) + ',' + csvField(s.job) + ',' +
+               csvField(s.operatorName) + ',' + csvField(s.probe) + ',' + fix(s.lat, "#0.000000") + ',' +
+               fix(s.lon, "#0.000000") + ',' + zone + ',' +
+               (s.utmZone > 0 ? formatNumber(s.easting, "#0.0") : "") + ',' +
                (s.utmZone > 0 ? formatNumber(s.northing, "#0.0") : "") + ',' + fix(s.elevationM, "#0.0") +
                ',' + (s.metric ? "m" : "ft") + ',' + formatNumber(s.totalDepth, "#0.00") + ',' +
                formatNumber(s.footage, "#0.00") + ',' + std::to_string(s.points) + ',' +
-               formatNumber(s.maxSignal, "#0.00") + ',' + formatNumber(s.maxSignalDepth, "#0.00") + ',' +
-               formatNumber(s.reArea, "#0.0") + ',' + csvField(ranges) + "\r\n";
+               formatNumber(s.maxSignal, "#0.00") + ',' + formatNumber(s.maxSignalDepth, "#0.00") + ',';
+        if (o.reArea) out += formatNumber(s.reArea, "#0.0") + ',';
+        out += csvField(ranges);
+        for (std::size_t i = 0; i < callouts; ++i) {
+            if (i >= s.callouts.size()) {
+                out += ",,,";
+                continue;
+            }
+            const CalloutMax& m = s.callouts[i];
+            out += ',' + csvField(m.caption) + ',' + (m.points ? formatNumber(m.maxSignal, "#0.00") : "") +
+                   ',' + (m.points ? formatNumber(m.maxSignalDepth, "#0.00") : "");
+        }
+        out += "\r\n";
     }
+    const FootageTotals t = footageTotals(logs);
+    if (o.totals) {
+        // Footage in feet whatever each log's unit, as the crew bills it; the deepest and brightest of all.
+        int points = 0;
+        float deepestFt = 0, maxSignal = 0;
+        for (const auto& s : logs) {
+            points += s.points;
+            deepestFt = std::max(deepestFt, s.metric ? s.totalDepth * kFeetPerMetre : s.totalDepth);
+            maxSignal = std::max(maxSignal, s.maxSignal);
+        }
+        out += row({{0, "Total (" + std::to_string(t.logs) + " logs)"},
+                    {kUnitColumn, "ft"},
+                    {kUnitColumn + 1, formatNumber(deepestFt, "#0.00")},
+                    {kUnitColumn + 2, formatNumber(t.totalFt, "#0.00")},
+                    {kUnitColumn + 3, std::to_string(points)},
+                    {kUnitColumn + 4, formatNumber(maxSignal, "#0.00")}});
+    }
+    if (o.footageByDate)
+        for (const auto& [day, ft] : t.byDayFt)
+            out += row({{0, "Footage " + day},
+                        {kDateColumn, day},
+                        {kUnitColumn, "ft"},
+                        {kUnitColumn + 2, formatNumber(ft, "#0.00")}});
     return out;
 }
 

@@ -19,6 +19,11 @@ std::string num(double v, const char* pattern) {
     return formatNumber(v, pattern);
 }
 
+// formatNumber(v, "#0.00..") of `decimals` places, appended: the point clouds hold millions of numbers.
+void add(std::string& out, double v, int decimals) {
+    appendFixed(out, v, decimals);
+}
+
 float orNone(float v) {
     return std::isfinite(v) ? v : kNone;
 }
@@ -71,17 +76,31 @@ std::string pointsCsv(const std::vector<BoringProfile>& borings) {
     std::string out =
         "Boring,Easting_m,Northing_m,Elevation_m,Depth_m,PctRE,Ch1_pct,Ch2_pct,Ch3_pct,Ch4_pct,K_ft_day"
         "\r\n";
+    std::size_t points = 0;
     for (const auto& b : borings)
+        points += b.depthM.size();
+    out.reserve(out.size() + points * 80);
+    for (const auto& b : borings) {
+        // The boring's name and place are the same on each of its lines.
+        const std::string place =
+            '"' + b.name + "\"," + num(b.easting, "#0.00") + ',' + num(b.northing, "#0.00") + ',';
         for (std::size_t p = 0; p < b.depthM.size(); ++p) {
-            out += '"' + b.name + "\"," + num(b.easting, "#0.00") + ',' + num(b.northing, "#0.00") + ',' +
-                   num(b.topElevationM - b.depthM[p], "#0.000") + ',' + num(b.depthM[p], "#0.000") + ',' +
-                   num(b.pctRe[p], "#0.000");
-            for (float s : b.sharesPct[p])
-                out += ',' + (std::isfinite(s) ? num(s, "#0.00") : std::string());
-            out +=
-                ',' + (p < b.kFtDay.size() && std::isfinite(b.kFtDay[p]) ? num(b.kFtDay[p], "#0.000") : "");
+            out += place;
+            add(out, b.topElevationM - b.depthM[p], 3);
+            out += ',';
+            add(out, b.depthM[p], 3);
+            out += ',';
+            add(out, static_cast<double>(b.pctRe[p]), 3);
+            for (float s : b.sharesPct[p]) {
+                out += ',';
+                if (std::isfinite(s)) add(out, static_cast<double>(s), 2);
+            }
+            out += ',';
+            if (p < b.kFtDay.size() && std::isfinite(b.kFtDay[p]))
+                add(out, static_cast<double>(b.kFtDay[p]), 3);
             out += "\r\n";
         }
+    }
     return out;
 }
 
@@ -91,10 +110,15 @@ std::string pointsVtk(const std::vector<BoringProfile>& borings) {
         n += b.depthM.size();
     std::string out = "# vtk DataFile Version 3.0\nZEL site points\nASCII\nDATASET POLYDATA\nPOINTS " +
                       std::to_string(n) + " double\n";
-    for (const auto& b : borings)
-        for (double d : b.depthM)
-            out += num(b.easting, "#0.000") + ' ' + num(b.northing, "#0.000") + ' ' +
-                   num(b.topElevationM - d, "#0.000") + '\n';
+    out.reserve(out.size() + n * 120);
+    for (const auto& b : borings) {
+        const std::string place = num(b.easting, "#0.000") + ' ' + num(b.northing, "#0.000") + ' ';
+        for (double d : b.depthM) {
+            out += place;
+            add(out, b.topElevationM - d, 3);
+            out += '\n';
+        }
+    }
     out += "VERTICES " + std::to_string(n) + ' ' + std::to_string(2 * n) + '\n';
     for (std::size_t i = 0; i < n; ++i)
         out += "1 " + std::to_string(i) + '\n';
@@ -121,8 +145,10 @@ std::string pointsVtk(const std::vector<BoringProfile>& borings) {
     const auto scalars = [&](const char* name, auto value) {
         out += std::string("SCALARS ") + name + " float 1\nLOOKUP_TABLE default\n";
         for (const auto& b : borings)
-            for (std::size_t p = 0; p < b.depthM.size(); ++p)
-                out += num(orNone(value(b, p)), "#0.000") + '\n';
+            for (std::size_t p = 0; p < b.depthM.size(); ++p) {
+                add(out, static_cast<double>(orNone(value(b, p))), 3);
+                out += '\n';
+            }
     };
     scalars("pct_re", [](const BoringProfile& b, std::size_t p) { return b.pctRe[p]; });
     for (int k = 0; k < 4; ++k) {
@@ -137,13 +163,26 @@ std::string pointsVtk(const std::vector<BoringProfile>& borings) {
 std::vector<double> pctReAtLayers(const BoringProfile& b, double z0, double dz, int n) {
     std::vector<double> out(std::max(n, 0), NAN);
     const std::size_t points = std::min(b.depthM.size(), b.pctRe.size());
+    // A push goes down: with its depths in order the bracketing points are found by bisection; a log that
+    // came back up somewhere is read point by point from the top.
+    const bool ordered =
+        std::is_sorted(b.depthM.begin(), b.depthM.begin() + static_cast<std::ptrdiff_t>(points));
     for (int k = 0; k < n; ++k) {
         const double d = b.topElevationM - (z0 + k * dz);
-        for (std::size_t p = 0; p + 1 < points; ++p) {
+        std::size_t from = 0;
+        if (ordered && points > 1) {
+            const auto at =
+                std::lower_bound(b.depthM.begin(), b.depthM.begin() + static_cast<std::ptrdiff_t>(points), d);
+            // Every point before the one above d lies shallower than d: no earlier pair brackets it.
+            from = static_cast<std::size_t>(std::max<std::ptrdiff_t>(at - b.depthM.begin() - 1, 0));
+        }
+        for (std::size_t p = from; p + 1 < points; ++p) {
             const double d0 = b.depthM[p], d1 = b.depthM[p + 1];
             if (d < std::min(d0, d1) || d > std::max(d0, d1) || !std::isfinite(b.pctRe[p]) ||
-                !std::isfinite(b.pctRe[p + 1]))
+                !std::isfinite(b.pctRe[p + 1])) {
+                if (ordered && d0 > d) break; // every later point lies deeper still
                 continue;
+            }
             const double t = d1 != d0 ? (d - d0) / (d1 - d0) : 0.0;
             out[k] = b.pctRe[p] + t * (b.pctRe[p + 1] - b.pctRe[p]);
             break;
@@ -246,8 +285,10 @@ std::string volumeVtk(const Volume& v) {
         num(v.dx, "#0.000") + ' ' + num(v.dy, "#0.000") + ' ' + num(v.dz, "#0.000") + "\nPOINT_DATA " +
         std::to_string(v.pctRe.size()) + "\nSCALARS pct_re float 1\nLOOKUP_TABLE default\n";
     out.reserve(out.size() + v.pctRe.size() * 9);
-    for (float x : v.pctRe)
-        out += num(x, "#0.00") + '\n';
+    for (float x : v.pctRe) {
+        add(out, static_cast<double>(x), 2);
+        out += '\n';
+    }
     out += "SCALARS valid unsigned_char 1\nLOOKUP_TABLE default\n";
     for (unsigned char x : v.valid)
         out += x ? "1\n" : "0\n";

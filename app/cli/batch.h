@@ -3,6 +3,7 @@
 // done, every file tried whatever the earlier ones did, and the failures named at the end.
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <iostream>
@@ -45,10 +46,12 @@ inline int runBatch(std::string_view command, const std::vector<std::string>& fi
 // runBatch with the files shared among the machine's cores: a site's logs are independent, and loading a
 // full one is most of the work. step(i, file, text) does file i and must only touch what is its own (its
 // own host, its own result slot); the progress lines still come in file order, each as soon as it and the
-// ones before it are done.
+// ones before it are done. idle, when given, runs on the calling thread every few tens of milliseconds
+// while it waits (a window keeps its events going).
 inline int
 runParallelBatch(std::string_view command, const std::vector<std::string>& files, std::ostream& out,
-                 const std::function<bool(std::size_t i, const std::string& file, std::string& text)>& step) {
+                 const std::function<bool(std::size_t i, const std::string& file, std::string& text)>& step,
+                 const std::function<void()>& idle = {}) {
     const std::size_t total = files.size();
     std::vector<std::optional<std::pair<bool, std::string>>> done(total);
     std::mutex m;
@@ -84,7 +87,17 @@ runParallelBatch(std::string_view command, const std::vector<std::string>& files
     std::size_t shown = 0;
     const auto replay = [&](const std::string&, std::string& text) {
         std::unique_lock lock(m);
-        ready.wait(lock, [&] { return done[shown].has_value(); });
+        while (!done[shown].has_value()) {
+            if (!idle) {
+                ready.wait(lock);
+                continue;
+            }
+            ready.wait_for(lock, std::chrono::milliseconds(30));
+            if (done[shown].has_value()) break;
+            lock.unlock();
+            idle();
+            lock.lock();
+        }
         const auto [ok, said] = *done[shown++];
         text = said;
         return ok;

@@ -5,21 +5,25 @@
 #include "app/cli/log_callouts.h"
 #include "app/cli/offscreen_gui.h"
 #include "app/cli/quiet_log.h"
+#include "app/cli/site_jobs.h"
 
 #include "app/plot/log_page.h"
 #include "app/plot/plot_settings_view.h"
 #include "common/clock.h"
 #include "common/console_host.h"
+#include "common/date_time.h"
 #include "log/load_file.h"
 #include "log/plot_companion.h"
 #include "log/raw_log_format.h"
 #include "program/log_mode_look.h"
 #include "program/settings_model.h"
 #include "settings/data_root.h"
+#include "site/log_summary.h"
 
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,15 +37,18 @@ struct PageArgs {
     bool pdf = false;
     bool jpg = false;
     int dpi = 150;
+    std::optional<int> pageName; // unset: the options file's "optBatchJPGName"
 };
 
-// Where a page of the log goes: DIR/<log name>.<extension>, or beside the raw log.
-std::string outputPath(const cZEL_Data& log, const std::string& file, const std::string& to,
-                       const char* ext) {
+// Where a page of the log goes: DIR/<log name>.<extension> (or <date>_<log name> as pageName asks), or
+// beside the raw log.
+std::string outputPath(const cZEL_Data& log, const std::string& file, const std::string& to, const char* ext,
+                       int pageName) {
     namespace fs = std::filesystem;
     const fs::path dir = to.empty() ? fs::path(file).parent_path() : fs::path(to);
     std::string name = log.File_Title_NoExt();
     if (name.empty()) name = fs::path(file).filename().string();
+    name = site::pageBaseName(name, formatDateTime(log.Time_Start(), "yyyy-mm-dd"), pageName);
     return (dir / (name + ext)).string();
 }
 
@@ -79,7 +86,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
 
     std::string error;
     if (args.pdf) {
-        const std::string out = outputPath(log, file, args.to, ".pdf");
+        const std::string out = outputPath(log, file, args.to, ".pdf", *args.pageName);
         if (!page.writePdf(out, error)) {
             reason = error;
             return false;
@@ -87,7 +94,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
         written.push_back(out);
     }
     if (args.jpg) {
-        const std::string out = outputPath(log, file, args.to, ".jpg");
+        const std::string out = outputPath(log, file, args.to, ".jpg", *args.pageName);
         if (!page.writeJpg(out, error, args.dpi)) {
             reason = error;
             return false;
@@ -97,8 +104,9 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     return true;
 }
 
-int runPage(const PageArgs& args) {
+int runPage(PageArgs args) {
     OffscreenGui gui;
+    if (!args.pageName) args.pageName = fileUtilityOptions(optionsFilePath()).pageName;
 
     ConsoleHost host(std::cerr);
     return runBatch("page", args.files, std::cerr, [&](const std::string& file, std::string& text) {
@@ -124,6 +132,10 @@ void addPageCommand(CLI::App& app, CommandRunner& run) {
     format->require_option(1, 2);
     cmd->add_option("--dpi", args->dpi, "resolution of the JPG pages (default 150)")
         ->check(CLI::Range(36, 600));
+    cmd->add_option("--page-name", args->pageName,
+                    "0: <name>.jpg, 1: <yyyy-mm-dd>_<name>.jpg by the push's date (default: the options "
+                    "file's optBatchJPGName)")
+        ->check(CLI::Range(0, 1));
     cmd->callback([args, &run] { run = [args] { return runPage(*args); }; });
 }
 

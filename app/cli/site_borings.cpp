@@ -12,7 +12,8 @@
 
 namespace zel::cli {
 
-SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs) {
+SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs,
+                            std::ostream& progress, const std::function<void()>& idle) {
     struct Loaded {
         site::BoringProfile boring;
         int modeId = 0;
@@ -21,27 +22,29 @@ SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>&
     const auto files = rawLogsOf(inputs);
     std::vector<std::optional<Loaded>> loaded(files.size());
     SiteBorings s;
-    s.code = runParallelBatch(command, files, std::cerr,
-                              [&](std::size_t i, const std::string& file, std::string& text) {
-                                  ConsoleHost host(std::cerr);
-                                  const auto l = loadQuietly(file, host);
-                                  if (!l) return false;
-                                  Loaded one;
-                                  // Each log on its own zone here; the site's zone is the first located
-                                  // log's, applied below.
-                                  site::UtmFrame own;
-                                  if (!site::profileOf(l->log, l->arrays, own, one.boring)) {
-                                      text = "no position (left out; zel-cli gps can give it one)";
-                                      return true;
-                                  }
-                                  one.modeId = l->ctx.modeId;
-                                  one.mode = l->log.mode();
-                                  one.siteName = l->log.Site() == " " ? "" : l->log.Site();
-                                  text = formatNumber(one.boring.easting, "#0.0") + " E, " +
-                                         formatNumber(one.boring.northing, "#0.0") + " N";
-                                  loaded[i] = std::move(one);
-                                  return true;
-                              });
+    s.code = runParallelBatch(
+        command, files, progress,
+        [&](std::size_t i, const std::string& file, std::string& text) {
+            ConsoleHost host(std::cerr);
+            const auto l = loadQuietly(file, host);
+            if (!l) return false;
+            Loaded one;
+            // Each log on its own zone here; the site's zone is the first located
+            // log's, applied below.
+            site::UtmFrame own;
+            if (!site::profileOf(l->log, l->arrays, own, one.boring)) {
+                text = "no position (left out; zel-cli gps can give it one)";
+                return true;
+            }
+            one.modeId = l->ctx.modeId;
+            one.mode = l->log.mode();
+            one.siteName = l->log.Site() == " " ? "" : l->log.Site();
+            text = formatNumber(one.boring.easting, "#0.0") + " E, " +
+                   formatNumber(one.boring.northing, "#0.0") + " N";
+            loaded[i] = std::move(one);
+            return true;
+        },
+        idle);
     for (auto& l : loaded) {
         if (!l) continue;
         if (s.borings.empty()) {

@@ -7,6 +7,8 @@
 #include "site/site_model.h"
 
 #include <array>
+#include <functional>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,11 @@ struct SiteBorings {
     std::string zone() const { return std::to_string(frame.zone) + (frame.north ? "N" : "S"); }
 };
 
-SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs);
+// Progress lines go to progress (zel-cli: stderr); idle runs on the calling thread while it waits.
+SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs,
+                            std::ostream& progress, const std::function<void()>& idle = {});
+inline SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs) {
+    return loadSiteBorings(command, inputs, std::cerr);
+}
 
 } // namespace zel::cli

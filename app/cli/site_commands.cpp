@@ -4,11 +4,13 @@
 #include "app/cli/command.h"
 #include "app/cli/quiet_log.h"
 #include "app/cli/site_borings.h"
+#include "app/cli/site_jobs.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
 #include "common/number_text.h"
 #include "common/windows1252.h"
+#include "settings/data_root.h"
 #include "site/las_export.h"
 #include "site/log_summary.h"
 #include "site/site_model.h"
@@ -33,27 +35,25 @@ struct SummaryArgs {
     std::string geojson;
     std::string kml;
     bool json = false;
+    // The batch file utility's choices; unset: the options file's.
+    std::optional<int> nameFormat;
+    std::optional<bool> area, calloutMax, totals, footageByDate;
 };
 
 int runSummary(const SummaryArgs& a) {
-    const auto files = rawLogsOf(a.inputs);
-    std::vector<std::optional<site::LogSummary>> rows(files.size());
+    site::SummaryOptions options = fileUtilityOptions(optionsFilePath());
+    if (a.nameFormat) options.nameFormat = *a.nameFormat;
+    if (a.area) options.reArea = *a.area;
+    if (a.calloutMax) options.calloutMax = *a.calloutMax;
+    if (a.totals) options.totals = *a.totals;
+    if (a.footageByDate) options.footageByDate = *a.footageByDate;
     std::ostringstream quiet;
-    const int code = runParallelBatch("summary", files, a.json ? quiet : std::cerr,
-                                      [&](std::size_t i, const std::string& file, std::string& text) {
-                                          ConsoleHost host(std::cerr);
-                                          const auto l = loadQuietly(file, host);
-                                          if (!l) return false;
-                                          rows[i] = site::summarise(l->log, l->arrays, file,
-                                                                    static_cast<float>(a.threshold));
-                                          text = "max " + formatNumber(rows[i]->maxSignal, "#0.00") + " %RE";
-                                          return true;
-                                      });
-    std::vector<site::LogSummary> logs;
-    for (auto& r : rows)
-        if (r) logs.push_back(std::move(*r));
+    SiteSummary summary =
+        summariseLogs(rawLogsOf(a.inputs), a.threshold, options.calloutMax, a.json ? quiet : std::cerr);
+    const int code = summary.code;
+    const std::vector<site::LogSummary>& logs = summary.logs;
     std::string error;
-    if (!a.csv.empty() && !writeWholeFile(a.csv, site::summaryCsv(logs), error)) {
+    if (!a.csv.empty() && !writeWholeFile(a.csv, site::summaryCsv(logs, options), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
@@ -67,7 +67,7 @@ int runSummary(const SummaryArgs& a) {
     }
     const auto totals = site::footageTotals(logs);
     if (!a.json) {
-        if (a.csv.empty()) std::cout << site::summaryCsv(logs);
+        if (a.csv.empty()) std::cout << site::summaryCsv(logs, options);
         std::cout << "Footage: " << formatNumber(totals.totalFt, "#0.00") << " ft in " << totals.logs
                   << " logs\n";
         for (const auto& [day, ft] : totals.byDayFt)
@@ -103,6 +103,17 @@ int runSummary(const SummaryArgs& a) {
         o["above_threshold"] = nlohmann::json::array();
         for (const auto& r : s.above)
             o["above_threshold"].push_back({num(r.top, "#0.000"), num(r.bottom, "#0.000")});
+        if (options.calloutMax) {
+            o["callouts"] = nlohmann::json::array();
+            for (const auto& m : s.callouts)
+                o["callouts"].push_back(
+                    {{"caption", windows1252ToUtf8(m.caption)},
+                     {"top", num(m.top, "#0.000")},
+                     {"bottom", num(m.bottom, "#0.000")},
+                     {"max_pct_re", m.points ? nlohmann::json(num(m.maxSignal, "#0.00")) : nlohmann::json()},
+                     {"max_pct_re_depth",
+                      m.points ? nlohmann::json(num(m.maxSignalDepth, "#0.000")) : nlohmann::json()}});
+        }
         j["logs"].push_back(o);
     }
     j["footage_ft"] = num(totals.totalFt, "#0.00");
@@ -121,32 +132,7 @@ struct LasArgs {
 };
 
 int runLas(const LasArgs& a) {
-    return runParallelBatch(
-        "las", rawLogsOf(a.inputs), std::cout, [&](std::size_t, const std::string& file, std::string& text) {
-            ConsoleHost host(std::cerr);
-            const auto l = loadQuietly(file, host);
-            if (!l) return false;
-            // The decay times and basis shares go in when the log has them beside it.
-            std::string ignored;
-            std::optional<analysis::LogLifetimes> tau;
-            std::optional<analysis::LogNnls> nnls;
-            if (const auto t = readWholeFile(analysis::lifetimePath(file), ignored))
-                tau = analysis::parseLifetimeText(*t, ignored);
-            if (const auto t = readWholeFile(analysis::nnlsPath(file), ignored))
-                nnls = analysis::parseNnlsText(*t, ignored);
-            site::LasExtras extras;
-            extras.conductivity = l->ctx.conductivity;
-            extras.conductivityColumn =
-                l->ctx.birchMode ? point_column::ConductivityBirch : point_column::Conductivity;
-            extras.lifetimes = tau ? &*tau : nullptr;
-            extras.nnls = nnls ? &*nnls : nullptr;
-            std::string path = site::lasPath(file);
-            if (!a.to.empty())
-                path = (std::filesystem::path(a.to) / std::filesystem::path(path).filename()).string();
-            if (!writeWholeFile(path, site::lasText(l->log, l->arrays, extras), text)) return false;
-            text = path;
-            return true;
-        });
+    return writeLasFiles(rawLogsOf(a.inputs), a.to, std::cout);
 }
 
 // ---- model
@@ -171,24 +157,9 @@ int runModel(const ModelArgs& a) {
     }
     std::cout << "UTM zone " << site.zone() << ", " << borings.size() << " borings\n";
     std::string error;
-    const auto write = [&](const std::string& path, const std::string& text) {
-        if (path.empty() || writeWholeFile(path, text, error)) return true;
+    if (!writeModelFiles(borings, a.csv, a.vtk, a.grid, a.options, std::cout, error)) {
         std::cerr << "zel-cli model: " << error << '\n';
-        code = 1;
-        return false;
-    };
-    write(a.csv, site::pointsCsv(borings));
-    write(a.vtk, site::pointsVtk(borings));
-    if (!a.grid.empty()) {
-        site::Volume v;
-        if (!site::gridVolume(borings, a.options, v, error)) {
-            std::cerr << "zel-cli model: " << error << '\n';
-            return 1;
-        }
-        if (write(a.grid, site::volumeVtk(v)))
-            std::cout << "Volume " << v.nx << " x " << v.ny << " x " << v.nz << " nodes of "
-                      << formatNumber(v.dx, "#0.00") << " x " << formatNumber(v.dy, "#0.00") << " x "
-                      << formatNumber(v.dz, "#0.00") << " m\n";
+        return 1;
     }
     return code;
 }
@@ -207,6 +178,20 @@ void addSiteCommands(CLI::App& app, CommandRunner& run) {
     summary->add_option("--geojson", s->geojson, "Write the borings as GeoJSON to this file");
     summary->add_option("--kml", s->kml, "Write the borings as KML (Google Earth) to this file");
     summary->add_flag("--json", s->json, "One JSON object on stdout: logs, footage_ft, footage_by_day_ft");
+    summary
+        ->add_option(
+            "--name-format", s->nameFormat,
+            "Name column: 0 the log's name, 1 its file name, 2 its path (default: the options file's "
+            "optSummary_NameFormat)")
+        ->check(CLI::Range(0, 2));
+    summary->add_option("--area", s->area,
+                        "RE area column, true/false (default: chkSummary_Area, else true)");
+    summary->add_option("--callout-max", s->calloutMax,
+                        "Each callout range's maximum %RE and depth, true/false (default: chkCalloutMax)");
+    summary->add_option("--totals", s->totals,
+                        "A last row of totals, true/false (default: chkSummary_Total)");
+    summary->add_option("--footage-by-date", s->footageByDate,
+                        "The footage of each day under the table, true/false (default: chkFootage_Date)");
     summary->callback([s, &run] { run = [s] { return runSummary(*s); }; });
 
     auto l = std::make_shared<LasArgs>();

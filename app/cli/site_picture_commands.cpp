@@ -2,6 +2,7 @@
 #include "app/cli/command.h"
 #include "app/cli/offscreen_gui.h"
 #include "app/cli/site_borings.h"
+#include "app/cli/site_jobs.h"
 
 #include "app/plot/site_picture.h"
 #include "common/console_host.h"
@@ -33,9 +34,6 @@ plot::SiteLine lineOf(const std::vector<double>& v) {
     return line;
 }
 
-using Render =
-    std::function<void(const SiteBorings&, QPainter&, const QRectF&, double, plot::PictureRecord*)>;
-
 // With --json one object on stdout: the picture, its zone and where its data frame lies in the PNG's pixels
 // (data x, y in metres: easting and northing on the map, distance and elevation on a section).
 void printJson(const PictureArgs& a, const SiteBorings& site, const plot::PictureRecord& r) {
@@ -52,22 +50,28 @@ void printJson(const PictureArgs& a, const SiteBorings& site, const plot::Pictur
     std::cout << j.dump() << std::endl;
 }
 
-int draw(const char* command, const PictureArgs& a, const Render& render) {
+using Writer = bool (*)(const SiteBorings&, const PictureOptions&, const std::string&, plot::PictureRecord*,
+                        std::string&);
+
+int draw(const char* command, const PictureArgs& a, Writer write) {
     OffscreenGui gui;
     const SiteBorings site = loadSiteBorings(command, a.inputs);
     if (site.borings.empty()) {
         std::cerr << "zel-cli " << command << ": no located boring\n";
         return 1;
     }
+    PictureOptions o;
+    o.title = a.title;
+    o.line = lineOf(a.line);
+    o.widthM = a.width;
+    o.scalePctRe = a.scale;
+    o.layerM = a.layer;
+    o.dpi = a.dpi;
+    // The borings shown go to the progress stream, so that --json's stdout stays one object.
+    if (write == &writeSection) std::cerr << sectionBoringsText(sectionInput(site, o)) << '\n';
     std::string error;
     plot::PictureRecord record;
-    const bool ok = plot::writeSitePicture(
-        a.out, a.dpi,
-        [&](QPainter& p, const QRectF& rect, double dpi, plot::PictureRecord* r) {
-            render(site, p, rect, dpi, r);
-        },
-        error, &record);
-    if (!ok) {
+    if (!write(site, o, a.out, &record, error)) {
         std::cerr << "zel-cli " << command << ": " << error << '\n';
         return 1;
     }
@@ -79,40 +83,11 @@ int draw(const char* command, const PictureArgs& a, const Render& render) {
 }
 
 int runMap(const PictureArgs& a) {
-    return draw("map", a,
-                [&](const SiteBorings& site, QPainter& p, const QRectF& rect, double dpi,
-                    plot::PictureRecord* record) {
-                    plot::SiteMapInput in;
-                    in.borings = site.borings;
-                    in.title = a.title.empty() ? site.siteName : a.title;
-                    in.zone = site.zone();
-                    in.section = lineOf(a.line);
-                    plot::renderSiteMap(p, rect, dpi, in, record);
-                });
+    return draw("map", a, &writeSiteMap);
 }
 
 int runSection(const PictureArgs& a) {
-    return draw("section", a,
-                [&](const SiteBorings& site, QPainter& p, const QRectF& rect, double dpi,
-                    plot::PictureRecord* record) {
-                    plot::SectionInput in;
-                    in.borings = site.borings;
-                    in.line = lineOf(a.line);
-                    in.widthM = a.width;
-                    in.scalePctRe = a.scale;
-                    in.layerM = a.layer;
-                    in.colours = plot::channelColours(site.labels, false);
-                    in.title = a.title.empty() ? (site.siteName.empty() ? "Section A-A'"
-                                                                        : site.siteName + ": section A-A'")
-                                               : a.title;
-                    // The borings shown go to the progress stream, so that --json's stdout stays one object.
-                    std::cerr << "Section:";
-                    for (const auto& s : plot::sectionBorings(in))
-                        std::cerr << ' ' << s.boring->name << " at " << formatNumber(s.chainage, "#0.0")
-                                  << " m";
-                    std::cerr << '\n';
-                    plot::renderSection(p, rect, dpi, in, record);
-                });
+    return draw("section", a, &writeSection);
 }
 
 void common(CLI::App* cmd, PictureArgs& a) {

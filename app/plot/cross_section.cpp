@@ -29,6 +29,65 @@ double bottomOf(const site::BoringProfile& b) {
     return b.topElevationM - deepest;
 }
 
+// A boring's %RE bars in its channel colours. A point stands for the depths halfway to its neighbours; where
+// several points fall in one device pixel row, the row shows the brightest of them (a peak never vanishes),
+// and rows of one bar are drawn as one rectangle, so a 10,001-point log costs the rows the page has.
+void drawBars(QPainter& p, const PictureRecord& r, const ChannelColours& colours,
+              const site::BoringProfile& b, double scale, double x, double trackW) {
+    struct Row {
+        long long row;
+        double v;
+        std::size_t point;
+    };
+    std::vector<Row> rows;
+    const std::size_t n = std::min({b.depthM.size(), b.pctRe.size(), b.sharesPct.size()});
+    for (std::size_t i = 0; i < n; ++i) {
+        const double v = std::isfinite(b.pctRe[i]) ? std::clamp(b.pctRe[i] / scale, 0.0, 1.0) : 0.0;
+        const double d0 = i > 0 ? (b.depthM[i - 1] + b.depthM[i]) / 2 : b.depthM[i];
+        const double d1 = i + 1 < n ? (b.depthM[i] + b.depthM[i + 1]) / 2 : b.depthM[i];
+        const double y0 = r.toPixel(0, b.topElevationM - d0).y(), y1 = r.toPixel(0, b.topElevationM - d1).y();
+        const auto first = static_cast<long long>(std::floor(std::min(y0, y1)));
+        const auto last = std::max(first, static_cast<long long>(std::ceil(std::max(y0, y1))) - 1);
+        for (long long row = first; row <= last; ++row) {
+            if (!rows.empty() && rows.back().row == row) {
+                if (v > rows.back().v) rows.back() = {row, v, i};
+                continue;
+            }
+            rows.push_back({row, v, i});
+        }
+    }
+    // A log that comes back up a little puts rows out of order: the brightest point of each row still wins.
+    std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& c) { return a.row < c.row; });
+    std::vector<Row> merged;
+    for (const Row& row : rows)
+        if (!merged.empty() && merged.back().row == row.row) {
+            if (row.v > merged.back().v) merged.back() = row;
+        } else {
+            merged.push_back(row);
+        }
+    p.setPen(Qt::NoPen);
+    const auto colourOf = [&](std::size_t i) {
+        std::array<float, kMaxChannels> shares{};
+        for (int k = 0; k < kMaxChannels; ++k)
+            shares[k] = std::isfinite(b.sharesPct[i][k]) ? b.sharesPct[i][k] : 0.0f;
+        const Colour c = pointColour(colours, shares);
+        return QColor(c.r, c.g, c.b);
+    };
+    for (std::size_t s = 0; s < merged.size();) {
+        // A run of rows of the same width and colour.
+        const QColor colour = colourOf(merged[s].point);
+        std::size_t e = s + 1;
+        while (e < merged.size() && merged[e].row == merged[e - 1].row + 1 && merged[e].v == merged[s].v &&
+               (merged[e].point == merged[s].point || colourOf(merged[e].point) == colour))
+            ++e;
+        if (merged[s].v > 0)
+            p.fillRect(QRectF(x, static_cast<double>(merged[s].row), merged[s].v * trackW,
+                              static_cast<double>(merged[e - 1].row - merged[s].row + 1)),
+                       colour);
+        s = e;
+    }
+}
+
 } // namespace
 
 std::vector<SectionBoring> sectionBorings(const SectionInput& in) {
@@ -120,23 +179,35 @@ void renderSection(QPainter& p, const QRectF& rect, double dpi, const SectionInp
     std::vector<std::vector<double>> means;
     for (const auto& s : shown)
         means.push_back(site::pctReAtLayers(*s.boring, zMin, dz, layers));
-    p.setPen(Qt::NoPen);
-    constexpr int kSlices = 32;
+    // Each layer between two borings is one rectangle shaded along its length; layers thinner than a
+    // device pixel share it, so a deep site at a fine layer costs what the page can show, not more.
     for (std::size_t i = 0; i + 1 < shown.size(); ++i) {
         const double xa = r.toPixel(shown[i].chainage, 0).x() + trackW,
                      xb = r.toPixel(shown[i + 1].chainage, 0).x();
         if (xb <= xa) continue;
+        long long lastRow = std::numeric_limits<long long>::min();
         for (int k = 0; k < layers; ++k) {
             const double a = means[i][k], b = means[i + 1][k];
             if (!std::isfinite(a) || !std::isfinite(b)) continue;
             const double yTop = r.toPixel(0, zMin + (k + 0.5) * dz).y(),
                          yBot = r.toPixel(0, zMin + (k - 0.5) * dz).y();
-            for (int j = 0; j < kSlices; ++j) {
-                const double t = (j + 0.5) / kSlices;
-                p.setBrush(pctReRamp((a + t * (b - a)) / scale));
-                p.drawRect(
-                    QRectF(xa + j * (xb - xa) / kSlices, yTop, (xb - xa) / kSlices + 0.5, yBot - yTop + 0.5));
+            const auto row = static_cast<long long>(std::floor((yTop + yBot) / 2));
+            if (row == lastRow) continue;
+            lastRow = row;
+            if (a <= 0 && b <= 0) continue; // white on the white page
+            const QRectF band(xa, yTop, xb - xa, yBot - yTop + 0.5);
+            if (a == b) {
+                p.fillRect(band, pctReRamp(a / scale));
+                continue;
             }
+            // The ramp is not linear in its colours: stops close enough that the steps between them vanish.
+            QLinearGradient g(QPointF(xa, 0), QPointF(xb, 0));
+            constexpr int kStops = 12;
+            for (int j = 0; j <= kStops; ++j) {
+                const double t = static_cast<double>(j) / kStops;
+                g.setColorAt(t, pctReRamp((a + t * (b - a)) / scale));
+            }
+            p.fillRect(band, g);
         }
     }
 
@@ -196,21 +267,7 @@ void renderSection(QPainter& p, const QRectF& rect, double dpi, const SectionInp
         p.setPen(Qt::NoPen);
         p.setBrush(Qt::white);
         p.drawRect(QRectF(x, top, trackW, bottom - top));
-        for (std::size_t i = 0; i < b.depthM.size(); ++i) {
-            const double v = std::isfinite(b.pctRe[i]) ? std::clamp(b.pctRe[i] / scale, 0.0, 1.0) : 0.0;
-            // A point stands for the depths halfway to its neighbours.
-            const std::size_t n = b.depthM.size();
-            const double d0 = i > 0 ? (b.depthM[i - 1] + b.depthM[i]) / 2 : b.depthM[i];
-            const double d1 = i + 1 < n ? (b.depthM[i] + b.depthM[i + 1]) / 2 : b.depthM[i];
-            const double y0 = r.toPixel(0, b.topElevationM - d0).y(),
-                         y1 = r.toPixel(0, b.topElevationM - d1).y();
-            std::array<float, kMaxChannels> shares{};
-            for (int k = 0; k < kMaxChannels; ++k)
-                shares[k] = std::isfinite(b.sharesPct[i][k]) ? b.sharesPct[i][k] : 0.0f;
-            const Colour c = pointColour(in.colours, shares);
-            p.setBrush(QColor(c.r, c.g, c.b));
-            p.drawRect(QRectF(x, std::min(y0, y1), v * trackW, std::max(std::abs(y1 - y0), 0.5)));
-        }
+        drawBars(p, r, in.colours, b, scale, x, trackW);
         p.setBrush(Qt::NoBrush);
         p.setPen(QPen(Qt::black, 0.6 * pt));
         p.drawRect(QRectF(x, top, trackW, bottom - top));

@@ -5,6 +5,7 @@
 #include "app/zel/desktop_startup.h"
 #include "app/zel/main_window.h"
 #include "app/zel/qt_host.h"
+#include "app/zel/site_window.h"
 #include "common/clock.h"
 #include "common/number_text.h"
 #include "common/version.h"
@@ -21,6 +22,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,7 @@ constexpr const char* kUsage =
     "  --rate FT_PER_S       with --sim: the rig's push rate (default 0.06 ft/s)\n"
     "  --sweep-ms MS         with --sim: the rig scope's time per averaged sweep (default 20 ms)\n"
     "  --screenshot FILE     once started (and LOG loaded), save the main window as FILE (PNG) and quit\n"
+    "  --site-window DIR     open the Site window over the logs of DIR (with --screenshot: that window)\n"
     "  --help                this text\n"
     "  --version             the version\n";
 
@@ -100,7 +103,7 @@ int main(int argc, char** argv) {
     std::vector<std::string> args;
     bool sim = false;
     zel::program::SimOptions simOptions;
-    std::string screenshot;
+    std::string screenshot, siteFolder;
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
         if (a == "--help" || a == "-h") {
@@ -147,6 +150,12 @@ int main(int argc, char** argv) {
                 return 2;
             }
             screenshot = argv[++i];
+        } else if (a == "--site-window") {
+            if (i + 1 >= argc) {
+                std::cerr << "zel: --site-window needs a folder\n";
+                return 2;
+            }
+            siteFolder = argv[++i];
         } else {
             args.push_back(a);
         }
@@ -184,9 +193,16 @@ int main(int argc, char** argv) {
     };
     if (!zel::gui::startDesktop(window, settings, host, clock, root, how)) return 1;
 
+    std::unique_ptr<zel::gui::SiteWindow> site;
+    if (!siteFolder.empty()) {
+        site = std::make_unique<zel::gui::SiteWindow>(host, &window.options(), &window);
+        site->show();
+        site->openFolder(siteFolder);
+    }
     if (!screenshot.empty()) {
-        QTimer::singleShot(500, &window, [&window, screenshot] {
-            const bool ok = window.grab().save(QString::fromStdString(screenshot), "PNG");
+        QWidget* shown = site ? static_cast<QWidget*>(site.get()) : &window;
+        QTimer::singleShot(500, shown, [shown, screenshot] {
+            const bool ok = shown->grab().save(QString::fromStdString(screenshot), "PNG");
             if (!ok) std::cerr << "zel: the screenshot could not be written to " << screenshot << '\n';
             QApplication::exit(ok ? 0 : 1);
         });

@@ -14,6 +14,7 @@
 #include "app/zel/general_page.h"
 #include "app/zel/info_page.h"
 #include "app/zel/setup_page.h"
+#include "app/zel/site_window.h"
 #include "app/zel/transfer_page.h"
 #include "app/zel/wave_math_page.h"
 #include "common/number_text.h"
@@ -243,6 +244,10 @@ void MainWindow::buildMenus() {
     file->addSeparator();
     add(file, "mnuFile_ExportData", "Export &data text", [this] { exportDataText(); });
     add(file, "mnuFile_ExportWave", "Export &waveform text...", [this] { exportWaveText(); });
+    add(file, "mnuFile_Site", "Si&te...", [this] {
+        SiteWindow window(host_, options_.get(), this);
+        window.exec();
+    });
     add(file, "mnuFile_Dissipation", "D&issipation tests...", [this] {
         DissipationWindow window(host_, log_, arrays_, ctx_, this);
         window.changed = [this] { refreshPlot(true); };

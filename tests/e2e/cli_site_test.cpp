@@ -1,7 +1,7 @@
 // zel-cli summary and las over a site of logs pushed with the rig at three positions: the summary against
 // zel-cli info, the GeoJSON's coordinate order, and the LAS files read back by an independent reader.
 
-#include "tests/e2e/run_program.h"
+#include "tests/e2e/site_logs.h"
 
 #include "common/number_text.h"
 
@@ -20,45 +20,7 @@ namespace {
 
 const std::string kCli = ZEL_CLI;
 
-struct Boring {
-    const char* name;
-    double lat, lon, pct;
-};
-constexpr Boring kBorings[] = {
-    {"B1", 45.50100, -73.56800, 0.5}, {"B2", 45.50150, -73.56750, 35.0}, {"B3", 45.50200, -73.56700, 8.0}};
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// A site of the three borings, each with its own plume strength between 1 and 2 ft.
-struct SiteLogs {
-    TempDir dir;
-    SiteLogs() {
-        for (const auto& b : kBorings) {
-            std::ostringstream site;
-            site.precision(9);
-            site
-                << R"({"lat": )" << b.lat << R"(, "lon": )" << b.lon << R"(, "bottom_ft": 3, "layers": [)"
-                << R"({"top_ft": 0, "bottom_ft": 1, "pct_re": 0.5}, {"top_ft": 1, "bottom_ft": 2, "pct_re": )"
-                << b.pct << R"(}, {"top_ft": 2, "bottom_ft": 3, "pct_re": 0.5}]})";
-            const std::string file = dir.write(std::string(b.name) + ".json", site.str());
-            const RunResult r = runProgram(kCli + " push --sim --site " + quote(file) +
-                                           " --rate 1 --rod-ft 0 --sweep-ms 0 --points 25 --yes --name " +
-                                           b.name + " --out " + quote(dir.path.string()));
-            EXPECT_EQ(r.exitCode, 0) << r.err;
-        }
-    }
-};
-
-// Pushed once for every test of the site.
-const SiteLogs& siteLogs() {
-    static const SiteLogs logs;
-    return logs;
-}
+constexpr const auto& kBorings = kSiteBorings;
 
 TEST(CliSite, SummaryAgreesWithInfoAndMapsTheBorings) {
     const SiteLogs& logs = siteLogs();
@@ -258,6 +220,39 @@ TEST(CliSite, MapAndSectionShowThePlumeWhereTheLogsDo) {
     EXPECT_LT(darkness(cleanAt(0.5)), 40);
     // Nothing is drawn beyond the deepest point.
     EXPECT_EQ(pixel(section, frame, 0.5 * length, ground - 3.6 * 0.3048), QColor(Qt::white));
+}
+
+// The batch file utility's choices in the options file drive the summary's table and the batch pages' names;
+// a flag overrides them.
+TEST(CliSite, FileUtilityOptionsDriveTheSummaryAndPageNames) {
+    const SiteLogs& logs = siteLogs();
+    TempDir root, pages;
+    std::filesystem::create_directories(root.path / "ini");
+    root.write("ini/ZEL_Options.ini", "[FileUtilities]\r\noptSummary_NameFormat=1\r\noptBatchJPGName=1\r\n"
+                                      "chkSummary_Area=0\r\nchkSummary_Total=1\r\n");
+    const std::string env = "ZEL_DATA_ROOT=" + quote(root.path.string()) + " ";
+    const RunResult table = runProgram(env + kCli + " summary " + quote(logs.dir.path.string()));
+    ASSERT_EQ(table.exitCode, 0) << table.err;
+    EXPECT_NE(table.out.find("\r\nB1.lif.raw.bin,"), std::string::npos) << table.out;
+    EXPECT_EQ(table.out.find("RE area"), std::string::npos);
+    EXPECT_NE(table.out.find("\r\nTotal (3 logs),"), std::string::npos);
+    const RunResult withArea =
+        runProgram(env + kCli + " summary " + quote(logs.dir.path.string()) + " --area true --name-format 0");
+    EXPECT_NE(withArea.out.find("RE area (pVs)"), std::string::npos);
+    EXPECT_NE(withArea.out.find("\r\nB1,"), std::string::npos);
+
+    const std::string b1 = (logs.dir.path / "B1.lif.raw.bin").string();
+    const auto summary = nlohmann::json::parse(runProgram(kCli + " summary " + quote(b1) + " --json").out);
+    const std::string date = summary["logs"][0]["date"];
+    ASSERT_EQ(
+        runProgram(env + kCli + " page " + quote(b1) + " --jpg --to " + quote(pages.path.string())).exitCode,
+        0);
+    EXPECT_TRUE(std::filesystem::exists(pages.path / (date + "_B1.jpg"))) << date;
+    ASSERT_EQ(runProgram(env + kCli + " page " + quote(b1) + " --jpg --page-name 0 --to " +
+                         quote(pages.path.string()))
+                  .exitCode,
+              0);
+    EXPECT_TRUE(std::filesystem::exists(pages.path / "B1.jpg"));
 }
 
 // The LAS file of a log, read by las-js: the depth range in the header is the data's, one row a point, and
