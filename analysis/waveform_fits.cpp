@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <sstream>
 
 namespace zel::analysis {
@@ -89,20 +90,28 @@ std::vector<float> logResponse(const LogArrays& arrays) {
     return r;
 }
 
+LifetimeFitter::LifetimeFitter(const cZEL_Data& log, const LogArrays& arrays, int channels,
+                               const LifetimeSettings& settings, Host& host)
+    : boundaries_(logBoundaries(log, arrays, channels, host)), response_(logResponse(arrays)),
+      dtNs_(log.Wave_DeltaX() * 1e9), channels_(static_cast<int>(boundaries_.size()) + 1),
+      settings_(settings) {}
+
+std::vector<LifetimeFit> LifetimeFitter::fit(std::span<const float> wave) const {
+    auto fits = fitChannels(wave, response_, boundaries_, dtNs_, settings_);
+    fits.resize(static_cast<std::size_t>(channels_)); // windows the record cannot hold stay unfitted
+    for (auto& f : fits)
+        if (f.tauNs == 0) f.weak = true;
+    return fits;
+}
+
 LogLifetimes fitLogLifetimes(const cZEL_Data& log, const LogArrays& arrays, int channels,
                              const LifetimeSettings& settings, Host& host) {
     LogLifetimes out;
-    const std::vector<int> boundaries = logBoundaries(log, arrays, channels, host);
-    out.channels = static_cast<int>(boundaries.size()) + 1;
-    const std::vector<float> response = logResponse(arrays);
-    const double dtNs = log.Wave_DeltaX() * 1e9;
+    const LifetimeFitter fitter(log, arrays, channels, settings, host);
+    out.channels = fitter.channels();
     for (int p = 0; p < arrays.points(); ++p) {
         out.depth.push_back(arrays.columns(point_column::Depth, p));
-        auto fits = fitChannels(arrays.waves.wave(p), response, boundaries, dtNs, settings);
-        fits.resize(static_cast<std::size_t>(out.channels)); // windows the record cannot hold stay unfitted
-        for (auto& f : fits)
-            if (f.tauNs == 0) f.weak = true;
-        out.points.push_back(std::move(fits));
+        out.points.push_back(fitter.fit(arrays.waves.wave(p)));
     }
     return out;
 }
@@ -262,8 +271,9 @@ std::optional<BasisWaveform> basisFromLog(const cZEL_Data& log, const LogArrays&
     return b;
 }
 
-std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
-                                  const std::vector<const BasisWaveform*>& bases, std::string& error) {
+std::optional<NnlsFitter> NnlsFitter::make(const cZEL_Data& log, const LogArrays& arrays,
+                                           const std::vector<const BasisWaveform*>& bases,
+                                           std::string& error) {
     const int n = arrays.waves.samplesPerWave();
     if (bases.empty()) {
         error = "no basis waveform to fit with";
@@ -273,9 +283,8 @@ std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
         error = "the log has no RE area to normalise by";
         return std::nullopt;
     }
-    Eigen::MatrixXd A(n, static_cast<Eigen::Index>(bases.size()));
-    std::vector<double> basisArea;
-    LogNnls out;
+    NnlsFitter f;
+    f.A_.resize(n, static_cast<Eigen::Index>(bases.size()));
     for (std::size_t j = 0; j < bases.size(); ++j) {
         const BasisWaveform& b = *bases[j];
         const double dt = log.Wave_DeltaX();
@@ -286,30 +295,46 @@ std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
             return std::nullopt;
         }
         for (int k = 0; k < n; ++k)
-            A(k, static_cast<Eigen::Index>(j)) = b.samples[static_cast<std::size_t>(k)];
-        basisArea.push_back(sum(b.samples));
-        out.names.push_back(b.name);
+            f.A_(k, static_cast<Eigen::Index>(j)) = b.samples[static_cast<std::size_t>(k)];
+        f.basisArea_.push_back(sum(b.samples));
+        f.names_.push_back(b.name);
     }
-    const double scale = 1000.0 / log.RE_Area();
-    Eigen::VectorXd v(n);
+    f.scale_ = 1000.0 / log.RE_Area();
+    return f;
+}
+
+NnlsPoint NnlsFitter::fit(std::span<const float> wave) const {
+    const auto n = A_.rows();
+    Eigen::VectorXd v = Eigen::VectorXd::Zero(n);
+    for (Eigen::Index k = 0; k < n && static_cast<std::size_t>(k) < wave.size(); ++k)
+        v(k) = wave[static_cast<std::size_t>(k)] * scale_;
+    const NnlsResult r = nnls(A_, v);
+    const double area = v.sum();
+    NnlsPoint out;
+    double explained = 0;
+    for (std::size_t j = 0; j < names_.size(); ++j) {
+        const double share = area > 0 ? r.x(static_cast<Eigen::Index>(j)) * basisArea_[j] / area : 0.0;
+        out.shares.push_back(static_cast<float>(share));
+        explained += share;
+    }
+    out.generic = static_cast<float>(std::max(0.0, 1.0 - explained));
+    const double norm = v.norm();
+    out.residual = static_cast<float>(norm > 0 ? r.residualNorm / norm : 0.0);
+    return out;
+}
+
+std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
+                                  const std::vector<const BasisWaveform*>& bases, std::string& error) {
+    const auto fitter = NnlsFitter::make(log, arrays, bases, error);
+    if (!fitter) return std::nullopt;
+    LogNnls out;
+    out.names = fitter->names();
     for (int p = 0; p < arrays.points(); ++p) {
-        const auto w = arrays.waves.wave(p);
-        for (int k = 0; k < n; ++k)
-            v(k) = w[static_cast<std::size_t>(k)] * scale;
-        const NnlsResult r = nnls(A, v);
-        const double area = v.sum();
-        std::vector<float> shares;
-        double explained = 0;
-        for (std::size_t j = 0; j < bases.size(); ++j) {
-            const double share = area > 0 ? r.x(static_cast<Eigen::Index>(j)) * basisArea[j] / area : 0.0;
-            shares.push_back(static_cast<float>(share));
-            explained += share;
-        }
+        NnlsPoint r = fitter->fit(arrays.waves.wave(p));
         out.depth.push_back(arrays.columns(point_column::Depth, p));
-        out.shares.push_back(std::move(shares));
-        out.generic.push_back(static_cast<float>(std::max(0.0, 1.0 - explained)));
-        const double norm = v.norm();
-        out.residual.push_back(static_cast<float>(norm > 0 ? r.residualNorm / norm : 0.0));
+        out.shares.push_back(std::move(r.shares));
+        out.generic.push_back(r.generic);
+        out.residual.push_back(r.residual);
     }
     return out;
 }
@@ -369,15 +394,36 @@ std::string nnlsPath(const std::string& rawLogPath) {
     return replaceEndingNoCase(rawLogPath, ".raw.bin", ".nnls.txt");
 }
 
+bool sameDepths(const std::vector<float>& depths, const PointMatrix& columns) {
+    const int n = columns.points();
+    if (static_cast<int>(depths.size()) != n || point_column::Depth >= columns.width()) return false;
+    for (int p = 0; p < n; ++p)
+        // The fits name their points by depth, as the text file prints it (three decimals).
+        if (!(std::fabs(depths[static_cast<std::size_t>(p)] - columns(point_column::Depth, p)) <= 0.0006f))
+            return false;
+    return true;
+}
+
+std::optional<std::vector<std::vector<float>>> lifetimeRows(const LogLifetimes& fits,
+                                                            const PointMatrix& columns) {
+    if (fits.channels < 1 || fits.points.size() != fits.depth.size() || !sameDepths(fits.depth, columns))
+        return std::nullopt;
+    std::vector<std::vector<float>> rows(static_cast<std::size_t>(fits.channels));
+    for (const auto& point : fits.points) {
+        if (static_cast<int>(point.size()) != fits.channels) return std::nullopt;
+        for (std::size_t c = 0; c < point.size(); ++c)
+            rows[c].push_back(point[c].weak ? std::numeric_limits<float>::quiet_NaN()
+                                            : static_cast<float>(point[c].tauNs));
+    }
+    return rows;
+}
+
 std::optional<NnlsColumn> nnlsColumn(const LogNnls& fits, const PointMatrix& columns) {
     const int n = columns.points();
-    if (fits.names.empty() || static_cast<int>(fits.depth.size()) != n ||
-        static_cast<int>(fits.shares.size()) != n)
+    if (fits.names.empty() || static_cast<int>(fits.shares.size()) != n || !sameDepths(fits.depth, columns))
         return std::nullopt;
     std::vector<double> total(fits.names.size(), 0.0);
     for (int p = 0; p < n; ++p) {
-        // The fits name their points by depth, as the text file prints it (three decimals).
-        if (std::fabs(fits.depth[p] - columns(point_column::Depth, p)) > 0.0006f) return std::nullopt;
         if (fits.shares[p].size() != fits.names.size()) return std::nullopt;
         for (std::size_t b = 0; b < total.size(); ++b)
             total[b] += fits.shares[p][b];

@@ -14,6 +14,7 @@
 //   (comma-separated, mV per 1000 pVs of RE area).
 
 #include "analysis/lifetime.h"
+#include "analysis/nnls.h"
 #include "common/host.h"
 #include "log/log_arrays.h"
 #include "log/log_data.h"
@@ -39,6 +40,23 @@ struct LogLifetimes {
 
 LogLifetimes fitLogLifetimes(const cZEL_Data& log, const LogArrays& arrays, int channels,
                              const LifetimeSettings& settings, Host& host);
+
+// Any waveform of the log (a point's, or a callout's average) fitted channel by channel as the log's points
+// are: against the log's RE, between its boundaries, one fit a channel (weak where not fitted).
+class LifetimeFitter {
+public:
+    LifetimeFitter(const cZEL_Data& log, const LogArrays& arrays, int channels,
+                   const LifetimeSettings& settings, Host& host);
+    int channels() const { return channels_; }
+    std::vector<LifetimeFit> fit(std::span<const float> wave) const;
+
+private:
+    std::vector<int> boundaries_;
+    std::vector<float> response_;
+    double dtNs_ = 0;
+    int channels_ = 0;
+    LifetimeSettings settings_;
+};
 std::string lifetimeText(const LogLifetimes& fits);
 // The lifetime file read back; nullopt with error set when it is not one.
 std::optional<LogLifetimes> parseLifetimeText(const std::string& text, std::string& error);
@@ -73,6 +91,29 @@ struct LogNnls {
     std::vector<float> generic, residual;
 };
 
+struct NnlsPoint {
+    std::vector<float> shares; // one a basis
+    float generic = 0, residual = 0;
+};
+
+// Any waveform of the log (a point's, or a callout's average) fitted to the bases as the log's points are.
+class NnlsFitter {
+public:
+    // nullopt with error set when a basis does not match the log's sampling or the log has no RE area.
+    static std::optional<NnlsFitter> make(const cZEL_Data& log, const LogArrays& arrays,
+                                          const std::vector<const BasisWaveform*>& bases, std::string& error);
+    const std::vector<std::string>& names() const { return names_; }
+    // wave: samplesPerWave() samples of the log, mV.
+    NnlsPoint fit(std::span<const float> wave) const;
+
+private:
+    NnlsFitter() = default;
+    Eigen::MatrixXd A_;
+    std::vector<double> basisArea_;
+    std::vector<std::string> names_;
+    double scale_ = 1.0;
+};
+
 // Every point fitted to the bases; nullopt with error set when a basis does not match the log's sampling.
 std::optional<LogNnls> fitLogNnls(const cZEL_Data& log, const LogArrays& arrays,
                                   const std::vector<const BasisWaveform*>& bases, std::string& error);
@@ -86,6 +127,14 @@ struct NnlsColumn {
     std::vector<float> sharePct;
 };
 std::optional<NnlsColumn> nnlsColumn(const LogNnls& fits, const PointMatrix& columns);
+
+// The decay times of a lifetime file as a log's rows (one a channel, one value a point, ns, NaN where the
+// channel was not fitted); nullopt when the fits are not of this log's points (count or depths differ).
+std::optional<std::vector<std::vector<float>>> lifetimeRows(const LogLifetimes& fits,
+                                                            const PointMatrix& columns);
+
+// True when a file's depths (printed with three decimals) are those of the log's points, one for one.
+bool sameDepths(const std::vector<float>& depths, const PointMatrix& columns);
 
 // "<folder>/<name>.lif.tau.txt" and ".lif.nnls.txt" beside a raw log "<name>.lif.raw.bin".
 std::string lifetimePath(const std::string& rawLogPath);

@@ -1,5 +1,6 @@
 // Lifetimes and basis fits of a whole log: 10,001 waveforms of 501 samples, four channels, four bases.
 // Each iteration is the whole log, so the reported time is the time a load or a push would spend.
+#include "analysis/classify.h"
 #include "analysis/lifetime.h"
 #include "analysis/nnls.h"
 
@@ -81,6 +82,33 @@ void LogNnls(benchmark::State& state) {
     state.counters["points"] = kPoints;
 }
 BENCHMARK(LogNnls)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// k-means of a whole log's channel shares into three classes seeded by depth ranges.
+void LogClassify(benchmark::State& state) {
+    std::mt19937 rng(3);
+    std::normal_distribution<double> noise(0.0, 0.03);
+    zel::analysis::FeatureRows features;
+    std::vector<float> depth;
+    const double centres[3][4] = {{0.2, 0.4, 0.3, 0.1}, {0.1, 0.2, 0.3, 0.4}, {0.3, 0.3, 0.2, 0.2}};
+    for (int p = 0; p < kPoints; ++p) {
+        const auto& c = centres[(p / 1000) % 3];
+        std::vector<double> v;
+        for (const double x : c)
+            v.push_back(x + noise(rng));
+        features.push_back(v);
+        depth.push_back(static_cast<float>(p * 0.01));
+    }
+    const std::vector<zel::analysis::ClassSeed> seeds{
+        {"A", std::pair{0.0, 5.0}, {}}, {"B", std::pair{10.0, 15.0}, {}}, {"C", std::pair{20.0, 25.0}, {}}};
+    for (auto _ : state) {
+        std::string error;
+        const auto c =
+            zel::analysis::classify(features, depth, seeds, zel::analysis::ClassFeature::Shares, error);
+        benchmark::DoNotOptimize(c->iterations);
+    }
+    state.counters["points"] = kPoints;
+}
+BENCHMARK(LogClassify)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "log/load_file.h"
 
+#include "analysis/classify.h"
 #include "analysis/waveform_fits.h"
 
 #include "log/data_export.h"
@@ -11,6 +12,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 namespace zel {
@@ -48,26 +50,62 @@ void reportStep(Host& host, const std::exception& e, int step) {
                  MsgButtons::Ok, MsgIcon::Critical);
 }
 
-// The NNLS results beside the log (zel-cli nnls writes them), read after its points: the NNLS track's column
-// and NNLS_max. Results that are not of this log's points are named and left out; the log loads regardless.
-void readNnlsResults(const std::string& path, LoadedLog target, Host& host) {
-    const std::string file = analysis::nnlsPath(path);
+// A fit's file beside the log, whole; nullopt when there is none (or it cannot be read).
+std::optional<std::string> fileBeside(const std::string& file) {
     std::error_code ec;
-    if (file.empty() || !std::filesystem::is_regular_file(file, ec)) return;
+    if (file.empty() || !std::filesystem::is_regular_file(file, ec)) return std::nullopt;
+    // A fit file of a full log is about a megabyte; anything far larger is not one.
+    constexpr std::uintmax_t kMaxFitFile = 64u << 20;
+    if (std::filesystem::file_size(file, ec) > kMaxFitFile || ec) return std::nullopt;
     std::ifstream in(file, std::ios::binary);
+    if (!in) return std::nullopt;
     std::ostringstream text;
     text << in.rdbuf();
+    return text.str();
+}
+
+void notLoaded(Host& host, const char* what, const std::string& file, bool parsed, const std::string& error) {
+    host.message(std::string("The ") + what + " were not loaded: " + file + " " +
+                 (parsed ? std::string("holds the fits of other points") : error) + ".");
+}
+
+// The fits beside the log (zel-cli nnls, tau and classify write them), read after its points: the NNLS
+// track's column and NNLS_max, the decay times of the lifetime track, each point's class. Results that are
+// not of this log's points are named and left out; the log loads regardless.
+void readNnlsResults(const std::string& path, LoadedLog target, Host& host) {
+    const std::string file = analysis::nnlsPath(path);
+    const auto text = fileBeside(file);
+    if (!text) return;
     std::string error;
-    const auto fits = analysis::parseNnlsText(text.str(), error);
+    const auto fits = analysis::parseNnlsText(*text, error);
     const auto column = fits ? analysis::nnlsColumn(*fits, target.arrays.columns) : std::nullopt;
-    if (!column) {
-        host.message("The NNLS results were not loaded: " + file + " " +
-                     (fits ? std::string("holds the fits of other points") : error) + ".");
-        return;
-    }
+    if (!column) return notLoaded(host, "NNLS results", file, fits.has_value(), error);
     target.arrays.nnls = column->sharePct;
     target.arrays.nnlsTitle = column->basis;
     target.log.NNLS_max(*std::max_element(column->sharePct.begin(), column->sharePct.end()));
+}
+
+void readLifetimeResults(const std::string& path, LoadedLog target, Host& host) {
+    const std::string file = analysis::lifetimePath(path);
+    const auto text = fileBeside(file);
+    if (!text) return;
+    std::string error;
+    const auto fits = analysis::parseLifetimeText(*text, error);
+    auto rows = fits ? analysis::lifetimeRows(*fits, target.arrays.columns) : std::nullopt;
+    if (!rows) return notLoaded(host, "decay times", file, fits.has_value(), error);
+    target.arrays.tau = std::move(*rows);
+}
+
+void readClassResults(const std::string& path, LoadedLog target, Host& host) {
+    const std::string file = analysis::classPath(path);
+    const auto text = fileBeside(file);
+    if (!text) return;
+    std::string error;
+    const auto c = analysis::parseClassText(*text, error);
+    auto column = c ? analysis::classColumn(*c, target.arrays.columns) : std::nullopt;
+    if (!column) return notLoaded(host, "classes", file, c.has_value(), error);
+    target.arrays.pointClass = std::move(*column);
+    target.arrays.classNames = c->names;
 }
 
 // Steps 5 onwards of Load_File, shared by the LIF/O2 and colour loaders.
@@ -103,7 +141,7 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
         }
         result.repaired = raw.repaired;
         result.pointValues = raw.pointValues;
-        readNnlsResults(path, target, host);
+        ReadFitsBeside(path, target, host);
         step = 8;
         if (!session.quiet) {
             const std::string plt = target.log.File_FullPath_Plt();
@@ -130,6 +168,13 @@ LoadResult loadChecked(const LoadRequest& request, const std::string& path, Load
 }
 
 } // namespace
+
+void ReadFitsBeside(const std::string& rawLogPath, LoadedLog target, Host& host) {
+    target.arrays.clearFits();
+    readLifetimeResults(rawLogPath, target, host);
+    readNnlsResults(rawLogPath, target, host);
+    readClassResults(rawLogPath, target, host);
+}
 
 LoadResult Load_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host) {
     QuietScope quiet(session, request.quiet);

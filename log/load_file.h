@@ -68,6 +68,9 @@ inline constexpr std::string_view kFvdNotAvailable =
 // Load_File: every refusal and message of the Open path; the interactive path pauses 50 ms after each of
 // the first five reader steps (the display redraws in them), quiet batch loads do not.
 LoadResult Load_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host);
+// The fits beside a raw log (its ".tau.txt", ".nnls.txt" and ".class.txt") read into the loaded log again,
+// after they were made for it: each that is not of the log's points is named through host and left out.
+void ReadFitsBeside(const std::string& rawLogPath, LoadedLog target, Host& host);
 // The same for colour logs (".clr.raw.bin"), which only the colour mode loads.
 LoadResult Load_Color_File(const LoadRequest& request, LoadSession& session, LoadedLog target, Host& host);
 

@@ -16,8 +16,7 @@ template <class Arrays, class Fn> void forEachPointArray(Arrays& a, Fn&& fn) {
 } // namespace
 
 ArrayStatus LogArrays::beginPush(int samplesPerWave, int dataColumns, bool withPresFlow) {
-    nnls.clear();
-    nnlsTitle.clear();
+    clearFits();
     ArrayStatus status = waves.beginPush(samplesPerWave);
     if (status == ArrayStatus::Ok) status = columns.beginPush(dataColumns);
     if (status == ArrayStatus::Ok) status = hammer.beginPush(kHammerColumns);
@@ -36,8 +35,7 @@ ArrayStatus LogArrays::beginPush(int samplesPerWave, int dataColumns, bool withP
 
 ArrayStatus LogArrays::resize(int samplesPerWave, int dataColumns, int points, bool withPresFlow,
                               bool zeroWaves) {
-    nnls.clear();
-    nnlsTitle.clear();
+    clearFits();
     ArrayStatus status = waves.resize(samplesPerWave, points, zeroWaves);
     if (status == ArrayStatus::Ok) status = columns.resize(dataColumns, points);
     if (status == ArrayStatus::Ok) status = hammer.resize(kHammerColumns, points);
@@ -95,8 +93,16 @@ void LogArrays::clear() {
     re = Waveform{};
     blank = Waveform{};
     std::vector<float>().swap(baseline);
+    clearFits();
     std::vector<float>().swap(nnls);
+}
+
+void LogArrays::clearFits() {
+    nnls.clear();
     nnlsTitle.clear();
+    tau.clear();
+    pointClass.clear();
+    classNames.clear();
 }
 
 } // namespace zel

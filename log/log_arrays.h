@@ -70,6 +70,16 @@ struct LogArrays {
     // of the basis that explains most of the log), and the track's title naming that basis. Empty otherwise.
     std::vector<float> nnls;
     std::string nnlsTitle;
+    // The decay times of a loaded log whose lifetime fit lies beside it: one row a channel, one value a
+    // point (ns; NaN where the channel was not fitted). Empty otherwise.
+    std::vector<std::vector<float>> tau;
+    // The class of each point of a loaded log whose classification lies beside it (an index into
+    // classNames; -1 for a point left unclassified). Empty otherwise.
+    std::vector<int> pointClass;
+    std::vector<std::string> classNames;
+
+    // Forgets the fits read beside a log (NNLS, decay times, classes): they belong to its points only.
+    void clearFits();
 
     // Number of points held (all point arrays agree).
     int points() const { return waves.points(); }

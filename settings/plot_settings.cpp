@@ -205,6 +205,10 @@ const std::map<std::string, std::string, std::less<>>& specialDefaults() {
             {"FCtxtPlotFitMax", "100"},
             {"FWtxtAvgInterval", "1"},
             {"FCchkCalloutWaves", "1"},
+            // A fit made beside a log is drawn unless the analyst turns it off; a log without one shows
+            // nothing either way.
+            {"FWchkLifetime", "1"},
+            {"FTchkCluster", "1"},
         };
         for (const char* track : {"Rate", "Cond", "Sctr", "Fluor", "NNLS"}) {
             m[std::string("FTtxt2ndScale_") + track + "0"] = "0";

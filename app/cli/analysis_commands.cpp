@@ -2,6 +2,7 @@
 // channel decay times, nnls fits every point to a basis library, basis keeps the library.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/log_callouts.h"
 #include "app/cli/quiet_log.h"
 
 #include "analysis/waveform_fits.h"
@@ -11,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -27,10 +29,66 @@ struct TauArgs {
     std::vector<std::string> files;
     double cutoff = 0.0;
     bool json = false;
+    bool callouts = false;
 };
+
+// A number as the files print it, for JSON.
+double rounded(double v, const char* pattern) {
+    return val(formatNumber(v, pattern));
+}
+
+// The callout bands of every log, each fitted by fit(band, loaded log): one JSON entry a band, naming its
+// log, slot, caption, depths and points, then what fit adds. Progress on stderr; nothing is written.
+int runCalloutBatch(const char* command, const std::vector<std::string>& files, Host& host,
+                    const std::function<bool(const plot::CalloutWave&, QuietLog&, nlohmann::ordered_json&,
+                                             std::string&)>& fit) {
+    nlohmann::ordered_json all = nlohmann::json::array();
+    const int code = runBatch(command, files, std::cerr, [&](const std::string& file, std::string& text) {
+        const auto l = loadQuietly(file, host);
+        if (!l) return false;
+        const auto bands = calloutBands(*l);
+        for (const auto& band : bands) {
+            nlohmann::ordered_json j;
+            j["file"] = file;
+            j["slot"] = band.slot;
+            j["caption"] = windows1252ToUtf8(band.caption);
+            j["top"] = rounded(band.top, "#0.000");
+            j["bottom"] = rounded(band.bottom, "#0.000");
+            j["points"] = band.lastPoint - band.firstPoint + 1;
+            j["mean_pct_re"] = rounded(band.meanSignal, "#0.000");
+            if (!fit(band, *l, j, text)) return false;
+            all.push_back(j);
+        }
+        text = std::to_string(bands.size()) + (bands.size() == 1 ? " callout" : " callouts");
+        return true;
+    });
+    std::cout << all.dump() << std::endl;
+    return code;
+}
+
+int runCalloutTau(const TauArgs& a, Host& host) {
+    return runCalloutBatch(
+        "tau", a.files, host,
+        [&](const plot::CalloutWave& band, QuietLog& l, nlohmann::ordered_json& j, std::string&) {
+            analysis::LifetimeSettings s;
+            s.cutoffArea = a.cutoff;
+            const analysis::LifetimeFitter fitter(l.log, l.arrays, l.ctx.channels, s, host);
+            nlohmann::ordered_json tau = nlohmann::json::array(), rms = tau;
+            for (const auto& f : fitter.fit(band.average)) {
+                tau.push_back(f.weak ? nlohmann::ordered_json()
+                                     : nlohmann::ordered_json(rounded(f.tauNs, "#0.000")));
+                rms.push_back(f.weak ? nlohmann::ordered_json()
+                                     : nlohmann::ordered_json(rounded(f.residual, "#0.0000")));
+            }
+            j["tau_ns"] = tau;
+            j["rms_mv"] = rms;
+            return true;
+        });
+}
 
 int runTau(const TauArgs& a) {
     ConsoleHost host(std::cerr);
+    if (a.callouts) return runCalloutTau(a, host);
     nlohmann::ordered_json all = nlohmann::json::array();
     std::ostringstream progress;
     const int code = runBatch(
@@ -75,6 +133,7 @@ struct NnlsArgs {
     std::string library;
     std::vector<std::string> names;
     bool json = false;
+    bool callouts = false;
 };
 
 std::optional<analysis::BasisLibrary> loadLibrary(const std::string& path, std::string& error) {
@@ -106,6 +165,24 @@ int runNnls(const NnlsArgs& a) {
     if (a.names.empty())
         for (const auto& b : lib->bases)
             chosen.push_back(&b);
+    if (a.callouts)
+        return runCalloutBatch(
+            "nnls", a.files, host,
+            [&](const plot::CalloutWave& band, QuietLog& l, nlohmann::ordered_json& j, std::string& text) {
+                const auto fitter = analysis::NnlsFitter::make(l.log, l.arrays, chosen, text);
+                if (!fitter) return false;
+                const analysis::NnlsPoint r = fitter->fit(band.average);
+                j["bases"] = nlohmann::json::array();
+                for (const auto& name : fitter->names())
+                    j["bases"].push_back(windows1252ToUtf8(name));
+                nlohmann::ordered_json shares = nlohmann::json::array();
+                for (const float x : r.shares)
+                    shares.push_back(rounded(x, "#0.0000"));
+                j["shares"] = shares;
+                j["generic"] = rounded(r.generic, "#0.0000");
+                j["residual"] = rounded(r.residual, "#0.0000");
+                return true;
+            });
     nlohmann::ordered_json all = nlohmann::json::array();
     std::ostringstream progress;
     const int code = runBatch("nnls", a.files, a.json ? progress : std::cout,
@@ -229,6 +306,9 @@ void addAnalysisCommands(CLI::App& app, CommandRunner& run) {
                   "A channel whose summed signal (mV x samples) is below this is not fitted")
         ->capture_default_str();
     t->add_flag("--json", tau->json, "One JSON array on stdout instead of progress lines");
+    t->add_flag(
+        "--callouts", tau->callouts,
+        "Fit each callout band's averaged waveform instead (JSON, one entry a band; no file written)");
     t->callback([tau, &run] { run = [tau] { return runTau(*tau); }; });
 
     auto nnls = std::make_shared<NnlsArgs>();
@@ -239,6 +319,9 @@ void addAnalysisCommands(CLI::App& app, CommandRunner& run) {
     n->add_option("--basis", nnls->library, "The basis library file")->required();
     n->add_option("--use", nnls->names, "Bases to fit with (default: all of the library)")->delimiter(',');
     n->add_flag("--json", nnls->json, "One JSON array on stdout instead of progress lines");
+    n->add_flag(
+        "--callouts", nnls->callouts,
+        "Fit each callout band's averaged waveform instead (JSON, one entry a band; no file written)");
     n->callback([nnls, &run] { run = [nnls] { return runNnls(*nnls); }; });
 
     auto b = std::make_shared<BasisArgs>();

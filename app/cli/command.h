@@ -34,6 +34,8 @@ void addPageCommand(CLI::App& app, CommandRunner& run);
 // Adds "tau" (channel decay times of raw logs), "nnls" (their fit to a basis library) and "basis" (the
 // library kept).
 void addAnalysisCommands(CLI::App& app, CommandRunner& run);
+// Adds "classify" (a log's points sorted into the analyst's named classes by their shares or decay times).
+void addClassifyCommand(CLI::App& app, CommandRunner& run);
 // Adds "summary" (a site's logs tabulated, with footage totals and GeoJSON) and "las" (LAS 2.0 files).
 void addSiteCommands(CLI::App& app, CommandRunner& run);
 // Adds "cut" and "stitch" (new logs from a log's depth range, or two logs of one boring) and "gps" (surveyed

@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
     zel::cli::addPushCommand(app, run);
     zel::cli::addPageCommand(app, run);
     zel::cli::addAnalysisCommands(app, run);
+    zel::cli::addClassifyCommand(app, run);
     zel::cli::addSiteCommands(app, run);
     zel::cli::addLogEditCommands(app, run);
     zel::cli::addSitePictureCommands(app, run);

@@ -2,6 +2,7 @@
 // own pages, without a display.
 #include "app/cli/batch.h"
 #include "app/cli/command.h"
+#include "app/cli/log_callouts.h"
 #include "app/cli/offscreen_gui.h"
 #include "app/cli/quiet_log.h"
 #include "app/cli/site_jobs.h"
@@ -69,17 +70,7 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     // The log's own plot settings and its latest callout scheme, when its companion has them.
     const std::string plt = log.File_FullPath_Plt();
     const plot::PlotSettings settings = plot::plotSettingsFromIni(plt);
-    if (const int scheme = nextCalloutScheme(plt) - 1; scheme >= 1) {
-        CalloutDisplay display;
-        std::string label;
-        LoadCalloutScheme(plt, scheme, log, display, label);
-        // The text the user gave a callout names it on the page when it has no caption of its own.
-        for (int slot = 0; slot < cZEL_Data::kCalloutSlots; ++slot) {
-            const std::string& text = display.text[static_cast<std::size_t>(slot)];
-            if (log.Callout_Caption(slot).empty() && !text.empty() && text != " ")
-                log.Callout_Caption(slot, text);
-        }
-    }
+    takeLatestCalloutScheme(log);
 
     program::SettingsModel options;
     options.readOptionsFile(optionsFilePath());

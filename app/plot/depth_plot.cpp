@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace zel::plot {
 namespace {
@@ -88,18 +89,18 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
     const double rowHeight = r.height() / rows;
     const auto xOf = [&](double v) { return r.left() + t.fraction(v) * r.width(); };
 
-    // The rows holding points, in depth order. A row whose values all lie below the floor is a gap; so is
-    // a depth step much longer than the log's usual one (a clipped or missing stretch), which the curve
-    // and the fill do not bridge.
+    // The rows holding points of a curve, in depth order. A row whose values all lie below the floor is a
+    // gap; so is a depth step much longer than the log's usual one (a clipped or missing stretch), which
+    // the curve and the fill do not bridge.
     struct RowPoint {
         double y;
         float min, max;
         int minPoint, maxPoint;
         bool gapBefore;
     };
-    std::vector<RowPoint> pts;
-    {
-        const std::vector<RowExtent> ext = decimateRows(t.depth, t.values, window, rows);
+    const auto rowsOf = [&](std::span<const float> values) {
+        std::vector<RowPoint> out;
+        const std::vector<RowExtent> ext = decimateRows(t.depth, values, window, rows);
         const double maxStep = 3.0 * model.pointSpacing();
         bool gap = true;
         int lastPoint = -1;
@@ -114,11 +115,38 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
             if (lastPoint >= 0 && std::fabs(double(t.depth[static_cast<std::size_t>(first)]) -
                                             t.depth[static_cast<std::size_t>(lastPoint)]) > maxStep)
                 gap = true;
+            // A point without a value between the last drawn and this one (a channel not fitted, a point
+            // under the cut-off) is a gap too: the line does not pretend to know it.
+            for (int q = lastPoint + 1; lastPoint >= 0 && q < first && !gap; ++q)
+                if (!std::isfinite(values[static_cast<std::size_t>(q)])) gap = true;
             const float lo = t.floor ? std::max(e.min, static_cast<float>(*t.floor)) : e.min;
-            pts.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
+            out.push_back({r.top() + (row + 0.5) * rowHeight, lo, e.max, e.minPoint, e.maxPoint, gap});
             gap = false;
             lastPoint = std::max(e.minPoint, e.maxPoint);
         }
+        return out;
+    };
+    const std::vector<RowPoint> pts = rowsOf(t.values);
+
+    if (t.kind == TrackKind::Class) {
+        // A strip: each point's class colour across the whole track, from half way to the point above to
+        // half way to the point below (not across a gap), so a sparse log reads as bands.
+        p.setPen(Qt::NoPen);
+        for (std::size_t i = 0; i < pts.size(); ++i) {
+            const RowPoint& q = pts[i];
+            if (static_cast<std::size_t>(q.maxPoint) >= t.fill.size()) continue;
+            const bool joinUp = i > 0 && !q.gapBefore;
+            const bool joinDown = i + 1 < pts.size() && !pts[i + 1].gapBefore;
+            const double y0 = joinUp ? (pts[i - 1].y + q.y) / 2.0 : q.y - rowHeight;
+            const double y1 = joinDown ? (q.y + pts[i + 1].y) / 2.0 : q.y + rowHeight;
+            p.fillRect(QRectF(r.left(), y0, r.width(), std::max(y1 - y0, rowHeight)),
+                       qcolour(t.fill[static_cast<std::size_t>(q.maxPoint)]));
+        }
+        p.restore();
+        p.setPen(QPen(Qt::black, lineWidth));
+        p.setBrush(Qt::NoBrush);
+        p.drawRect(r);
+        return;
     }
 
     if (t.filled) {
@@ -149,23 +177,34 @@ void paintTrack(QPainter& p, const QRectF& r, const Track& t, const PlotModel& m
         p.setBrush(Qt::NoBrush);
     }
 
-    p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(t.pen), lineWidth));
-    QPolygonF curve;
-    const auto flush = [&] {
-        if (curve.size() == 1)
-            p.drawPoint(curve.front());
-        else if (!curve.isEmpty())
-            p.drawPolyline(curve);
-        curve.clear();
+    const auto drawCurve = [&](const std::vector<RowPoint>& curvePoints, Colour pen, Qt::PenStyle style) {
+        p.setPen(QPen(s.printBlack ? QColor(Qt::black) : qcolour(pen), lineWidth, style));
+        QPolygonF curve;
+        const auto flush = [&] {
+            if (curve.size() == 1)
+                p.drawPoint(curve.front());
+            else if (!curve.isEmpty())
+                p.drawPolyline(curve);
+            curve.clear();
+        };
+        for (const RowPoint& q : curvePoints) {
+            if (q.gapBefore) flush();
+            // The row's extremes in depth order, so the line joins the neighbouring rows the way it came.
+            const bool minFirst = q.minPoint <= q.maxPoint;
+            curve << QPointF(xOf(minFirst ? q.min : q.max), q.y);
+            if (q.min != q.max) curve << QPointF(xOf(minFirst ? q.max : q.min), q.y);
+        }
+        flush();
     };
-    for (const RowPoint& q : pts) {
-        if (q.gapBefore) flush();
-        // The row's extremes in depth order, so the line joins the neighbouring rows the way it came.
-        const bool minFirst = q.minPoint <= q.maxPoint;
-        curve << QPointF(xOf(minFirst ? q.min : q.max), q.y);
-        if (q.min != q.max) curve << QPointF(xOf(minFirst ? q.max : q.min), q.y);
+    if (t.lines.empty()) {
+        drawCurve(pts, t.pen, Qt::SolidLine);
+    } else {
+        // Printed in black the lines keep apart by their dashes.
+        static constexpr Qt::PenStyle kStyles[] = {Qt::SolidLine, Qt::DashLine, Qt::DotLine, Qt::DashDotLine};
+        for (std::size_t i = 0; i < t.lines.size(); ++i)
+            drawCurve(rowsOf(t.lines[i].values), t.lines[i].pen,
+                      s.printBlack ? kStyles[i % 4] : Qt::SolidLine);
     }
-    flush();
 
     QPen dashed(QColor(200, 0, 0), lineWidth, Qt::DashLine);
     p.setPen(dashed);
@@ -302,8 +341,10 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         if (style.drawTitles) {
             p.setPen(Qt::black);
             drawTitle(p, QRectF(r.left(), rect.top(), r.width(), 2 * lh), titleOf(t), sink);
-            drawScale(p, QRectF(r.left(), rect.top() + 2 * lh, r.width(), l.titleHeight - 2 * lh), r, t,
-                      lineWidth, sink);
+            // The class strip has no value scale: its colours are named in the legend.
+            if (t.kind != TrackKind::Class)
+                drawScale(p, QRectF(r.left(), rect.top() + 2 * lh, r.width(), l.titleHeight - 2 * lh), r, t,
+                          lineWidth, sink);
         }
     }
     if (tracks.empty()) return p.restore();

@@ -434,6 +434,22 @@ void drawSide(QPainter& p, const PageGeometry& g, const PageInput& in, int page,
             y += lh;
         }
     }
+    // The classes of the strip beside the %RE track.
+    const auto& classes = in.model.classNames();
+    if (in.model.track(TrackKind::Class) && !classes.empty() && y + 3 * lh < side.bottom()) {
+        y += 0.4 * lh;
+        heading(QStringLiteral("Classes"));
+        for (std::size_t k = 0; k < classes.size(); ++k) {
+            if (y + lh > side.bottom()) break;
+            const Colour c = classColour(static_cast<int>(k));
+            const QRectF swatch(side.left(), y + 0.15 * lh, 1.8 * lh, 0.7 * lh);
+            p.fillRect(swatch, QColor(c.r, c.g, c.b));
+            p.setPen(Qt::black);
+            drawText(p, QRectF(swatch.right() + 0.5 * lh, y, side.width() - 2.3 * lh, lh),
+                     Qt::AlignLeft | Qt::AlignVCenter, qs(classes[k]), sink);
+            y += lh;
+        }
+    }
     // A wrapped note as tall as its text needs, left out when the column has no room for it.
     const auto note = [&](const QString& text) {
         const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
@@ -450,6 +466,12 @@ void drawSide(QPainter& p, const PageGeometry& g, const PageInput& in, int page,
                                   "by area"));
     if (s.referenceRe) note(QStringLiteral("Dashed red: reference %1 %RE").arg(depthText(*s.referenceRe)));
     if (s.signalFloor > 0) note(QStringLiteral("%RE below %1 not drawn").arg(depthText(s.signalFloor)));
+    if (in.model.track(TrackKind::Lifetime)) {
+        note(s.printBlack ? QStringLiteral("Decay time: a line a channel (solid, dashed, dotted, dash-dot)")
+                          : QStringLiteral("Decay time: a line a channel, in the channel's colour"));
+        if (s.lifetimeCutoff)
+            note(QStringLiteral("No decay time below %1 %RE").arg(depthText(*s.lifetimeCutoff)));
+    }
     p.restore();
 }
 

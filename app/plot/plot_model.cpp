@@ -206,6 +206,28 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         }
     }
 
+    // Each point's class, beside the %RE track: a classification of the same points only.
+    std::optional<Track> classStrip;
+    if (s.classes && !a.classNames.empty() && static_cast<int>(a.pointClass.size()) == cols.points() &&
+        point_column::Depth < cols.width()) {
+        Track t = makeTrack(TrackKind::Class, "Class", "", s.secondaryWidth * 0.35);
+        const int count = static_cast<int>(a.classNames.size());
+        for (int p = 0; p < cols.points(); ++p) {
+            const float d = cols(point_column::Depth, p);
+            if (!keepDepth(d, s)) continue;
+            const int k = a.pointClass[static_cast<std::size_t>(p)];
+            const bool known = k >= 0 && k < count;
+            t.depth.push_back(d);
+            t.values.push_back(known ? static_cast<float>(k) : kNaN);
+            t.fill.push_back(known ? classColour(k) : Colour{255, 255, 255});
+        }
+        t.min = 0;
+        t.max = std::max(1, count);
+        t.filled = true;
+        m.classNames_ = a.classNames;
+        classStrip = std::move(t);
+    }
+
     if (s.zoom.shown) {
         Track t = makeTrack(TrackKind::Zoom, "%RE zoom", "%RE", s.secondaryWidth);
         t.depth = signal.depth;
@@ -214,9 +236,11 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         t.references = signal.references;
         setRange(t, true, s.zoom.min, s.zoom.max, s.zoom.logScale);
         m.tracks_.push_back(std::move(signal));
+        if (classStrip) m.tracks_.push_back(std::move(*classStrip));
         m.tracks_.push_back(std::move(t));
     } else {
         m.tracks_.push_back(std::move(signal));
+        if (classStrip) m.tracks_.push_back(std::move(*classStrip));
     }
 
     const auto pointTrack = [&](TrackKind kind, const TrackSwitches& sw, std::string title, std::string unit,
@@ -254,6 +278,43 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
         }
         setRange(t, s.nnls.manual, s.nnls.min, s.nnls.max, s.nnls.logScale);
         t.pen = {120, 0, 120};
+        m.tracks_.push_back(std::move(t));
+    }
+
+    if (s.lifetime && !a.tau.empty() && point_column::Depth < cols.width()) {
+        // The decay times of the same points, a line a channel in the channel's colour; a point under the
+        // cut-off %RE (or a channel not fitted) leaves its line's gap.
+        Track t = makeTrack(TrackKind::Lifetime, "Decay time", "ns", s.secondaryWidth);
+        const int n = cols.points();
+        for (std::size_t c = 0; c < a.tau.size(); ++c) {
+            TrackLine line;
+            line.label = "Tau" + std::to_string(c + 1);
+            line.pen = c < static_cast<std::size_t>(kMaxChannels) ? m.colours_.colour[c] : Colour{90, 90, 90};
+            t.lines.push_back(std::move(line));
+        }
+        const bool cut = s.lifetimeCutoff && src.signalColumn >= 0 && src.signalColumn < cols.width();
+        for (int p = 0; p < n; ++p) {
+            const float d = cols(point_column::Depth, p);
+            if (!keepDepth(d, s)) continue;
+            t.depth.push_back(d);
+            const bool faint = cut && !(cols(src.signalColumn, p) >= *s.lifetimeCutoff);
+            for (std::size_t c = 0; c < a.tau.size(); ++c) {
+                const auto& row = a.tau[c];
+                const float v = !faint && static_cast<std::size_t>(p) < row.size()
+                                    ? row[static_cast<std::size_t>(p)]
+                                    : kNaN;
+                t.lines[c].values.push_back(v);
+            }
+        }
+        Extent e;
+        for (const TrackLine& line : t.lines) {
+            const Extent le = extentOf(line.values);
+            e.lo = std::min(e.lo, le.lo);
+            e.hi = std::max(e.hi, le.hi);
+        }
+        t.min = 0.0;
+        t.max = e.any() && e.hi > 0 ? niceCeil(e.hi) : 10.0;
+        t.pen = {60, 60, 60};
         m.tracks_.push_back(std::move(t));
     }
 
@@ -316,6 +377,15 @@ PlotModel PlotModel::build(const PlotSource& src, const PlotSettings& s) {
     return m;
 }
 
+Colour classColour(int index) {
+    // Well apart in hue and lightness, none of them the grey of a point without shares.
+    static constexpr Colour kPalette[] = {{31, 119, 180},  {255, 127, 14}, {44, 160, 44},   {214, 39, 40},
+                                          {148, 103, 189}, {140, 86, 75},  {227, 119, 194}, {188, 189, 34},
+                                          {23, 190, 207},  {0, 0, 0}};
+    constexpr int n = sizeof(kPalette) / sizeof(kPalette[0]);
+    return kPalette[((index % n) + n) % n];
+}
+
 const Track* PlotModel::track(TrackKind kind) const {
     for (const Track& t : tracks_)
         if (t.kind == kind) return &t;
@@ -368,9 +438,23 @@ PointReadout PlotModel::valuesAt(double depth, std::optional<double> tolerance) 
     for (const Track& t : tracks_) {
         // Pressure/flow tracks have points of their own; the others share the %RE track's.
         const int i = t.depth.size() == tracks_.front().depth.size() ? p : nearest(t);
+        if (i >= 0 && !t.lines.empty()) {
+            for (const TrackLine& line : t.lines) {
+                const auto at = static_cast<std::size_t>(i);
+                if (at < line.values.size() && std::isfinite(line.values[at]))
+                    out.values.push_back({t.kind, line.label, t.unit, line.values[at]});
+            }
+            continue;
+        }
         if (i < 0 || static_cast<std::size_t>(i) >= t.values.size()) continue;
         const float v = t.values[static_cast<std::size_t>(i)];
         if (!std::isfinite(v)) continue;
+        if (t.kind == TrackKind::Class) {
+            // The strip reads as the class's name.
+            const auto k = static_cast<std::size_t>(v);
+            if (k < classNames_.size()) out.values.push_back({t.kind, t.title, classNames_[k], v});
+            continue;
+        }
         out.values.push_back({t.kind, t.title, t.unit, v});
     }
     return out;

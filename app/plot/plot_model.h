@@ -27,6 +27,8 @@ enum class TrackKind {
     Scatter,
     Fluorescence,
     Nnls,
+    Lifetime,  // the decay times, one line a channel
+    Class,     // each point's class as a coloured strip
     PresFlow0, // the four pressure/flow curves
     PresFlow1,
     PresFlow2,
@@ -35,6 +37,13 @@ enum class TrackKind {
 };
 
 enum class Scale { Linear, Log };
+
+// One curve of a track that draws several against the same scale (the decay times: one a channel).
+struct TrackLine {
+    std::string label; // "Tau1" ...
+    Colour pen;
+    std::vector<float> values; // one per point of the track's depth
+};
 
 struct Track {
     TrackKind kind = TrackKind::Signal;
@@ -49,8 +58,9 @@ struct Track {
     bool filled = false;            // area between the track's left edge and the curve is filled
     std::vector<float> depth;       // one per point, in the log's unit
     std::vector<float> values;      // one per point
-    std::vector<Colour> fill;       // Signal: one per point; empty otherwise
+    std::vector<Colour> fill;       // Signal, Class: one per point; empty otherwise
     Colour pen{0, 0, 0};
+    std::vector<TrackLine> lines; // a track of several curves draws these instead of values
 
     // 0..1 across the track for a value (clamped); log scales take values <= 0 as the track's minimum.
     double fraction(double value) const;
@@ -134,6 +144,8 @@ public:
     // The water table of the log's included dissipation tests (DisWTavg, kept in feet) in the log's unit;
     // none for a log without pressure/flow or without a test.
     const std::optional<double>& waterTable() const { return waterTable_; }
+    // The names of the classes the Class track's values index (a loaded classification), in order.
+    const std::vector<std::string>& classNames() const { return classNames_; }
     // The log's usual depth step (the median of its steps).
     double pointSpacing() const { return spacing_; }
 
@@ -152,7 +164,12 @@ private:
     double spacing_ = 0.1;
     std::optional<SecondaryAxis> secondary_;
     std::optional<double> waterTable_;
+    std::vector<std::string> classNames_;
 };
+
+// The colour of class index (0-based) on the class strip, the page's legend and the cross-plot: distinct
+// for the first ten, repeating after.
+Colour classColour(int index);
 
 // Per-pixel-row decimation: for rows rows spanning window, the smallest and largest value of the points
 // whose depth falls in each row, and the points holding them. Points outside the window, NaN values and

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <map>
 #include <random>
 
@@ -265,6 +268,135 @@ TEST(DepthWindowTest, ZoomPanAndClamp) {
         EXPECT_NEAR(got.bottom, c.out.bottom, 1e-12);
     }
     EXPECT_DOUBLE_EQ(w.toDepth(w.toY(6.5, 100, 400), 100, 400), 6.5);
+}
+
+} // namespace
+} // namespace zel::plot
+
+namespace zel::plot {
+namespace {
+
+// The decay times and classes read beside a log become the lifetime track (a line a channel, in the
+// channel colours, points under the cut-off left out) and the class strip right of the %RE track.
+class FitTracksTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        synthetic::fillSyntheticLog(log, arrays, 201, 40, false);
+        arrays.tau.assign(4, std::vector<float>(201));
+        for (std::size_t c = 0; c < 4; ++c)
+            for (std::size_t p = 0; p < 201; ++p)
+                arrays.tau[c][p] = static_cast<float>(10 + 5 * c + p % 7);
+        arrays.tau[2][50] = std::numeric_limits<float>::quiet_NaN(); // a channel not fitted
+        arrays.classNames = {"Light", "Heavy"};
+        arrays.pointClass.assign(201, 0);
+        for (std::size_t p = 100; p < 201; ++p)
+            arrays.pointClass[p] = 1;
+        arrays.pointClass[10] = -1;
+    }
+    PlotModel build(const PlotSettings& s) { return PlotModel::build({log, arrays}, s); }
+
+    zel::testing::RecordingHost host;
+    FakeClock clock;
+    cZEL_Data log{host, clock};
+    LogArrays arrays;
+};
+
+TEST_F(FitTracksTest, LifetimeTrackFollowsSwitchAndCutoff) {
+    const struct {
+        const char* name;
+        bool shown;
+        std::optional<double> cutoff;
+        bool tauLoaded;
+    } cases[] = {
+        {"shown", true, std::nullopt, true},
+        {"switched off", false, std::nullopt, true},
+        {"no fit beside the log", true, std::nullopt, false},
+        {"cut-off at 5 %RE", true, 5.0, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        PlotSettings s;
+        s.lifetime = c.shown;
+        s.lifetimeCutoff = c.cutoff;
+        if (!c.tauLoaded) arrays.tau.clear();
+        const PlotModel m = build(s);
+        const Track* t = m.track(TrackKind::Lifetime);
+        if (!c.shown || !c.tauLoaded) {
+            EXPECT_EQ(t, nullptr);
+            SetUp();
+            continue;
+        }
+        ASSERT_NE(t, nullptr);
+        EXPECT_EQ(t->unit, "ns");
+        ASSERT_EQ(t->lines.size(), 4u);
+        for (std::size_t ch = 0; ch < 4; ++ch) {
+            EXPECT_EQ(t->lines[ch].pen, m.channelColours().colour[ch]);
+            ASSERT_EQ(t->lines[ch].values.size(), 201u);
+        }
+        EXPECT_TRUE(std::isnan(t->lines[2].values[50]));
+        EXPECT_EQ(t->lines[1].values[60], 19.0f); // 10 + 5 + 60 % 7, bright enough for any cut-off here
+        EXPECT_DOUBLE_EQ(t->max, 50.0);           // the largest, 31 ns, on a nice scale
+        int drawn = 0, faint = 0;
+        for (std::size_t p = 0; p < 201; ++p) {
+            const bool below =
+                c.cutoff && arrays.columns(point_column::Signal, static_cast<int>(p)) < *c.cutoff;
+            faint += below;
+            drawn += std::isfinite(t->lines[0].values[p]);
+            if (below) {
+                EXPECT_TRUE(std::isnan(t->lines[3].values[p])) << p;
+            }
+        }
+        EXPECT_EQ(drawn, 201 - faint);
+        if (c.cutoff) {
+            EXPECT_GT(faint, 20);
+        }
+        // The read-out names each channel's decay time.
+        const PointReadout r = m.valuesAt(arrays.columns(point_column::Depth, 60));
+        int taus = 0;
+        for (const TrackValue& v : r.values)
+            taus += v.kind == TrackKind::Lifetime;
+        EXPECT_EQ(taus, std::isfinite(t->lines[0].values[60]) ? 4 : 0);
+    }
+}
+
+TEST_F(FitTracksTest, ClassStripStandsBesideTheSignalTrack) {
+    PlotSettings s;
+    s.zoom.shown = true;
+    const PlotModel m = build(s);
+    ASSERT_GE(m.tracks().size(), 3u);
+    EXPECT_EQ(m.tracks()[0].kind, TrackKind::Signal);
+    EXPECT_EQ(m.tracks()[1].kind, TrackKind::Class);
+    const Track& t = m.tracks()[1];
+    ASSERT_EQ(t.fill.size(), 201u);
+    EXPECT_EQ(t.fill[0], classColour(0));
+    EXPECT_EQ(t.fill[150], classColour(1));
+    EXPECT_NE(classColour(0), classColour(1));
+    EXPECT_TRUE(std::isnan(t.values[10])); // unclassified
+    EXPECT_EQ(m.classNames(), arrays.classNames);
+    const PointReadout r = m.valuesAt(arrays.columns(point_column::Depth, 150));
+    const auto cls = std::find_if(r.values.begin(), r.values.end(),
+                                  [](const TrackValue& v) { return v.kind == TrackKind::Class; });
+    ASSERT_NE(cls, r.values.end());
+    EXPECT_EQ(cls->unit, "Heavy");
+
+    s.classes = false;
+    EXPECT_EQ(build(s).track(TrackKind::Class), nullptr);
+    // A classification of other points is not drawn.
+    arrays.pointClass.pop_back();
+    EXPECT_EQ(build(PlotSettings{}).track(TrackKind::Class), nullptr);
+}
+
+TEST(FitSettings, LifetimeCutoffAndClassKeysAreRead) {
+    const std::map<std::string, std::string, std::less<>> keys{
+        {"FWchkLifetime", "0"}, {"FCchkCutoffTau", "1"}, {"FCtxtCutoffTau", "2.5"}, {"FTchkCluster", "0"}};
+    const PlotSettings s = plotSettingsFrom(lookupOf(keys));
+    EXPECT_FALSE(s.lifetime);
+    EXPECT_EQ(s.lifetimeCutoff, 2.5);
+    EXPECT_FALSE(s.classes);
+    const PlotSettings d = plotSettingsFrom(lookupOf({}));
+    EXPECT_TRUE(d.lifetime);
+    EXPECT_EQ(d.lifetimeCutoff, std::nullopt);
+    EXPECT_TRUE(d.classes);
 }
 
 } // namespace

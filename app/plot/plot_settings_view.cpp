@@ -149,6 +149,9 @@ PlotSettings plotSettingsFrom(const SettingLookup& lookup) {
 
     r.getCheck("FTchkRealColor", s.realColour);
     r.getCheck("FCchkCalloutWaves", s.calloutWaves);
+    r.getCheck("FWchkLifetime", s.lifetime);
+    s.lifetimeCutoff = r.switched("FCchkCutoffTau", "FCtxtCutoffTau");
+    r.getCheck("FTchkCluster", s.classes);
     return s;
 }
 

@@ -80,6 +80,14 @@ struct PlotSettings {
     // "FCchkCalloutWaves": the callouts' averaged waveforms are drawn on the page.
     bool calloutWaves = true;
 
+    // "FWchkLifetime": the decay times of a loaded lifetime fit as a track, a line a channel.
+    // "FCchkCutoffTau" with "FCtxtCutoffTau": a point below that %RE has no decay time drawn (a faint
+    // waveform's decay is noise).
+    bool lifetime = true;
+    std::optional<double> lifetimeCutoff;
+    // "FTchkCluster": each point's class (a loaded classification) as a coloured strip beside the %RE track.
+    bool classes = true;
+
     // Relative widths of the tracks on screen and page: the %RE track, then each secondary track.
     double signalWidth = 3.0;
     double secondaryWidth = 1.0;

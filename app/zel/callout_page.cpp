@@ -27,6 +27,9 @@ CalloutPage::CalloutPage() {
     auto* waves = named(new QCheckBox("Callout waveforms on the page"), "chkCalloutWaves");
     waves->setChecked(true);
     grid->addWidget(waves, row++, 0, 1, 4);
+    // The decay-time track leaves out the points too faint for a decay to mean anything.
+    grid->addWidget(named(new QCheckBox("Decay-time track: none below %RE"), "chkCutoffTau"), row, 0, 1, 3);
+    grid->addWidget(named(new QLineEdit("0"), "txtCutoffTau"), row++, 3);
     auto* apply = named(new QPushButton("Show callouts"), "cmdCalloutApply");
     auto* save = named(new QPushButton("Save scheme..."), "cmdCalloutSave");
     auto* load = named(new QPushButton("Load scheme"), "cmdCalloutLoad");

@@ -1,5 +1,6 @@
 #include "app/zel/main_window.h"
 
+#include "app/zel/analysis_window.h"
 #include "app/zel/cond_cal_form.h"
 #include "app/zel/hd_form.h"
 
@@ -298,6 +299,14 @@ void MainWindow::buildMenus() {
     QMenu* view = menuBar()->addMenu("&View");
     view->setObjectName("mnuView");
     add(view, "mnuView_WholeLog", "&Whole log", [this] { plot_->showWholeLog(); })->setShortcut(Qt::Key_Home);
+
+    QMenu* analysis = menuBar()->addMenu("A&nalysis");
+    analysis->setObjectName("mnuAnalysis");
+    add(analysis, "mnuAnalysis_Waveforms", "&Waveform analysis...", [this] {
+        AnalysisWindow w(
+            LoadedLog{log_, arrays_, ctx_}, settings_.labels, host_, [this] { refreshPlot(true); }, this);
+        w.exec();
+    });
 
     QMenu* help = menuBar()->addMenu("&Help");
     help->setObjectName("mnuHelp");

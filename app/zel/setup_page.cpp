@@ -86,6 +86,8 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     checkBox(plf, "chkPlotCond", "Conductivity track");
     checkBox(plf, "chkPlotScat", "Scatter track");
     checkBox(plf, "chkPlotFluor", "Fluorescence track");
+    checkBox(plf, "chkPlotNNLS", "NNLS track (a basis fit beside the log)");
+    checkBox(plf, "chkCluster", "Class strip beside %RE (a classification beside the log)", true);
     // Drawn only for a log that carries pressure and flow; its estimated K is always beside them.
     const char* presFlow[] = {"Pressure track", "Flow track", "Upward pressure track",
                               "Injection time track"};

@@ -48,6 +48,7 @@ WaveMathPage::WaveMathPage() {
     });
     f->addRow(exportButton);
     v->addWidget(view);
+    checkBox(v, "chkLifetime", "Decay-time track (a lifetime fit beside the log)", true);
     v->addStretch();
 }
 
