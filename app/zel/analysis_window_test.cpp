@@ -11,9 +11,9 @@
 #include <QLineEdit>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 
