@@ -1,5 +1,6 @@
 #include "analysis/classify.h"
 
+#include "analysis/text_fields.h"
 #include "common/number_text.h"
 #include "log/path_text.h"
 
@@ -15,28 +16,6 @@ namespace {
 constexpr std::size_t kMaxClasses = 32;
 constexpr std::size_t kMaxFeatures = 16;
 constexpr std::size_t kMaxRows = 10001;
-
-std::vector<std::string> split(const std::string& line, char sep) {
-    std::vector<std::string> f;
-    std::size_t start = 0;
-    for (;;) {
-        const auto at = line.find(sep, start);
-        f.push_back(line.substr(start, at - start));
-        if (at == std::string::npos) break;
-        start = at + 1;
-    }
-    return f;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string l; std::getline(in, l);) {
-        if (!l.empty() && l.back() == '\r') l.pop_back();
-        if (!l.empty()) out.push_back(l);
-    }
-    return out;
-}
 
 std::optional<double> number(const std::string& field) {
     std::size_t start = 0;
@@ -144,7 +123,7 @@ std::optional<ClassSeed> parseSeed(const std::string& text, std::string& error) 
         seed.range = std::pair{std::min(*from, *to), std::max(*from, *to)};
         return seed;
     }
-    for (const auto& field : split(rest, ',')) {
+    for (const auto& field : splitFields(rest, ',')) {
         const auto v = number(field);
         if (!v) {
             error = "the seed \"" + text + "\" has a value that is not a number";
@@ -277,27 +256,27 @@ std::string classText(const Classification& c) {
 }
 
 std::optional<Classification> parseClassText(const std::string& text, std::string& error) {
-    const auto ls = lines(text);
+    const auto ls = textLines(text);
     const auto fail = [&](const std::string& why) {
         error = why;
         return std::nullopt;
     };
     if (ls.size() < 3) return fail("not a class file (too short)");
     Classification c;
-    const auto classes = split(ls[0], '\t');
+    const auto classes = splitFields(ls[0], '\t');
     if (classes[0] != "Classes" || classes.size() < 2 || classes.size() > kMaxClasses + 1)
         return fail("not a class file (first line \"" + ls[0].substr(0, 60) + "\")");
     c.names.assign(classes.begin() + 1, classes.end());
     for (const auto& name : c.names)
         if (name.empty() || std::count(c.names.begin(), c.names.end(), name) > 1)
             return fail("line 1: a class name is empty or given twice");
-    const auto feature = split(ls[1], '\t');
+    const auto feature = splitFields(ls[1], '\t');
     if (feature.size() != 2 || feature[0] != "Feature" || (feature[1] != "shares" && feature[1] != "tau"))
         return fail("line 2 is not \"Feature\" shares or tau");
     c.feature = feature[1] == "tau" ? ClassFeature::Tau : ClassFeature::Shares;
     std::size_t i = 2;
     for (; i < ls.size() && ls[i].rfind("Centre\t", 0) == 0; ++i) {
-        const auto f = split(ls[i], '\t');
+        const auto f = splitFields(ls[i], '\t');
         if (c.centres.size() >= c.names.size() || f.size() < 3 || f.size() > kMaxFeatures + 2 ||
             f[1] != c.names[c.centres.size()])
             return fail("line " + std::to_string(i + 1) + " is not the next class's centre");
@@ -316,7 +295,7 @@ std::optional<Classification> parseClassText(const std::string& text, std::strin
     if (ls.size() - i - 1 > kMaxRows) return fail("more than 10001 points");
     for (++i; i < ls.size(); ++i) {
         const std::string where = "line " + std::to_string(i + 1);
-        const auto f = split(ls[i], '\t');
+        const auto f = splitFields(ls[i], '\t');
         const auto d = f.size() == 3 ? number(f[0]) : std::nullopt;
         if (!d) return fail(where + " is not a point");
         c.depth.push_back(static_cast<float>(*d));

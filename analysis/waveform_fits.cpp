@@ -1,6 +1,7 @@
 #include "analysis/waveform_fits.h"
 
 #include "analysis/nnls.h"
+#include "analysis/text_fields.h"
 #include "common/host.h"
 #include "common/number_text.h"
 #include "log/path_text.h"
@@ -19,28 +20,6 @@ constexpr const char* kLibraryHeader = "ZEL basis library 1";
 constexpr std::size_t kMaxSamples = 100000;
 constexpr std::size_t kMaxBases = 64;
 constexpr std::size_t kMaxRows = 10001;
-
-std::vector<std::string> split(const std::string& line, char sep) {
-    std::vector<std::string> f;
-    std::size_t start = 0;
-    for (;;) {
-        const auto at = line.find(sep, start);
-        f.push_back(line.substr(start, at - start));
-        if (at == std::string::npos) break;
-        start = at + 1;
-    }
-    return f;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string l; std::getline(in, l);) {
-        if (!l.empty() && l.back() == '\r') l.pop_back();
-        if (!l.empty()) out.push_back(l);
-    }
-    return out;
-}
 
 // A number field of a file: finite, or nullopt.
 std::optional<float> number(const std::string& field) {
@@ -135,12 +114,12 @@ std::string lifetimeText(const LogLifetimes& fits) {
 }
 
 std::optional<LogLifetimes> parseLifetimeText(const std::string& text, std::string& error) {
-    const auto ls = lines(text);
+    const auto ls = textLines(text);
     if (ls.empty() || ls.size() > kMaxRows + 1) {
         error = "not a lifetime file (no header, or more than 10001 points)";
         return std::nullopt;
     }
-    const auto head = split(ls[0], '\t');
+    const auto head = splitFields(ls[0], '\t');
     if (head.size() < 3 || head[0] != "Depth" || head.size() % 2 != 1 || head.size() > 15) {
         error = "not a lifetime file (header \"" + ls[0].substr(0, 60) + "\")";
         return std::nullopt;
@@ -148,7 +127,7 @@ std::optional<LogLifetimes> parseLifetimeText(const std::string& text, std::stri
     LogLifetimes out;
     out.channels = static_cast<int>(head.size() / 2);
     for (std::size_t i = 1; i < ls.size(); ++i) {
-        const auto f = split(ls[i], '\t');
+        const auto f = splitFields(ls[i], '\t');
         const auto depth = f.size() == head.size() ? number(f[0]) : std::nullopt;
         if (!depth) {
             error = "line " + std::to_string(i + 1) + " is not a point";
@@ -187,7 +166,7 @@ std::string basisLibraryText(const BasisLibrary& library) {
 }
 
 std::optional<BasisLibrary> parseBasisLibrary(const std::string& text, std::string& error) {
-    const auto ls = lines(text);
+    const auto ls = textLines(text);
     if (ls.empty() || ls[0] != kLibraryHeader) {
         error = "not a basis library (its first line is not \"" + std::string(kLibraryHeader) + "\")";
         return std::nullopt;
@@ -195,7 +174,7 @@ std::optional<BasisLibrary> parseBasisLibrary(const std::string& text, std::stri
     BasisLibrary lib;
     for (std::size_t i = 1; i < ls.size(); ++i) {
         const std::string where = "line " + std::to_string(i + 1);
-        const auto f = split(ls[i], '\t');
+        const auto f = splitFields(ls[i], '\t');
         if (f.size() != 7 || f[0].empty()) {
             error = where + ": expected name, source, from, to, RE area, time step and samples";
             return std::nullopt;
@@ -213,7 +192,7 @@ std::optional<BasisLibrary> parseBasisLibrary(const std::string& text, std::stri
             return std::nullopt;
         }
         b.fromDepth = *from, b.toDepth = *to, b.reArea = *area, b.deltaX = *dt;
-        const auto values = split(f[6], ',');
+        const auto values = splitFields(f[6], ',');
         if (values.size() < 4 || values.size() > kMaxSamples) {
             error = where + ": between 4 and " + std::to_string(kMaxSamples) + " samples expected";
             return std::nullopt;
@@ -356,12 +335,12 @@ std::string nnlsText(const LogNnls& fits) {
 }
 
 std::optional<LogNnls> parseNnlsText(const std::string& text, std::string& error) {
-    const auto ls = lines(text);
+    const auto ls = textLines(text);
     if (ls.empty() || ls.size() > kMaxRows + 1) {
         error = "not an NNLS file (no header, or more than 10001 points)";
         return std::nullopt;
     }
-    const auto head = split(ls[0], '\t');
+    const auto head = splitFields(ls[0], '\t');
     if (head.size() < 4 || head.size() > kMaxBases + 3 || head[0] != "Depth" ||
         head[head.size() - 2] != "Generic" || head.back() != "Residual") {
         error = "not an NNLS file (header \"" + ls[0].substr(0, 60) + "\")";
@@ -370,7 +349,7 @@ std::optional<LogNnls> parseNnlsText(const std::string& text, std::string& error
     LogNnls out;
     out.names.assign(head.begin() + 1, head.end() - 2);
     for (std::size_t i = 1; i < ls.size(); ++i) {
-        const auto f = split(ls[i], '\t');
+        const auto f = splitFields(ls[i], '\t');
         std::vector<float> values;
         for (const auto& field : f)
             if (const auto x = number(field)) values.push_back(*x);
