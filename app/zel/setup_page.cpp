@@ -66,14 +66,38 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     auto* plf = new QFormLayout(plotBox);
     lineEdit(plf, "txtDepthMin", "Depth from", "");
     lineEdit(plf, "txtDepthMax", "Depth to", "");
-    lineEdit(plf, "txtSignalMin", "%RE from", "0");
-    lineEdit(plf, "txtSignalMax", "%RE to", "100");
-    lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
+    // The %RE range is only used while the fixed scale is ticked (otherwise the track scales to the log), so
+    // its boxes sit under that switch and take input only while it is on: a typed range never silently
+    // does nothing.
     const char* manual[] = {"Fixed %RE scale", "Fixed scale, track 2", "Fixed scale, track 3"};
+    QCheckBox* manualBox[3] = {};
     for (int i = 0; i < 3; ++i) {
-        auto* c = new QCheckBox(manual[i]);
-        setControlArray(c, "chkManualScaleLog", i);
-        plf->addRow(c);
+        manualBox[i] = new QCheckBox(manual[i]);
+        setControlArray(manualBox[i], "chkManualScaleLog", i);
+    }
+    plf->addRow(manualBox[0]);
+    QLineEdit* range[] = {lineEdit(plf, "txtSignalMin", "%RE from", "0"),
+                          lineEdit(plf, "txtSignalMax", "%RE to", "100")};
+    const auto followSwitch = [box = manualBox[0], range] {
+        for (QLineEdit* e : range) {
+            e->setEnabled(box->isChecked());
+            e->setToolTip(box->isChecked()
+                              ? QString()
+                              : QStringLiteral("Tick \"Fixed %RE scale\" to plot with this range; "
+                                               "until then the track scales to the log."));
+        }
+    };
+    connect(manualBox[0], &QCheckBox::toggled, this, followSwitch);
+    followSwitch();
+    // The floor applies whatever the scale.
+    lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
+    // Tracks 2 and 3 have no fixed range of their own in this program: their switches are kept for the
+    // plot-settings files only, and say so rather than take a tick that changes nothing.
+    for (int i = 1; i < 3; ++i) {
+        manualBox[i]->setEnabled(false);
+        manualBox[i]->setToolTip(QStringLiteral("Not used by this program: the secondary tracks scale to the "
+                                                "log. The value is kept in the plot settings."));
+        plf->addRow(manualBox[i]);
     }
     checkBox(plf, "chkRElog", "Logarithmic %RE");
     checkBox(plf, "chkPlotZoom", "Zoomed %RE track");
