@@ -88,6 +88,73 @@ void drawSeries(QPainter& p, std::span<const float> s, const QRectF& r, double x
     p.drawPolyline(line);
 }
 
+// The callouts' legend under the plot: rows of entries, each a short line in the curve's colour and its
+// text; an entry without a line (slot -1) is a note such as the common scale or what was left out.
+constexpr double kLegendRow = 1.25; // line heights a row
+constexpr double kLegendLine = 1.4; // the sample line's length, line heights
+constexpr double kLegendGap = 1.0;  // between entries, line heights
+
+struct CalloutLegend {
+    struct Item {
+        int slot = -1;
+        QString text;
+        double textWidth = 0.0;
+    };
+    std::vector<std::vector<Item>> rows;
+    double height(double lh) const {
+        return rows.empty() ? 0.0 : double(rows.size()) * kLegendRow * lh + 0.3 * lh;
+    }
+};
+
+CalloutLegend layOutCallouts(const WaveformView& v, const QFontMetricsF& fm, double width, double maxHeight,
+                             double factor) {
+    CalloutLegend out;
+    if (v.callouts.empty()) return out;
+    const double lh = fm.height();
+    const auto maxRows = static_cast<std::size_t>(std::max(1.0, std::floor(maxHeight / (kLegendRow * lh))));
+    const QString unit = toQt(v.depthUnit);
+    const auto item = [&](int slot, const QString& text) {
+        return CalloutLegend::Item{slot, text, fm.horizontalAdvance(text) + 0.2 * lh};
+    };
+    const auto entry = [&](const CalloutWave& c, bool full) {
+        const QString re = QStringLiteral("%1 %RE").arg(c.meanSignal, 0, 'f', 1);
+        if (!full) return item(c.slot, QStringLiteral("%1  %2").arg(toQt(c.caption), re));
+        return item(c.slot, QStringLiteral("%1  %2-%3 %4  %5")
+                                .arg(toQt(c.caption))
+                                .arg(c.top, 0, 'f', 1)
+                                .arg(c.bottom, 0, 'f', 1)
+                                .arg(unit, re));
+    };
+    // Fills rows left to right; false when the entries need more rows than allowed.
+    const auto flow = [&](std::vector<CalloutLegend::Item> items) {
+        out.rows.clear();
+        double x = 0.0;
+        for (CalloutLegend::Item& it : items) {
+            const double w = (it.slot >= 0 ? (kLegendLine + 0.3) * lh : 0.0) + it.textWidth;
+            if (out.rows.empty() || (x > 0.0 && x + w > width)) {
+                out.rows.emplace_back();
+                x = 0.0;
+            }
+            out.rows.back().push_back(std::move(it));
+            x += w + kLegendGap * lh;
+        }
+        return out.rows.size() <= maxRows;
+    };
+    const auto items = [&](bool full, std::size_t count) {
+        std::vector<CalloutLegend::Item> list;
+        if (factor < 1.0) list.push_back(item(-1, QStringLiteral("Callouts x%1:").arg(factor, 0, 'g', 2)));
+        for (std::size_t i = 0; i < count; ++i)
+            list.push_back(entry(v.callouts[i], full));
+        if (count < v.callouts.size())
+            list.push_back(item(-1, QStringLiteral("+%1 more").arg(v.callouts.size() - count)));
+        return list;
+    };
+    if (flow(items(true, v.callouts.size())) || flow(items(false, v.callouts.size()))) return out;
+    for (std::size_t n = v.callouts.size(); n-- > 0;)
+        if (flow(items(false, n))) return out;
+    return out; // rows over the limit: a single too-wide entry, clipped at the right
+}
+
 } // namespace
 
 Colour calloutSlotColour(int slot) {
@@ -156,8 +223,8 @@ int nearestPoint(const LogArrays& a, double depth) {
     return best;
 }
 
-void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
-    if (!(rect.width() > 0) || !(rect.height() > 0)) return;
+QRectF paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
+    if (!(rect.width() > 0) || !(rect.height() > 0)) return {};
     p.save();
     p.setFont(v.font);
     const QFontMetricsF fm(v.font, p.device());
@@ -165,15 +232,31 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     const double lineWidth = std::max(1.0, lh / 14.0);
     const TextSink sink{v.textSink};
 
-    // Legend column beside the plot when there are callouts.
-    const double legendWidth =
-        v.callouts.empty() || !v.legend ? 0.0 : std::min(rect.width() * 0.3, 11.0 * lh);
+    // Callouts many times the point's height would flatten the point this view is about: they are drawn
+    // scaled together (their heights against each other kept) to the point's peak, and the legend says so.
+    const auto peak = [](std::span<const float> s) {
+        double m = 0.0;
+        for (float x : s)
+            if (std::isfinite(x)) m = std::max(m, std::fabs(double(x)));
+        return m;
+    };
+    const double wavePeak = peak(v.wave);
+    double calloutPeak = 0.0;
+    for (const auto& c : v.callouts)
+        calloutPeak = std::max(calloutPeak, peak(c.average));
+    const double calloutFactor =
+        wavePeak > 0.0 && calloutPeak > 3.0 * wavePeak ? wavePeak / calloutPeak : 1.0;
+
+    // The callouts' legend runs in rows under the plot, across the view's whole width, so the plot keeps
+    // its width; it takes at most a fifth of the height, shortening its entries before leaving any out.
+    const CalloutLegend calloutLegend =
+        v.legend ? layOutCallouts(v, fm, rect.width(), rect.height() * 0.2, calloutFactor) : CalloutLegend{};
     // Left of the plot: the value axis's unit (turned on its side) and its labels; below: the time axis's
     // labels and its unit, all inside rect.
     const double axisWidth = 5.4 * lh;
     const QRectF plotArea(rect.left() + axisWidth, rect.top() + 1.3 * lh,
-                          std::max(1.0, rect.width() - axisWidth - legendWidth - 0.5 * lh),
-                          std::max(1.0, rect.height() - 3.7 * lh));
+                          std::max(1.0, rect.width() - axisWidth - 0.5 * lh),
+                          std::max(1.0, rect.height() - 3.7 * lh - calloutLegend.height(lh)));
 
     std::size_t samples = std::max({v.wave.size(), v.re.size(), v.background.size()});
     double lo = std::numeric_limits<double>::infinity(), hi = -lo;
@@ -186,13 +269,7 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     };
     // An RE many times the point's height would flatten the point: it is drawn scaled to the point's peak,
     // and the legend says by how much.
-    const auto peak = [](std::span<const float> s) {
-        double m = 0.0;
-        for (float x : s)
-            if (std::isfinite(x)) m = std::max(m, std::fabs(double(x)));
-        return m;
-    };
-    const double wavePeak = peak(v.wave), rePeak = peak(v.re);
+    const double rePeak = peak(v.re);
     const double reFactor = wavePeak > 0.0 && rePeak > 3.0 * wavePeak ? wavePeak / rePeak : 1.0;
     std::vector<float> reShown(v.re.begin(), v.re.end());
     for (float& x : reShown)
@@ -200,8 +277,12 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     take(v.wave);
     take(reShown);
     take(v.background);
+    std::vector<std::vector<float>> calloutsShown;
     for (const auto& c : v.callouts) {
-        take(c.average);
+        calloutsShown.emplace_back(c.average.begin(), c.average.end());
+        for (float& x : calloutsShown.back())
+            x = static_cast<float>(x * calloutFactor);
+        take(calloutsShown.back());
         samples = std::max(samples, c.average.size());
     }
     if (!(lo <= hi)) lo = 0, hi = 1;
@@ -247,8 +328,8 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
                  toQt(v.valueUnit), sink);
         p.restore();
     }
-    drawText(p, QRectF(rect.left(), rect.top(), rect.width() - legendWidth, 1.2 * lh),
-             Qt::AlignLeft | Qt::AlignVCenter, toQt(v.title), sink);
+    drawText(p, QRectF(rect.left(), rect.top(), rect.width(), 1.2 * lh), Qt::AlignLeft | Qt::AlignVCenter,
+             toQt(v.title), sink);
 
     p.save();
     p.setClipRect(plotArea);
@@ -278,9 +359,9 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     drawSeries(p, v.background, plotArea, xMax, lo, hi);
     p.setPen(QPen(QColor(210, 120, 0), lineWidth, Qt::DashLine));
     drawSeries(p, reShown, plotArea, xMax, lo, hi);
-    for (const auto& c : v.callouts) {
-        p.setPen(QPen(qcolour(calloutSlotColour(c.slot)), lineWidth * 1.5));
-        drawSeries(p, c.average, plotArea, xMax, lo, hi);
+    for (std::size_t i = 0; i < v.callouts.size(); ++i) {
+        p.setPen(QPen(qcolour(calloutSlotColour(v.callouts[i].slot)), lineWidth * 1.5));
+        drawSeries(p, calloutsShown[i], plotArea, xMax, lo, hi);
     }
     p.setPen(QPen(Qt::black, lineWidth * 1.2));
     drawSeries(p, v.wave, plotArea, xMax, lo, hi);
@@ -322,30 +403,26 @@ void paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
         }
     }
 
-    if (legendWidth > 0) {
-        const double x = plotArea.right() + 0.5 * lh;
-        double y = plotArea.top();
-        const QString unit = toQt(v.depthUnit);
-        for (const auto& c : v.callouts) {
-            if (y + 2 * lh > rect.bottom()) break;
-            const QRectF swatch(x, y + 0.15 * lh, 1.6 * lh, 1.7 * lh);
-            p.fillRect(swatch, qcolour(c.colour));
-            p.setPen(QPen(qcolour(calloutSlotColour(c.slot)), lineWidth * 2));
-            p.drawRect(swatch);
-            p.setPen(Qt::black);
-            const QRectF text(swatch.right() + 0.4 * lh, y, rect.right() - swatch.right() - 0.4 * lh, lh);
-            drawText(p, text, Qt::AlignLeft | Qt::AlignVCenter, toQt(c.caption), sink);
-            drawText(p, text.translated(0, lh), Qt::AlignLeft | Qt::AlignVCenter,
-                     QStringLiteral("%1-%2 %3  %RE %4")
-                         .arg(c.top, 0, 'f', 1)
-                         .arg(c.bottom, 0, 'f', 1)
-                         .arg(unit)
-                         .arg(c.meanSignal, 0, 'f', 1),
-                     sink);
-            y += 2.4 * lh;
+    if (!calloutLegend.rows.empty()) {
+        const double top = plotArea.bottom() + 2.5 * lh;
+        for (std::size_t r = 0; r < calloutLegend.rows.size(); ++r) {
+            double x = rect.left() + 0.2 * lh;
+            const double y = top + (double(r) + 0.5) * kLegendRow * lh;
+            for (const CalloutLegend::Item& item : calloutLegend.rows[r]) {
+                if (item.slot >= 0) {
+                    p.setPen(QPen(qcolour(calloutSlotColour(item.slot)), lineWidth * 2.5));
+                    p.drawLine(QPointF(x, y), QPointF(x + kLegendLine * lh, y));
+                    x += (kLegendLine + 0.3) * lh;
+                }
+                p.setPen(Qt::black);
+                drawText(p, QRectF(x, y - lh / 2, item.textWidth, lh), Qt::AlignLeft | Qt::AlignVCenter,
+                         item.text, sink);
+                x += item.textWidth + kLegendGap * lh;
+            }
         }
     }
     p.restore();
+    return plotArea;
 }
 
 } // namespace zel::plot

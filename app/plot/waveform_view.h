@@ -60,12 +60,13 @@ struct WaveformView {
     std::string valueUnit = "Signal (mV)";  // the value axis's title
     std::string timeUnit;                   // the time axis's title; empty: "Time (ns)" (or "Sample")
     std::string waveLegend;                 // the selected waveform's legend, when it is a computed one
-    bool legend = true;                     // the callouts' colours and ranges beside the plot
+    bool legend = true;                     // the callouts' captions, ranges and %RE under the plot
     QFont font;
     TextSinkFunction textSink;
 };
 
-void paintWaveform(QPainter& painter, const QRectF& rect, const WaveformView& view);
+// Paints the view into rect; returns the plot's area (the axes, titles and legends are around it).
+QRectF paintWaveform(QPainter& painter, const QRectF& rect, const WaveformView& view);
 
 // Index of the point whose depth is nearest depth (-1 for an empty log).
 int nearestPoint(const LogArrays& arrays, double depth);

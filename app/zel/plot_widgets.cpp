@@ -212,7 +212,7 @@ void WaveformWidget::paintEvent(QPaintEvent*) {
     QPainter p(this);
     plot::WaveformView v = view_;
     v.font = font();
-    plot::paintWaveform(p, QRectF(rect()).adjusted(kMargin, kMargin, -kMargin, -kMargin), v);
+    plotArea_ = plot::paintWaveform(p, QRectF(rect()).adjusted(kMargin, kMargin, -kMargin, -kMargin), v);
 }
 
 REPanelWidget::REPanelWidget(QWidget* parent) : QWidget(parent) {

@@ -75,6 +75,8 @@ public:
     void setView(plot::WaveformView view, std::vector<float> wave, std::vector<float> re,
                  std::vector<float> background);
     const plot::WaveformView& view() const { return view_; }
+    // Where the last paint put the plot itself, inside the widget.
+    QRectF plotArea() const { return plotArea_; }
 
 protected:
     void paintEvent(QPaintEvent*) override;
@@ -82,6 +84,7 @@ protected:
 private:
     plot::WaveformView view_;
     std::vector<float> wave_, re_, background_;
+    QRectF plotArea_;
 };
 
 // The RE's channel shares against the mode's target, the scatter ratio, off-target values in red.
