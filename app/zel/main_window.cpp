@@ -562,6 +562,8 @@ bool MainWindow::loadLog(const std::string& path) {
     showLogInfo();
     showLogTexts();
     showLogRE();
+    // The companion's latest callout scheme is the log's callouts, as on its page from zel-cli.
+    if (r.calloutSchemes > 0) loadCalloutScheme(r.calloutSchemes);
     selectPoint(arrays_.points() > 0 ? 0 : -1);
     updateActions();
     status(QStringLiteral("Loaded %1: %2 points").arg(qpath(r.path)).arg(arrays_.points()));

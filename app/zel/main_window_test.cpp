@@ -191,6 +191,101 @@ TEST_F(MainWindowTest, ThePlotZoomsPansReadsAndSelectsAndCalloutsTravelAsSchemes
     EXPECT_EQ(w->waveform().view().callouts[0].lastPoint, 1);
 }
 
+TEST_F(MainWindowTest, CalloutsLeaveTheWaveformItsRoomAndComeBackWithTheLog) {
+    const std::string path = smallLog();
+    const auto slot = [](MainWindow& w, const char* name, int i) {
+        for (QLineEdit* e : w.findChildren<QLineEdit*>(name))
+            if (e->property("controlIndex").toInt() == i) return e;
+        ADD_FAILURE() << name << i;
+        return static_cast<QLineEdit*>(nullptr);
+    };
+    {
+        auto w = newWindow(); // at the window's default size
+        w->show();
+        ASSERT_TRUE(w->loadLog(path));
+        WaveformWidget& view = w->waveform();
+        view.grab();
+        const QRectF alone = view.plotArea();
+        ASSERT_GT(alone.height(), 0.5 * view.height());
+        // (A scheme keeps ranges to a tenth: one of 0.0 to 0.0 over point 0 alone would read as an empty
+        // slot.)
+        const char* ranges[][3] = {{"0", "0.05", "Both"}, {"0.04", "0.06", "Deep"}, {"-0.2", "0.01", "Top"}};
+        for (int i = 0; i < 3; ++i) {
+            slot(*w, "txtCalloutTop", i)->setText(ranges[i][0]);
+            slot(*w, "txtCalloutBottom", i)->setText(ranges[i][1]);
+            slot(*w, "txtCalloutCaption", i)->setText(ranges[i][2]);
+        }
+        w->applyCallouts();
+        ASSERT_EQ(view.view().callouts.size(), 3u);
+        EXPECT_EQ(w->depthPlot().bands().size(), 3u);
+        view.grab();
+        EXPECT_EQ(view.plotArea().width(), alone.width());
+        EXPECT_GE(view.plotArea().height(), 0.8 * alone.height());
+        host.answerInput("three");
+        w->saveCalloutScheme();
+    }
+    // Opened again, the log shows its latest scheme, as its page does.
+    auto w = newWindow();
+    ASSERT_TRUE(w->loadLog(path));
+    const auto& callouts = w->waveform().view().callouts;
+    ASSERT_EQ(callouts.size(), 3u);
+    EXPECT_EQ(callouts[1].caption, "Deep");
+    EXPECT_EQ(callouts[1].firstPoint, 1);
+    EXPECT_EQ(slot(*w, "txtCalloutCaption", 2)->text(), "Top");
+    EXPECT_EQ(w->depthPlot().bands().size(), 3u);
+}
+
+TEST_F(MainWindowTest, TheRERangeTakesInputOnlyWhileTheFixedScaleIsTicked) {
+    const std::string path = smallLog();
+    const auto manual = [](MainWindow& w, int i) {
+        for (QCheckBox* c : w.findChildren<QCheckBox*>("chkManualScaleLog"))
+            if (c->property("controlIndex").toInt() == i) return c;
+        ADD_FAILURE() << "no chkManualScaleLog" << i;
+        return static_cast<QCheckBox*>(nullptr);
+    };
+    const auto signalMax = [](MainWindow& w) {
+        return w.depthPlot().model().track(plot::TrackKind::Signal)->max;
+    };
+    {
+        auto w = newWindow();
+        ASSERT_TRUE(w->loadLog(path));
+        QLineEdit* from = child<QLineEdit>(*w, "txtSignalMin");
+        QLineEdit* to = child<QLineEdit>(*w, "txtSignalMax");
+        QCheckBox* fixed = manual(*w, 0);
+        const double automatic = signalMax(*w);
+        ASSERT_NE(automatic, 37.0);
+        // Unticked: the range cannot be typed, and says why; the floor is used either way.
+        EXPECT_FALSE(fixed->isChecked());
+        EXPECT_FALSE(from->isEnabled());
+        EXPECT_FALSE(to->isEnabled());
+        EXPECT_TRUE(to->toolTip().contains("Fixed %RE scale"));
+        EXPECT_TRUE(child<QLineEdit>(*w, "txtSignalFloor")->isEnabled());
+        // Tracks 2 and 3 have no range of their own here: their switches take no tick.
+        EXPECT_FALSE(manual(*w, 1)->isEnabled());
+        EXPECT_FALSE(manual(*w, 2)->isEnabled());
+
+        to->setText("37");
+        EXPECT_EQ(signalMax(*w), automatic);
+        fixed->setChecked(true);
+        EXPECT_TRUE(from->isEnabled());
+        EXPECT_TRUE(to->isEnabled());
+        EXPECT_TRUE(to->toolTip().isEmpty());
+        EXPECT_EQ(signalMax(*w), 37.0);
+        fixed->setChecked(false);
+        EXPECT_FALSE(to->isEnabled());
+        EXPECT_EQ(signalMax(*w), automatic);
+        fixed->setChecked(true);
+        w->close();
+    }
+    // A tick restored from the options file opens the range as a click does.
+    auto w = newWindow();
+    w->options().LoadOptions(true);
+    w->restoreOptions();
+    EXPECT_TRUE(manual(*w, 0)->isChecked());
+    EXPECT_TRUE(child<QLineEdit>(*w, "txtSignalMax")->isEnabled());
+    EXPECT_EQ(child<QLineEdit>(*w, "txtSignalMax")->text(), "37");
+}
+
 TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     const std::string path = smallLog();
     struct Case {
