@@ -360,13 +360,18 @@ void paintDepthPlot(QPainter& p, const QRectF& rect, const PlotModel& model, con
         if (!(yb >= top) || !(ya <= top + height)) continue; // outside the window (or not a number)
         const double y0 = std::max(ya, top);
         const double y1 = std::min(yb, top + height);
+        // A faint tint only: the %RE fill under it is the data, and its colours must still read true. The
+        // range's ends are drawn as lines and its side as a bar.
         QColor c = qcolour(b.colour);
-        c.setAlpha(60);
+        c.setAlpha(22);
         p.fillRect(QRectF(left, y0, right - left, std::max(y1 - y0, lineWidth)), c);
         c.setAlpha(255);
-        p.setPen(QPen(c, lineWidth * 2));
-        p.drawLine(QPointF(left + lineWidth, y0),
-                   QPointF(left + lineWidth, y0 + std::max(y1 - y0, lineWidth)));
+        p.setPen(QPen(c, lineWidth, Qt::DashLine));
+        for (const double y : {ya, yb})
+            if (y >= top && y <= top + height) p.drawLine(QPointF(left, y), QPointF(right, y));
+        p.setPen(QPen(c, lineWidth * 3));
+        p.drawLine(QPointF(left + 1.5 * lineWidth, y0),
+                   QPointF(left + 1.5 * lineWidth, y0 + std::max(y1 - y0, lineWidth)));
         drawText(p, QRectF(left + 3 * lineWidth, y0, right - left, lh), Qt::AlignLeft | Qt::AlignTop,
                  toQt(b.label), sink);
     }
