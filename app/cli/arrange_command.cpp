@@ -2,8 +2,8 @@
 // belongs to it (its plot settings, exports, LAS, fits, pages), as a crew hands a week's work to the office.
 // Copies only: the originals stay, a file already there with the same bytes is left, and one with other
 // bytes is never replaced.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 
 #include "common/console_host.h"

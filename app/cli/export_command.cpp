@@ -1,6 +1,6 @@
 // zel-cli export: the data export of each log, loaded quietly as a batch load does.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 
 #include "common/clock.h"

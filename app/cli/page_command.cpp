@@ -1,9 +1,9 @@
 // zel-cli page: the log page of each raw log as PDF and/or JPG, drawn by the same renderer as the program's
 // own pages, without a display.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/log_callouts.h"
 #include "app/cli/offscreen_gui.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 #include "app/jobs/site_jobs.h"
 
