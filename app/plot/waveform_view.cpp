@@ -251,13 +251,6 @@ QRectF paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     // its width; it takes at most a fifth of the height, shortening its entries before leaving any out.
     const CalloutLegend calloutLegend =
         v.legend ? layOutCallouts(v, fm, rect.width(), rect.height() * 0.2, calloutFactor) : CalloutLegend{};
-    // Left of the plot: the value axis's unit (turned on its side) and its labels; below: the time axis's
-    // labels and its unit, all inside rect.
-    const double axisWidth = 5.4 * lh;
-    const QRectF plotArea(rect.left() + axisWidth, rect.top() + 1.3 * lh,
-                          std::max(1.0, rect.width() - axisWidth - 0.5 * lh),
-                          std::max(1.0, rect.height() - 3.7 * lh - calloutLegend.height(lh)));
-
     std::size_t samples = std::max({v.wave.size(), v.re.size(), v.background.size()});
     double lo = std::numeric_limits<double>::infinity(), hi = -lo;
     const auto take = [&](std::span<const float> s) {
@@ -291,10 +284,21 @@ QRectF paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     lo -= pad;
     hi += pad;
     const double xMax = samples > 1 ? double(samples - 1) : 1.0;
+    const std::vector<double> yTicks = niceTicks(lo, hi, 5);
+
+    // Left of the plot: the value axis's unit (turned on its side) and its labels, as wide as the widest
+    // label needs (a narrow view keeps its width for the plot); below: the time axis's labels and its unit,
+    // all inside rect.
+    double labelWidth = 0.0;
+    for (double t : yTicks)
+        labelWidth = std::max(labelWidth, fm.horizontalAdvance(QString::number(t, 'g', 4)));
+    const double axisWidth = std::min(5.4 * lh, 1.8 * lh + labelWidth);
+    const QRectF plotArea(rect.left() + axisWidth, rect.top() + 1.3 * lh,
+                          std::max(1.0, rect.width() - axisWidth - 0.5 * lh),
+                          std::max(1.0, rect.height() - 3.7 * lh - calloutLegend.height(lh)));
 
     p.fillRect(plotArea, Qt::white);
     p.setPen(QPen(QColor(220, 220, 220), lineWidth * 0.6));
-    const std::vector<double> yTicks = niceTicks(lo, hi, 5);
     for (double t : yTicks) {
         const double y = plotArea.bottom() - (t - lo) / (hi - lo) * plotArea.height();
         p.drawLine(QPointF(plotArea.left(), y), QPointF(plotArea.right(), y));
@@ -308,7 +312,13 @@ QRectF paintWaveform(QPainter& p, const QRectF& rect, const WaveformView& v) {
     // The time axis in ns when the time step is known, else in samples.
     const double nsPerSample = v.deltaX > 0 ? v.deltaX * 1e9 : 0.0;
     const double xSpan = nsPerSample > 0 ? xMax * nsPerSample : xMax;
-    for (double t : niceTicks(0, xSpan, std::clamp(static_cast<int>(plotArea.width() / (4.0 * lh)), 2, 8))) {
+    // At least the start and one more: a narrow plot asks for two ticks, and a span just over a round
+    // number would give the start alone.
+    const int xCount = std::clamp(static_cast<int>(plotArea.width() / (4.0 * lh)), 2, 8);
+    std::vector<double> xTicks = niceTicks(0, xSpan, xCount);
+    for (int n = xCount + 1; xTicks.size() < 2 && n <= xCount + 4; ++n)
+        xTicks = niceTicks(0, xSpan, n);
+    for (double t : xTicks) {
         const double x = plotArea.left() + t / xSpan * plotArea.width();
         drawText(p, QRectF(x - 3 * lh, plotArea.bottom(), 6 * lh, lh), Qt::AlignCenter,
                  QString::number(t, 'g', 4), sink);

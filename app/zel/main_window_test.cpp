@@ -219,7 +219,7 @@ TEST_F(MainWindowTest, CalloutsLeaveTheWaveformItsRoomAndComeBackWithTheLog) {
         ASSERT_EQ(view.view().callouts.size(), 3u);
         EXPECT_EQ(w->depthPlot().bands().size(), 3u);
         view.grab();
-        EXPECT_EQ(view.plotArea().width(), alone.width());
+        EXPECT_GE(view.plotArea().width(), 0.95 * alone.width()); // (its value labels may differ)
         EXPECT_GE(view.plotArea().height(), 0.8 * alone.height());
         host.answerInput("three");
         w->saveCalloutScheme();
