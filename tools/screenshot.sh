@@ -11,6 +11,30 @@ ROOT=$PWD
 BUILD=$(readlink -f "${ZEL_BUILD_DIR:-build}")
 OUT=${1:-$ROOT/docs}
 
+# Two callouts over the built-in site's plume, saved as the Callouts page saves a scheme: a "PLOT_" section
+# of the companion with each band's first and last point (the rows of the data export within its range).
+# $1: the log's path without ".lif.raw.bin".
+add_callouts() {
+    local log=$1 n=1 slot
+    n=$(($(grep -ci '^\[plot' "$log.lif.plt" || true) + 1))
+    points_in() { # top bottom: "first,last" (the export's first row is its header)
+        awk -F'\t' -v top="$1" -v bottom="$2" \
+            'NR > 1 && $1 + 0 >= top && $1 + 0 <= bottom { if (first == "") first = NR - 2; last = NR - 2 }
+             END { print (first == "" ? "-1,-1" : first "," last) }' "$log.lif.dat.txt"
+    }
+    {
+        printf '[PLOT_%d]\r\nTime=%s\r\nLabel=Demo\r\n' "$n" "$(date -u '+%m/%d/%Y %I:%M:%S %p')"
+        printf 'Index C0=%s\r\nRange C0=11.0,14.0\r\nNote C0= \r\nText C0=Upper plume\r\nPic C0= \r\n' \
+            "$(points_in 11.0 14.0)"
+        printf 'Index C1=%s\r\nRange C1=14.6,16.0\r\nNote C1= \r\nText C1=Plume core\r\nPic C1= \r\n' \
+            "$(points_in 14.6 16.0)"
+        for slot in 2 3 4; do
+            printf 'Index C%d=0,0\r\nRange C%d=.0,.0\r\nNote C%d= \r\nText C%d= \r\nPic C%d= \r\n' \
+                "$slot" "$slot" "$slot" "$slot" "$slot"
+        done
+    } >>"$log.lif.plt"
+}
+
 # Inside the virtual X server: drive the window. $1: the work folder, $2: the pictures' folder.
 if [ "${SCREENSHOT_INSIDE:-}" = 1 ]; then
     WORK=$1
@@ -46,6 +70,17 @@ if [ "${SCREENSHOT_INSIDE:-}" = 1 ]; then
     xdotool key Escape # a rate caution, if the push went too fast
     sleep 2
     xdotool key Escape # the summary: do not open the folder
+    sleep 2
+    # The operator marks two callouts over the plume and opens the log again: the window shows them, and
+    # the page below takes the same scheme.
+    add_callouts "$WORK/demo/Demo"
+    key ctrl+o # Load log: the file's name typed into the dialog
+    sleep 2
+    xdotool type --delay 30 "$WORK/demo/Demo.lif.raw.bin"
+    xdotool key Return
+    sleep 4
+    # A click on the plot at the plume's peak (the whole log's 0-30 ft fill the plot's height) selects it.
+    xdotool mousemove --window "$WINDOW" 600 430 click 1
     sleep 2
     import -window "$WINDOW" "$OUT/zel-main-window.png"
     exit 0
