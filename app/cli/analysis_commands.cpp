@@ -1,9 +1,9 @@
 // zel-cli tau, nnls and basis: the waveform analyses of logs, in batch like export. tau fits every point's
 // channel decay times, nnls fits every point to a basis library, basis keeps the library.
-#include "app/cli/batch.h"
+#include "app/jobs/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/log_callouts.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
@@ -40,11 +40,11 @@ double rounded(double v, const char* pattern) {
 // The callout bands of every log, each fitted by fit(band, loaded log): one JSON entry a band, naming its
 // log, slot, caption, depths and points, then what fit adds. Progress on stderr; nothing is written.
 int runCalloutBatch(const char* command, const std::vector<std::string>& files, Host& host,
-                    const std::function<bool(const plot::CalloutWave&, QuietLog&, nlohmann::ordered_json&,
+                    const std::function<bool(const plot::CalloutWave&, jobs::QuietLog&, nlohmann::ordered_json&,
                                              std::string&)>& fit) {
     nlohmann::ordered_json all = nlohmann::json::array();
-    const int code = runBatch(command, files, std::cerr, [&](const std::string& file, std::string& text) {
-        const auto l = loadQuietly(file, host);
+    const int code = jobs::runBatch(command, files, std::cerr, [&](const std::string& file, std::string& text) {
+        const auto l = jobs::loadQuietly(file, host);
         if (!l) return false;
         const auto bands = calloutBands(*l);
         for (const auto& band : bands) {
@@ -69,7 +69,7 @@ int runCalloutBatch(const char* command, const std::vector<std::string>& files, 
 int runCalloutTau(const TauArgs& a, Host& host) {
     return runCalloutBatch(
         "tau", a.files, host,
-        [&](const plot::CalloutWave& band, QuietLog& l, nlohmann::ordered_json& j, std::string&) {
+        [&](const plot::CalloutWave& band, jobs::QuietLog& l, nlohmann::ordered_json& j, std::string&) {
             analysis::LifetimeSettings s;
             s.cutoffArea = a.cutoff;
             const analysis::LifetimeFitter fitter(l.log, l.arrays, l.ctx.channels, s, host);
@@ -91,15 +91,15 @@ int runTau(const TauArgs& a) {
     if (a.callouts) return runCalloutTau(a, host);
     nlohmann::ordered_json all = nlohmann::json::array();
     std::ostringstream progress;
-    const int code = runBatch(
+    const int code = jobs::runBatch(
         "tau", a.files, a.json ? progress : std::cout, [&](const std::string& file, std::string& text) {
-            const auto l = loadQuietly(file, host);
+            const auto l = jobs::loadQuietly(file, host);
             if (!l) return false;
             analysis::LifetimeSettings s;
             s.cutoffArea = a.cutoff;
             const auto fits = analysis::fitLogLifetimes(l->log, l->arrays, l->ctx.channels, s, host);
             const std::string path = analysis::lifetimePath(file);
-            if (!writeWholeFile(path, analysis::lifetimeText(fits), text)) return false;
+            if (!jobs::writeWholeFile(path, analysis::lifetimeText(fits), text)) return false;
             text = path;
             nlohmann::ordered_json j;
             j["file"] = file;
@@ -137,7 +137,7 @@ struct NnlsArgs {
 };
 
 std::optional<analysis::BasisLibrary> loadLibrary(const std::string& path, std::string& error) {
-    const auto text = readWholeFile(path, error);
+    const auto text = jobs::readWholeFile(path, error);
     if (!text) return std::nullopt;
     auto lib = analysis::parseBasisLibrary(*text, error);
     if (!lib) error = path + ": " + error;
@@ -168,7 +168,7 @@ int runNnls(const NnlsArgs& a) {
     if (a.callouts)
         return runCalloutBatch(
             "nnls", a.files, host,
-            [&](const plot::CalloutWave& band, QuietLog& l, nlohmann::ordered_json& j, std::string& text) {
+            [&](const plot::CalloutWave& band, jobs::QuietLog& l, nlohmann::ordered_json& j, std::string& text) {
                 const auto fitter = analysis::NnlsFitter::make(l.log, l.arrays, chosen, text);
                 if (!fitter) return false;
                 const analysis::NnlsPoint r = fitter->fit(band.average);
@@ -185,14 +185,14 @@ int runNnls(const NnlsArgs& a) {
             });
     nlohmann::ordered_json all = nlohmann::json::array();
     std::ostringstream progress;
-    const int code = runBatch("nnls", a.files, a.json ? progress : std::cout,
+    const int code = jobs::runBatch("nnls", a.files, a.json ? progress : std::cout,
                               [&](const std::string& file, std::string& text) {
-                                  const auto l = loadQuietly(file, host);
+                                  const auto l = jobs::loadQuietly(file, host);
                                   if (!l) return false;
                                   const auto fits = analysis::fitLogNnls(l->log, l->arrays, chosen, text);
                                   if (!fits) return false;
                                   const std::string path = analysis::nnlsPath(file);
-                                  if (!writeWholeFile(path, analysis::nnlsText(*fits), text)) return false;
+                                  if (!jobs::writeWholeFile(path, analysis::nnlsText(*fits), text)) return false;
                                   text = path;
                                   nlohmann::ordered_json j;
                                   j["file"] = file;
@@ -272,7 +272,7 @@ int runBasis(const std::string& verb, BasisArgs a) {
                       << windows1252ToUtf8(a.name) << "\" (remove it first)\n";
             return 1;
         }
-        const auto l = loadQuietly(a.log, host);
+        const auto l = jobs::loadQuietly(a.log, host);
         if (!l) {
             std::cerr << "zel-cli basis: " << a.log << " did not load\n";
             return 1;
@@ -285,7 +285,7 @@ int runBasis(const std::string& verb, BasisArgs a) {
         }
         lib->bases.push_back(std::move(*b));
     }
-    if (!writeWholeFile(a.library, analysis::basisLibraryText(*lib), error)) {
+    if (!jobs::writeWholeFile(a.library, analysis::basisLibraryText(*lib), error)) {
         std::cerr << "zel-cli basis: " << error << '\n';
         return 1;
     }

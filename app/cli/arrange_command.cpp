@@ -2,9 +2,9 @@
 // belongs to it (its plot settings, exports, LAS, fits, pages), as a crew hands a week's work to the office.
 // Copies only: the originals stay, a file already there with the same bytes is left, and one with other
 // bytes is never replaced.
-#include "app/cli/batch.h"
 #include "app/cli/command.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/batch.h"
+#include "app/jobs/quiet_log.h"
 
 #include "common/console_host.h"
 #include "log/log_file_names.h"
@@ -53,17 +53,17 @@ std::map<std::string, std::vector<fs::path>> filesOfLogs(const std::vector<std::
 
 bool sameBytes(const fs::path& a, const fs::path& b) {
     std::string ignored;
-    const auto x = readWholeFile(a.string(), ignored), y = readWholeFile(b.string(), ignored);
+    const auto x = jobs::readWholeFile(a.string(), ignored), y = jobs::readWholeFile(b.string(), ignored);
     return x && y && *x == *y;
 }
 
 int runArrange(const ArrangeArgs& a) {
-    const auto raws = rawLogsOf(a.inputs);
+    const auto raws = jobs::rawLogsOf(a.inputs);
     const auto files = filesOfLogs(raws);
-    return runParallelBatch(
+    return jobs::runParallelBatch(
         "arrange", raws, std::cout, [&](std::size_t, const std::string& raw, std::string& text) {
             ConsoleHost host(std::cerr);
-            const auto l = loadQuietly(raw, host);
+            const auto l = jobs::loadQuietly(raw, host);
             if (!l) return false;
             const std::string day = site::summarise(l->log, l->arrays, raw, 0.0f).date;
             const fs::path folder = fs::path(a.to) / (day.empty() ? std::string("undated") : day);
@@ -84,8 +84,8 @@ int runArrange(const ArrangeArgs& a) {
                     continue;
                 }
                 std::string error;
-                const auto bytes = readWholeFile(f.string(), error);
-                if (!bytes || !writeWholeFile(target.string(), *bytes, error)) {
+                const auto bytes = jobs::readWholeFile(f.string(), error);
+                if (!bytes || !jobs::writeWholeFile(target.string(), *bytes, error)) {
                     text = error;
                     return false;
                 }

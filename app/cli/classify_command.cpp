@@ -2,7 +2,7 @@
 // shares or decay times, written beside the log as "<name>.lif.class.txt", with a cross-plot on request.
 #include "app/cli/command.h"
 #include "app/cli/offscreen_gui.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 
 #include "analysis/classify.h"
 #include "analysis/waveform_fits.h"
@@ -48,7 +48,7 @@ int runClassify(const ClassifyArgs& a) {
         }
         seeds.push_back(std::move(*seed));
     }
-    const auto l = loadQuietly(a.file, host);
+    const auto l = jobs::loadQuietly(a.file, host);
     if (!l) {
         std::cerr << "zel-cli classify: " << a.file << " did not load\n";
         return 1;
@@ -82,7 +82,7 @@ int runClassify(const ClassifyArgs& a) {
         return 1;
     }
     const std::string path = analysis::classPath(a.file);
-    if (!writeWholeFile(path, analysis::classText(*result), error)) {
+    if (!jobs::writeWholeFile(path, analysis::classText(*result), error)) {
         std::cerr << "zel-cli classify: " << error << '\n';
         return 1;
     }

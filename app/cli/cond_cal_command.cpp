@@ -4,6 +4,7 @@
 // "Comm" section, where every later push takes it from.
 
 #include "app/cli/command.h"
+#include "app/cli/core_app.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
@@ -39,19 +40,9 @@ struct CondCalArgs {
     double condOffsetV = 0.0;
 };
 
-QCoreApplication& qtApp() {
-    static int argc = 1;
-    static char name[] = "zel-cli";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
-}
-
 int runCondCal(const CondCalArgs& a) {
     qtApp();
-    const ConsoleHost::Policy policy =
-        a.yes ? ConsoleHost::Policy::Yes : (a.no ? ConsoleHost::Policy::No : ConsoleHost::Policy::Default);
-    ConsoleHost console(std::cerr, policy, true);
+    ConsoleHost console(std::cerr, answerPolicy(a.yes, a.no), true);
     platform::EventLoopHost host(console);
     SystemClock clock;
     const std::string optionsPath = optionsFilePath();

@@ -1,7 +1,7 @@
 // zel-cli export: the data export of each log, loaded quietly as a batch load does.
-#include "app/cli/batch.h"
 #include "app/cli/command.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/batch.h"
+#include "app/jobs/quiet_log.h"
 
 #include "common/clock.h"
 #include "common/console_host.h"
@@ -26,7 +26,7 @@ struct ExportArgs {
 
 // One file; the path of the export or nullopt (the reasons went to err through the host).
 std::optional<std::string> exportOne(const std::string& file, const std::string& to, Host& host) {
-    const auto l = loadQuietly(file, host, to);
+    const auto l = jobs::loadQuietly(file, host, to);
     if (!l) return std::nullopt;
     if (!to.empty()) return l->result.exportPath;
     return ExportDataText(l->log, l->arrays, l->ctx, "", host, l->result.pointValues); // beside the raw log
@@ -34,7 +34,7 @@ std::optional<std::string> exportOne(const std::string& file, const std::string&
 
 int runExport(const ExportArgs& args) {
     ConsoleHost host(std::cerr);
-    return runBatch("export", args.files, std::cout, [&](const std::string& file, std::string& text) {
+    return jobs::runBatch("export", args.files, std::cout, [&](const std::string& file, std::string& text) {
         const auto written = exportOne(file, args.to, host);
         if (written) text = *written;
         return written.has_value();

@@ -21,7 +21,7 @@ void takeLatestCalloutScheme(cZEL_Data& log) {
     }
 }
 
-std::vector<plot::CalloutWave> calloutBands(QuietLog& l) {
+std::vector<plot::CalloutWave> calloutBands(jobs::QuietLog& l) {
     takeLatestCalloutScheme(l.log);
     const program::LogModeLook look = program::logModeLook(l.ctx.modeId, l.log.mode(), 0);
     return plot::logCallouts(l.log, l.arrays, plot::channelColours(look.labels, false));

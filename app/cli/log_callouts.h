@@ -2,7 +2,7 @@
 // The callouts of a loaded log as its page shows them: the latest callout scheme of its companion, each
 // slot's caption (or the text the user gave it), and each band's averaged waveform.
 
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 #include "app/plot/waveform_view.h"
 
 #include <vector>
@@ -14,6 +14,6 @@ namespace zel::cli {
 void takeLatestCalloutScheme(cZEL_Data& log);
 
 // The log's callout bands, after takeLatestCalloutScheme.
-std::vector<plot::CalloutWave> calloutBands(QuietLog& loaded);
+std::vector<plot::CalloutWave> calloutBands(jobs::QuietLog& loaded);
 
 } // namespace zel::cli

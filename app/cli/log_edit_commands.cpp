@@ -1,8 +1,8 @@
 // zel-cli cut, stitch and gps: mending a site's logs in the office. cut and stitch write a new raw log (the
 // originals stay as they are); gps writes surveyed positions into logs pushed without a fix.
-#include "app/cli/batch.h"
+#include "app/jobs/batch.h"
 #include "app/cli/command.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
@@ -40,7 +40,7 @@ std::optional<std::string> newLogPath(const std::string& out, const RawLogContex
 }
 
 // The log, then its plot companion (callouts, plot settings) copied beside it when the source has one.
-int saveEdited(const char* command, QuietLog& l, const std::string& path, const std::string& companionOf,
+int saveEdited(const char* command, jobs::QuietLog& l, const std::string& path, const std::string& companionOf,
                ConsoleHost& host) {
     l.log.File_Title(fs::path(path).filename().string());
     l.log.File_FullPath(path);
@@ -49,8 +49,8 @@ int saveEdited(const char* command, QuietLog& l, const std::string& path, const 
     std::string error;
     const std::string from = plotSettingsPath(companionOf), to = plotSettingsPath(saved.path);
     std::error_code ec;
-    if (const auto bytes = fs::exists(from, ec) ? readWholeFile(from, error) : std::nullopt;
-        bytes && !to.empty() && !writeWholeFile(to, *bytes, error))
+    if (const auto bytes = fs::exists(from, ec) ? jobs::readWholeFile(from, error) : std::nullopt;
+        bytes && !to.empty() && !jobs::writeWholeFile(to, *bytes, error))
         std::cerr << "zel-cli " << command << ": " << error << '\n';
     std::cout << saved.path << ": " << l.log.DataPoints() + 1 << " points, "
               << formatNumber(l.arrays.columns.at(point_column::Depth, 0).value_or(0.0f), "#0.000") << " to "
@@ -70,7 +70,7 @@ struct CutArgs {
 
 int runCut(const CutArgs& a) {
     ConsoleHost host(std::cerr);
-    auto l = loadQuietly(a.input, host);
+    auto l = jobs::loadQuietly(a.input, host);
     if (!l) return fail("cut", a.input + " did not load");
     std::string error;
     const auto path = newLogPath(a.out, l->ctx, error);
@@ -88,9 +88,9 @@ struct StitchArgs {
 
 int runStitch(const StitchArgs& a) {
     ConsoleHost host(std::cerr);
-    auto upper = loadQuietly(a.upper, host);
+    auto upper = jobs::loadQuietly(a.upper, host);
     if (!upper) return fail("stitch", a.upper + " did not load");
-    const auto lower = loadQuietly(a.lower, host);
+    const auto lower = jobs::loadQuietly(a.lower, host);
     if (!lower) return fail("stitch", a.lower + " did not load");
     std::string error;
     const auto path = newLogPath(a.out, upper->ctx, error);
@@ -116,14 +116,14 @@ bool hasFix(const cZEL_Data& log) {
 int runGps(const GpsArgs& a) {
     ConsoleHost host(std::cerr);
     std::string error;
-    const auto text = readWholeFile(a.positions, error);
+    const auto text = jobs::readWholeFile(a.positions, error);
     if (!text) return fail("gps", error);
     const bool gpx = endsWithNoCase(a.positions, ".gpx");
     const auto positions =
         gpx ? site::parsePositionsGpx(*text, error) : site::parsePositionsCsv(*text, error);
     if (!positions) return fail("gps", a.positions + ": " + error);
-    return runBatch("gps", rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& out) {
-        auto l = loadQuietly(file, host);
+    return jobs::runBatch("gps", jobs::rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& out) {
+        auto l = jobs::loadQuietly(file, host);
         if (!l) return false;
         const std::string name = l->log.File_Title_NoExt();
         const auto* p = site::findPosition(*positions, name);
@@ -136,12 +136,12 @@ int runGps(const GpsArgs& a) {
             return true;
         }
         site::applyPosition(l->log, *p);
-        const auto bytes = readWholeFile(file, out);
+        const auto bytes = jobs::readWholeFile(file, out);
         if (!bytes) return false;
         const std::string text = rawLogText(l->log, l->arrays, l->ctx);
         const auto edited =
             site::replaceSection(*bytes, !l->ctx.hdBoardMode, "GPS", site::sectionOf(text, "GPS"), out);
-        if (!edited || !writeWholeFile(file, *edited, out)) return false;
+        if (!edited || !jobs::writeWholeFile(file, *edited, out)) return false;
         out = formatNumber(p->lat, "#0.000000") + ", " + formatNumber(p->lon, "#0.000000");
         return true;
     });

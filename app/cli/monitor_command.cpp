@@ -2,6 +2,7 @@
 // technician's check that a device talks.
 
 #include "app/cli/command.h"
+#include "app/cli/core_app.h"
 
 #include "common/console_host.h"
 #include "common/number_text.h"
@@ -43,14 +44,6 @@ struct MonitorArgs {
     bool ansi = false;
     std::string settings = "4800,n,8,1";
 };
-
-QCoreApplication& qtApp() {
-    static int argc = 1;
-    static char name[] = "zel-cli";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
-}
 
 // One reading: a JSON object on one line, or its fields as "name value" pairs.
 void print(const MonitorArgs& a, const nlohmann::ordered_json& j) {

@@ -1,11 +1,11 @@
 // zel-cli page: the log page of each raw log as PDF and/or JPG, drawn by the same renderer as the program's
 // own pages, without a display.
-#include "app/cli/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/log_callouts.h"
 #include "app/cli/offscreen_gui.h"
-#include "app/cli/quiet_log.h"
-#include "app/cli/site_jobs.h"
+#include "app/jobs/batch.h"
+#include "app/jobs/quiet_log.h"
+#include "app/jobs/site_jobs.h"
 
 #include "app/plot/log_page.h"
 #include "app/plot/plot_settings_view.h"
@@ -55,7 +55,7 @@ std::string outputPath(const cZEL_Data& log, const std::string& file, const std:
 // One file: the pages written, or the reason it failed (the load's own messages went to the host).
 bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vector<std::string>& written,
              std::string& reason) {
-    const auto loaded = loadQuietly(file, host);
+    const auto loaded = jobs::loadQuietly(file, host);
     if (!loaded) {
         reason = "not loaded";
         return false;
@@ -108,10 +108,10 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
 
 int runPage(PageArgs args) {
     OffscreenGui gui;
-    if (!args.pageName) args.pageName = fileUtilityOptions(optionsFilePath()).pageName;
+    if (!args.pageName) args.pageName = jobs::fileUtilityOptions(optionsFilePath()).pageName;
 
     ConsoleHost host(std::cerr);
-    return runBatch("page", args.files, std::cerr, [&](const std::string& file, std::string& text) {
+    return jobs::runBatch("page", args.files, std::cerr, [&](const std::string& file, std::string& text) {
         std::vector<std::string> written;
         if (!pageOne(file, args, host, written, text)) return false;
         for (const auto& w : written)

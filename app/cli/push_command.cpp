@@ -7,6 +7,7 @@
 #include "acquisition/push.h"
 #include "acquisition/reference.h"
 #include "app/cli/command.h"
+#include "app/cli/core_app.h"
 #include "app/cli/startup_command.h"
 #include "program/field_rig.h"
 
@@ -83,14 +84,6 @@ struct PushArgs {
     std::vector<std::string> switches;
 };
 
-QCoreApplication& qtApp() {
-    static int argc = 1;
-    static char name[] = "zel-cli";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
-}
-
 bool isExistingFile(const std::string& path) {
     std::error_code ec;
     return std::filesystem::is_regular_file(path, ec);
@@ -113,9 +106,7 @@ bool requiredInstruments(Host& host, FieldInstruments& in, const StartupSettings
 
 int runPush(const PushArgs& a) {
     qtApp();
-    const ConsoleHost::Policy policy =
-        a.yes ? ConsoleHost::Policy::Yes : (a.no ? ConsoleHost::Policy::No : ConsoleHost::Policy::Default);
-    ConsoleHost console(std::cerr, policy, true);
+    ConsoleHost console(std::cerr, answerPolicy(a.yes, a.no), true);
     platform::EventLoopHost host(console);
     SystemClock clock;
 

@@ -1,5 +1,7 @@
 #include "app/cli/scope_command.h"
 
+#include "app/cli/core_app.h"
+
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "instruments/platform/qt_byte_stream.h"
@@ -31,15 +33,6 @@ std::string withoutLineEnd(std::string s) {
     while (!s.empty() && (s.back() == '\n' || s.back() == '\r'))
         s.pop_back();
     return s;
-}
-
-// Event loops need an application object; the other subcommands do without one.
-QCoreApplication& qtApp() {
-    static int argc = 1;
-    static char name[] = "zel-cli";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
 }
 
 } // namespace

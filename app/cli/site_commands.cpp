@@ -1,10 +1,10 @@
 // zel-cli summary, las and map: a site's deliverables from its logs. summary tabulates the borings (CSV or
 // JSON, with the footage totals), las writes each log's curves as LAS 2.0, map the borings as GeoJSON.
-#include "app/cli/batch.h"
+#include "app/jobs/batch.h"
 #include "app/cli/command.h"
-#include "app/cli/quiet_log.h"
-#include "app/cli/site_borings.h"
-#include "app/cli/site_jobs.h"
+#include "app/jobs/quiet_log.h"
+#include "app/jobs/site_borings.h"
+#include "app/jobs/site_jobs.h"
 
 #include "analysis/waveform_fits.h"
 #include "common/console_host.h"
@@ -41,27 +41,27 @@ struct SummaryArgs {
 };
 
 int runSummary(const SummaryArgs& a) {
-    site::SummaryOptions options = fileUtilityOptions(optionsFilePath());
+    site::SummaryOptions options = jobs::fileUtilityOptions(optionsFilePath());
     if (a.nameFormat) options.nameFormat = *a.nameFormat;
     if (a.area) options.reArea = *a.area;
     if (a.calloutMax) options.calloutMax = *a.calloutMax;
     if (a.totals) options.totals = *a.totals;
     if (a.footageByDate) options.footageByDate = *a.footageByDate;
     std::ostringstream quiet;
-    SiteSummary summary =
-        summariseLogs(rawLogsOf(a.inputs), a.threshold, options.calloutMax, a.json ? quiet : std::cerr);
+    jobs::SiteSummary summary =
+        jobs::summariseLogs(jobs::rawLogsOf(a.inputs), a.threshold, options.calloutMax, a.json ? quiet : std::cerr);
     const int code = summary.code;
     const std::vector<site::LogSummary>& logs = summary.logs;
     std::string error;
-    if (!a.csv.empty() && !writeWholeFile(a.csv, site::summaryCsv(logs, options), error)) {
+    if (!a.csv.empty() && !jobs::writeWholeFile(a.csv, site::summaryCsv(logs, options), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
-    if (!a.geojson.empty() && !writeWholeFile(a.geojson, site::boringsGeoJson(logs), error)) {
+    if (!a.geojson.empty() && !jobs::writeWholeFile(a.geojson, site::boringsGeoJson(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
-    if (!a.kml.empty() && !writeWholeFile(a.kml, site::boringsKml(logs), error)) {
+    if (!a.kml.empty() && !jobs::writeWholeFile(a.kml, site::boringsKml(logs), error)) {
         std::cerr << "zel-cli summary: " << error << '\n';
         return 1;
     }
@@ -132,7 +132,7 @@ struct LasArgs {
 };
 
 int runLas(const LasArgs& a) {
-    return writeLasFiles(rawLogsOf(a.inputs), a.to, std::cout);
+    return jobs::writeLasFiles(jobs::rawLogsOf(a.inputs), a.to, std::cout);
 }
 
 // ---- model
@@ -148,7 +148,7 @@ int runModel(const ModelArgs& a) {
         std::cerr << "zel-cli model: name at least one of --csv, --vtk and --grid\n";
         return 1;
     }
-    const SiteBorings site = loadSiteBorings("model", a.inputs);
+    const jobs::SiteBorings site = jobs::loadSiteBorings("model", a.inputs);
     const auto& borings = site.borings;
     int code = site.code;
     if (borings.empty()) {
@@ -157,7 +157,7 @@ int runModel(const ModelArgs& a) {
     }
     std::cout << "UTM zone " << site.zone() << ", " << borings.size() << " borings\n";
     std::string error;
-    if (!writeModelFiles(borings, a.csv, a.vtk, a.grid, a.options, std::cout, error)) {
+    if (!jobs::writeModelFiles(borings, a.csv, a.vtk, a.grid, a.options, std::cout, error)) {
         std::cerr << "zel-cli model: " << error << '\n';
         return 1;
     }

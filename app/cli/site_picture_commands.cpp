@@ -1,8 +1,8 @@
 // zel-cli map and section: the site's pictures for a report, as PDF or PNG.
 #include "app/cli/command.h"
 #include "app/cli/offscreen_gui.h"
-#include "app/cli/site_borings.h"
-#include "app/cli/site_jobs.h"
+#include "app/jobs/site_borings.h"
+#include "app/jobs/site_jobs.h"
 
 #include "app/plot/site_picture.h"
 #include "common/console_host.h"
@@ -36,7 +36,7 @@ plot::SiteLine lineOf(const std::vector<double>& v) {
 
 // With --json one object on stdout: the picture, its zone and where its data frame lies in the PNG's pixels
 // (data x, y in metres: easting and northing on the map, distance and elevation on a section).
-void printJson(const PictureArgs& a, const SiteBorings& site, const plot::PictureRecord& r) {
+void printJson(const PictureArgs& a, const jobs::SiteBorings& site, const plot::PictureRecord& r) {
     nlohmann::ordered_json j;
     j["out"] = a.out;
     j["zone"] = site.zone();
@@ -50,17 +50,17 @@ void printJson(const PictureArgs& a, const SiteBorings& site, const plot::Pictur
     std::cout << j.dump() << std::endl;
 }
 
-using Writer = bool (*)(const SiteBorings&, const PictureOptions&, const std::string&, plot::PictureRecord*,
+using Writer = bool (*)(const jobs::SiteBorings&, const jobs::PictureOptions&, const std::string&, plot::PictureRecord*,
                         std::string&);
 
 int draw(const char* command, const PictureArgs& a, Writer write) {
     OffscreenGui gui;
-    const SiteBorings site = loadSiteBorings(command, a.inputs);
+    const jobs::SiteBorings site = jobs::loadSiteBorings(command, a.inputs);
     if (site.borings.empty()) {
         std::cerr << "zel-cli " << command << ": no located boring\n";
         return 1;
     }
-    PictureOptions o;
+    jobs::PictureOptions o;
     o.title = a.title;
     o.line = lineOf(a.line);
     o.widthM = a.width;
@@ -68,7 +68,7 @@ int draw(const char* command, const PictureArgs& a, Writer write) {
     o.layerM = a.layer;
     o.dpi = a.dpi;
     // The borings shown go to the progress stream, so that --json's stdout stays one object.
-    if (write == &writeSection) std::cerr << sectionBoringsText(sectionInput(site, o)) << '\n';
+    if (write == &jobs::writeSection) std::cerr << jobs::sectionBoringsText(jobs::sectionInput(site, o)) << '\n';
     std::string error;
     plot::PictureRecord record;
     if (!write(site, o, a.out, &record, error)) {
@@ -83,11 +83,11 @@ int draw(const char* command, const PictureArgs& a, Writer write) {
 }
 
 int runMap(const PictureArgs& a) {
-    return draw("map", a, &writeSiteMap);
+    return draw("map", a, &jobs::writeSiteMap);
 }
 
 int runSection(const PictureArgs& a) {
-    return draw("section", a, &writeSection);
+    return draw("section", a, &jobs::writeSection);
 }
 
 void common(CLI::App* cmd, PictureArgs& a) {

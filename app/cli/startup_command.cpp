@@ -1,5 +1,7 @@
 #include "app/cli/startup_command.h"
 
+#include "app/cli/core_app.h"
+
 #include "common/clock.h"
 #include "common/console_host.h"
 #include "common/windows1252.h"
@@ -70,14 +72,6 @@ nlohmann::ordered_json settingsJson(const StartupSettings& s, const std::vector<
 void print(const nlohmann::ordered_json& j, std::ostream& out) {
     // A path from the command line need not be valid UTF-8.
     out << j.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-}
-
-QCoreApplication& qtApp() {
-    static int argc = 1;
-    static char name[] = "zel-cli";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
 }
 
 } // namespace

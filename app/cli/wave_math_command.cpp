@@ -5,7 +5,7 @@
 
 #include "analysis/wave_math.h"
 #include "app/cli/command.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 #include "common/console_host.h"
 #include "common/windows1252.h"
 #include "program/settings_model.h"
@@ -57,7 +57,7 @@ int runWaveMath(const WaveMathArgs& a) {
     const int chosen = !a.avg.empty() + (a.every > 0) + !a.diff.empty() + !a.point.empty();
     if (chosen != 1) return fail("give one of --avg, --every, --diff or --point");
     ConsoleHost host(std::cerr);
-    const auto l = loadQuietly(a.file, host);
+    const auto l = jobs::loadQuietly(a.file, host);
     if (!l) return fail(a.file + " did not load");
     const std::string unit = l->log.Metric() ? "m" : "ft";
     std::string error;
@@ -115,7 +115,7 @@ int runWaveMath(const WaveMathArgs& a) {
     }
     const std::string text =
         wave_math::exportText(curves, l->log.Wave_DeltaX(), labels, l->log.File_Title_NoExt(), operation);
-    if (!writeWholeFile(a.out, text, error)) return fail(error);
+    if (!jobs::writeWholeFile(a.out, text, error)) return fail(error);
     if (!a.json) {
         std::cout << a.out << " (" << curves.size() << (curves.size() == 1 ? " curve, " : " curves, ")
                   << curves.front().samples.size() << " samples)" << std::endl;

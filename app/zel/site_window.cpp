@@ -1,8 +1,8 @@
 #include "app/zel/site_window.h"
 
-#include "app/cli/batch.h"
-#include "app/cli/quiet_log.h"
-#include "app/cli/site_jobs.h"
+#include "app/jobs/batch.h"
+#include "app/jobs/quiet_log.h"
+#include "app/jobs/site_jobs.h"
 #include "app/plot/qt_text.h"
 #include "app/zel/qt_form.h"
 #include "common/number_text.h"
@@ -243,12 +243,12 @@ bool SiteWindow::openFolder(const std::string& folder) {
     folder_ = folder;
     borings_.reset();
     folderLabel_->setText(QString::fromStdString(folder));
-    files_ = cli::rawLogsOf({folder});
+    files_ = jobs::rawLogsOf({folder});
     const site::SummaryOptions o = summaryOptions();
     const double threshold = threshold_->value();
-    cli::SiteSummary summary =
+    jobs::SiteSummary summary =
         busy("Summarising the site's logs...", [&](std::ostream& progress, const auto& idle) {
-            return cli::summariseLogs(files_, threshold, o.calloutMax, progress, idle);
+            return jobs::summariseLogs(files_, threshold, o.calloutMax, progress, idle);
         });
     logs_ = std::move(summary.logs);
     fillTable();
@@ -352,7 +352,7 @@ bool SiteWindow::writeSummary() {
     for (const auto& [name, text] : {std::pair{std::string("summary.csv"), site::summaryCsv(logs_, o)},
                                      std::pair{std::string("summary.geojson"), site::boringsGeoJson(logs_)},
                                      std::pair{std::string("summary.kml"), site::boringsKml(logs_)}})
-        if (!cli::writeWholeFile(outputPath(name), text, error))
+        if (!jobs::writeWholeFile(outputPath(name), text, error))
             return failed("The summary was not written", error);
     host_.progress("Summary written: " + outputPath("summary.csv") + ", .geojson, .kml");
     return true;
@@ -361,17 +361,17 @@ bool SiteWindow::writeSummary() {
 bool SiteWindow::writeLas() {
     if (folder_.empty()) return failed("Choose the site's folder first", "");
     const int code = busy("Writing the LAS files...", [&](std::ostream& progress, const auto& idle) {
-        return cli::writeLasFiles(files_, "", progress, idle);
+        return jobs::writeLasFiles(files_, "", progress, idle);
     });
     if (code != 0) return failed("Some LAS files were not written", "the progress lines name them");
     host_.progress(std::to_string(files_.size()) + " LAS files written beside the logs");
     return true;
 }
 
-const cli::SiteBorings* SiteWindow::borings() {
+const jobs::SiteBorings* SiteWindow::borings() {
     if (!borings_)
         borings_ = busy("Placing the borings...", [&](std::ostream& progress, const auto& idle) {
-            return cli::loadSiteBorings("site", {folder_}, progress, idle);
+            return jobs::loadSiteBorings("site", {folder_}, progress, idle);
         });
     if (borings_->borings.empty()) {
         failed("No boring of the site has a position", "zel-cli gps can give them one");
@@ -382,10 +382,10 @@ const cli::SiteBorings* SiteWindow::borings() {
 
 bool SiteWindow::writeMap() {
     if (folder_.empty()) return failed("Choose the site's folder first", "");
-    const cli::SiteBorings* site = borings();
+    const jobs::SiteBorings* site = borings();
     if (!site) return false;
     std::string error;
-    if (!cli::writeSiteMap(*site, {}, outputPath("site-map.png"), nullptr, error))
+    if (!jobs::writeSiteMap(*site, {}, outputPath("site-map.png"), nullptr, error))
         return failed("The site map was not written", error);
     host_.progress("Site map written: " + outputPath("site-map.png"));
     return true;
@@ -393,9 +393,9 @@ bool SiteWindow::writeMap() {
 
 bool SiteWindow::writeSection() {
     if (folder_.empty()) return failed("Choose the site's folder first", "");
-    const cli::SiteBorings* site = borings();
+    const jobs::SiteBorings* site = borings();
     if (!site) return false;
-    cli::PictureOptions o;
+    jobs::PictureOptions o;
     // Two selected borings make the line A-A'.
     std::set<int> rows;
     for (const QModelIndex& i : table_->selectionModel()->selectedRows())
@@ -411,8 +411,8 @@ bool SiteWindow::writeSection() {
         return failed("Select two borings for the section line, or none for a line through them all", "");
     }
     std::string error;
-    host_.progress(cli::sectionBoringsText(cli::sectionInput(*site, o)));
-    if (!cli::writeSection(*site, o, outputPath("section.png"), nullptr, error))
+    host_.progress(jobs::sectionBoringsText(jobs::sectionInput(*site, o)));
+    if (!jobs::writeSection(*site, o, outputPath("section.png"), nullptr, error))
         return failed("The section was not written", error);
     host_.progress("Section written: " + outputPath("section.png"));
     return true;
@@ -420,12 +420,12 @@ bool SiteWindow::writeSection() {
 
 bool SiteWindow::writeModel() {
     if (folder_.empty()) return failed("Choose the site's folder first", "");
-    const cli::SiteBorings* site = borings();
+    const jobs::SiteBorings* site = borings();
     if (!site) return false;
     std::string error;
     HostLines lines(host_);
     std::ostream report(&lines);
-    if (!cli::writeModelFiles(site->borings, outputPath("points.csv"), outputPath("points.vtk"),
+    if (!jobs::writeModelFiles(site->borings, outputPath("points.csv"), outputPath("points.vtk"),
                               outputPath("volume.vtk"), {}, report, error))
         return failed("The 3D files were not written", error);
     report.flush();

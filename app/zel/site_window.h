@@ -6,7 +6,7 @@
 // 3D files. The logs load on the machine's cores while the window keeps its events going; the progress
 // lines go through the Host.
 
-#include "app/cli/site_borings.h"
+#include "app/jobs/site_borings.h"
 #include "common/host.h"
 #include "site/log_summary.h"
 
@@ -65,7 +65,7 @@ private:
     void fillTable();
     // Runs work with the window's buttons off, the host busy and the progress lines sent to the host.
     template <class F> auto busy(const char* what, F&& work);
-    const cli::SiteBorings* borings();
+    const jobs::SiteBorings* borings();
     bool failed(const std::string& what, const std::string& why);
 
     Host& host_;
@@ -74,7 +74,7 @@ private:
     std::string folder_;
     std::vector<std::string> files_;
     std::vector<site::LogSummary> logs_;
-    std::optional<cli::SiteBorings> borings_;
+    std::optional<jobs::SiteBorings> borings_;
     bool working_ = false;
 
     QLabel* folderLabel_;

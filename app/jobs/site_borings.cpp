@@ -1,6 +1,6 @@
-#include "app/cli/site_borings.h"
+#include "app/jobs/site_borings.h"
 
-#include "app/cli/batch.h"
+#include "app/jobs/batch.h"
 #include "common/number_text.h"
 #include "program/settings_model.h"
 #include "settings/startup/modes.h"
@@ -10,7 +10,7 @@
 #include <iostream>
 #include <optional>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>& inputs,
                             std::ostream& progress, const std::function<void()>& idle) {
@@ -59,4 +59,4 @@ SiteBorings loadSiteBorings(const char* command, const std::vector<std::string>&
     return s;
 }
 
-} // namespace zel::cli
+} // namespace zel::jobs

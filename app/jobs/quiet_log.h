@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 struct QuietLog {
     SystemClock clock;
@@ -37,4 +37,4 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string& e
 // Written whole or not at all: the old file stays until the new one is on the disk.
 bool writeWholeFile(const std::string& path, const std::string& text, std::string& error);
 
-} // namespace zel::cli
+} // namespace zel::jobs

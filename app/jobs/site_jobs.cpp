@@ -1,8 +1,8 @@
-#include "app/cli/site_jobs.h"
+#include "app/jobs/site_jobs.h"
 
 #include "analysis/waveform_fits.h"
-#include "app/cli/batch.h"
-#include "app/cli/quiet_log.h"
+#include "app/jobs/batch.h"
+#include "app/jobs/quiet_log.h"
 #include "common/console_host.h"
 #include "common/number_text.h"
 #include "log/plot_companion.h"
@@ -14,7 +14,7 @@
 #include <iostream>
 #include <optional>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 SiteSummary summariseLogs(const std::vector<std::string>& files, double threshold, bool callouts,
                           std::ostream& progress, const std::function<void()>& idle) {
@@ -176,4 +176,4 @@ std::string sectionBoringsText(const plot::SectionInput& input) {
     return text;
 }
 
-} // namespace zel::cli
+} // namespace zel::jobs

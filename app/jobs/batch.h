@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 // step(file, text) does one file: true with text naming what it wrote, false with text saying why it failed
 // (may be empty). Progress goes to out as "i/n FILE -> TEXT" or "i/n FILE: failed (TEXT)"; the summary of
@@ -108,4 +108,4 @@ runParallelBatch(std::string_view command, const std::vector<std::string>& files
     return code;
 }
 
-} // namespace zel::cli
+} // namespace zel::jobs

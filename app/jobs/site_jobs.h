@@ -4,7 +4,7 @@
 // files and the pictures. Progress lines go to a stream; idle, when given, runs on the calling thread while
 // the logs load on the machine's cores, so a window stays alive.
 
-#include "app/cli/site_borings.h"
+#include "app/jobs/site_borings.h"
 #include "app/plot/site_picture.h"
 #include "site/log_summary.h"
 #include "site/site_model.h"
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 struct SiteSummary {
     std::vector<site::LogSummary> logs; // the logs that loaded, in file order
@@ -58,4 +58,4 @@ bool writeSection(const SiteBorings& site, const PictureOptions& options, const 
 // "Section: B2 at 0.0 m B3 at 67.7 m": the borings a section shows.
 std::string sectionBoringsText(const plot::SectionInput& input);
 
-} // namespace zel::cli
+} // namespace zel::jobs

@@ -1,4 +1,4 @@
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 
 #include "common/atomic_file.h"
 #include "log/load_file.h"
@@ -10,7 +10,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 std::unique_ptr<QuietLog> loadQuietly(const std::string& file, Host& host, const std::string& exportTarget) {
     auto l = std::make_unique<QuietLog>(host);
@@ -63,4 +63,4 @@ bool writeWholeFile(const std::string& path, const std::string& text, std::strin
     return false;
 }
 
-} // namespace zel::cli
+} // namespace zel::jobs

@@ -2,7 +2,7 @@
 // The located logs of a site, loaded for the commands that place them (model, map, section): each on the
 // site's UTM grid, a log without a position left out and named in the progress lines.
 
-#include "app/cli/quiet_log.h"
+#include "app/jobs/quiet_log.h"
 #include "common/host.h"
 #include "site/site_model.h"
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace zel::cli {
+namespace zel::jobs {
 
 struct SiteBorings {
     std::vector<site::BoringProfile> borings;
@@ -30,4 +30,4 @@ inline SiteBorings loadSiteBorings(const char* command, const std::vector<std::s
     return loadSiteBorings(command, inputs, std::cerr);
 }
 
-} // namespace zel::cli
+} // namespace zel::jobs
