@@ -497,6 +497,7 @@ TEST_F(MainWindowTest, TheAdvancedPagesScopeAndPromptSettingsReachAPushFromTheMe
     auto rig = program::openSimulatedRig(loopHost, clock, o);
     ASSERT_NE(rig, nullptr);
     w->setInstruments(std::move(rig));
+    w->openFolder = [](const std::string&) {};
     child<QComboBox>(*w, "cmbScopeAverage")->setCurrentIndex(3);  // 16 sweeps
     child<QComboBox>(*w, "cmbScopeREScale")->setCurrentIndex(7);  // 200 mV a division
     child<QCheckBox>(*w, "chkSuppressPrompts")->setChecked(true); // no first-push question

@@ -306,6 +306,8 @@ TEST(CliPushSettings, ProcessingOptionsOfTheOptionsFileReachThePushAndTheLoad) {
          [](cZEL_Waveform& w, bool re) { w.WidthLimit = re ? 0 : 8; }},
         {"first sample", 0, "[WaveMath]\r\n0,chkFirstSample=1\r\n",
          [](cZEL_Waveform& w, bool) { w.Options.firstSample = true; }},
+        {"scatter scaling, gated probe", 1, "[WaveMath]\r\n0,chkScatterScaling=1\r\n",
+         [](cZEL_Waveform& w, bool) { w.Options.scatterScaling = true; }},
         {"plain %RE, gated probe", 1, "[WaveMath]\r\n0,chkPlainRE=1\r\n",
          [](cZEL_Waveform& w, bool) { w.Options.plainPercentRE = true; }},
     };
@@ -366,6 +368,18 @@ TEST(CliPushSettings, SetupAndAdvancedControlsOfTheOptionsFile) {
          [](const Outcome& o) {
              const std::string display = readFile(o.transcripts + "/display.txt");
              EXPECT_NE(display.find("0.25 per ft"), std::string::npos) << display.substr(0, 2000);
+         }},
+        // The pressure port stands 0.5 ft above the probe's depth reference: its readings are logged there.
+        {"pressure port offset", "[Tab]\r\n0,chkPresFlow=1\r\n1,txtPFOffset=-0.5\r\n", "--points 3",
+         [](const Outcome& o) {
+             const LogArrays& a = o.pushed->arrays;
+             EXPECT_EQ(o.pushed->log.PF_Offset(), -0.5f);
+             ASSERT_EQ(a.presFlow.points(), a.points());
+             ASSERT_GT(a.points(), 0);
+             for (int i = 0; i < a.points(); ++i)
+                 EXPECT_NEAR(*a.presFlow.at(presflow_column::Depth, i),
+                             *a.columns.at(point_column::Depth, i) - 0.5f, 0.011)
+                     << i;
          }},
         {"fixed channel boundaries", "[AdvOptions]\r\n0,chkFixedCutoffs=1\r\n", "--points 3",
          [](const Outcome& o) {
