@@ -381,7 +381,10 @@ TEST(CliPushSettings, SetupAndAdvancedControlsOfTheOptionsFile) {
                              *a.columns.at(point_column::Depth, i) - 0.5f, 0.011)
                      << i;
          }},
-        {"fixed channel boundaries", "[AdvOptions]\r\n0,chkFixedCutoffs=1\r\n", "--points 3",
+        // Boundaries at 30, 60, 90 leave most of the RE's light out of its area: a diagnostic set-up, with
+        // the area check off.
+        {"fixed channel boundaries", "[AdvOptions]\r\n0,chkFixedCutoffs=1\r\n1,chkRE_NoAreaCheck=1\r\n",
+         "--points 3",
          [](const Outcome& o) {
              EXPECT_EQ(o.pushed->log.Cutoff_Index(), (std::array<int, 3>{30, 60, 90}));
          }},
@@ -495,7 +498,9 @@ TEST(CliPushSettings, ScopeSettingsOfTheOptionsFileReachTheScope) {
             EXPECT_TRUE(has(lines, text)) << text;
         for (const std::string& text : c.absent)
             EXPECT_FALSE(has(lines, text)) << text;
-        if (*c.reScale) EXPECT_EQ(reScale(lines), c.reScale);
+        if (*c.reScale) {
+            EXPECT_EQ(reScale(lines), c.reScale);
+        }
     }
     // Locked for the push only: the panel is free again once it ended.
     const auto locked = scopeCommands("", "");
