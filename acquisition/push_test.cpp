@@ -139,6 +139,27 @@ TEST(Push, PointsAtNewDepthsOnlyUnlessContinuous) {
     }
 }
 
+// The start delay: the first point waits that many whole seconds after the start; none takes it at once.
+TEST(Push, StartDelayWaitsBeforeTheFirstPoint) {
+    for (const int delay : {0, 3}) {
+        SCOPED_TRACE(delay);
+        Rig r;
+        r.push.Settings.startDelaySeconds = delay;
+        r.depth.script = {0.0f, 0.05f};
+        const long long started = r.clock.now().toSeconds();
+        long long first = -1;
+        r.push.PointTaken = [&](int, const PointRecord&) {
+            if (first < 0) first = r.clock.now().toSeconds();
+        };
+        ASSERT_TRUE(r.push.StartPush());
+        ASSERT_GE(first, 0);
+        if (delay > 0)
+            EXPECT_GE(first - started, delay);
+        else
+            EXPECT_LT(first - started, 3);
+    }
+}
+
 TEST(Push, StartSequenceProcessingAndEnd) {
     Rig r;
     r.push.Settings.startDepth = -1.0f;

@@ -55,6 +55,11 @@ void ScopeAdapter::setMinimumScale(float millivolts) {
     if (millivolts > 0.0f && millivolts <= 10000.0f) s_.MinVertScale_mV = millivolts;
 }
 
+void ScopeAdapter::setAveraging(int count) {
+    std::int32_t n = count;
+    s_.Tek_Average(n);
+}
+
 void ScopeAdapter::SetVerticalScale(float millivoltsPerDivision) {
     if (millivoltsPerDivision > 0.0f && millivoltsPerDivision <= 10000.0f)
         s_.Tek_VertScale("CH2", millivoltsPerDivision / 1000.0f);
@@ -62,12 +67,15 @@ void ScopeAdapter::SetVerticalScale(float millivoltsPerDivision) {
 
 void ScopeAdapter::StartPush() {
     pushing_ = true;
+    // A knob turned by accident during a push would change what is logged.
+    s_.Tek_Lock(!unlocked_);
     s_.Tek_State_Run();
 }
 
 void ScopeAdapter::StopPush() {
     pushing_ = false;
     s_.Tek_State_Stop();
+    if (!unlocked_) s_.Tek_Lock(false);
 }
 
 acq::FirmwareVersion BoardAdapter::Firmware() {
@@ -242,6 +250,7 @@ std::optional<FieldConfig> startSimulators(Host& host, const SimOptions& o,
     if (o.rodPauseS >= 0) add({"--rod-pause-s", formatNumber(o.rodPauseS, "#0.0##")});
     if (o.sweepMs >= 0) add({"--sweep-ms", std::to_string(o.sweepMs)});
     if (!o.scopeDump.empty()) add({"--scope-dump", o.scopeDump});
+    if (!o.transcripts.empty()) add({"--transcripts", o.transcripts});
     if (!o.scopeStall.empty()) add({"--scope-stall", o.scopeStall});
     if (o.depthNoiseEvery > 0) add({"--depth-noise", std::to_string(o.depthNoiseEvery)});
     if (o.hd) add({"--hd"});

@@ -31,6 +31,10 @@ public:
     // During a push the vertical scale follows the signal (the transfer's auto-scale), never below this
     // many millivolts a division (the "/Y" set-up), so a bright layer is not logged clipped.
     void setMinimumScale(float millivolts);
+    // The sweeps the scope averages a waveform over (rounded up to a power of two, 2 .. 512, by the driver).
+    void setAveraging(int count);
+    // Whether the front panel stays usable during a push; locked otherwise, and unlocked again at its end.
+    void setUnlockedDuringPush(bool unlocked) { unlocked_ = unlocked; }
     void SetVerticalScale(float millivoltsPerDivision) override;
     void StartPush() override;
     void StopPush() override;
@@ -39,6 +43,7 @@ private:
     cZEL_Scope& s_;
     int lastStatus_ = 1;
     bool pushing_ = false;
+    bool unlocked_ = false;
 };
 
 // The data board in the push: it triggers the points and digitises the auxiliary inputs. Off (InUse false)
@@ -187,6 +192,7 @@ struct SimOptions {
     int sweepMs = -1;         // the scope simulator's time per averaged sweep; negative: its own default
     double reScale = 1.0;     // brightness of the simulated reference emitter
     std::string scopeDump;    // the scope simulator's record of every curve it sent
+    std::string transcripts;  // a folder for each simulated instrument's record of what it received
     std::string scopeStall;   // "RECORD,MS": that acquisition of the simulated scope completes MS later
     int depthNoiseEvery = 0;  // line noise on the simulated depth line
     bool hd = false;          // the data board's simulator too

@@ -2,7 +2,9 @@
 
 #include "analysis/cond_cal.h"
 #include "common/date_time.h"
+#include "log/raw_log_reader.h"
 #include "log/re_reference.h"
+#include "settings/startup/command_line.h"
 
 #include <cmath>
 #include <vector>
@@ -53,6 +55,38 @@ acq::GateOptions ReadGateOptions(const SettingsModel& m) {
     return g;
 }
 
+void ConfigureGates(const SettingsModel& m, acq::ReferenceControl& reference) {
+    reference.Gates = ReadGateOptions(m);
+    reference.SuppressPrompts = m.checked(control::kAdv, control::kSuppressPrompts);
+}
+
+ScopeSetup ReadScopeSetup(const SettingsModel& m, const StartupSettings& s) {
+    const SwitchLists lists;
+    // A list keeps its index; one that is missing or outside the list leaves the session's value.
+    const auto listed = [&m](const char* name, const std::vector<int>& values, int fallback) {
+        const auto index = m.number(control::kAdv, name);
+        if (!index || *index < 0 || *index >= static_cast<double>(values.size()) ||
+            *index != std::floor(*index))
+            return fallback;
+        return values[static_cast<std::size_t>(*index)];
+    };
+    ScopeSetup scope;
+    scope.averaging =
+        s.averagingFromSwitch ? s.averaging : listed(control::kScopeAverage, lists.averages, s.averaging);
+    scope.yScale = s.yScaleFromSwitch ? s.yScale : listed(control::kScopeYScale, lists.yScales, s.yScale);
+    scope.reScale =
+        s.reScaleFromSwitch ? s.reScale : listed(control::kScopeREScale, lists.reScales, s.reScale);
+    scope.unlock = s.unlock || m.checked(control::kAdv, control::kUnlockScope);
+    return scope;
+}
+
+void ConfigureScope(const ScopeSetup& setup, ScopeAdapter& scope, acq::ReferenceControl& reference) {
+    scope.setAveraging(setup.averaging);
+    scope.setMinimumScale(static_cast<float>(setup.yScale));
+    scope.setUnlockedDuringPush(setup.unlock);
+    reference.REScale = static_cast<float>(setup.reScale);
+}
+
 void ConfigureReference(const ProcessingSettings& p, acq::ReferenceControl& reference) {
     reference.Mode = p.mode;
     reference.AcqType = p.acqType;
@@ -100,6 +134,25 @@ bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const 
     if (!blank.Process_Blank(samples)) return kind == acq::kRE;
     WriteReReference(dataRoot, true, blank, clock);
     return true;
+}
+
+std::vector<float> StoredBaseline(const std::string& rawLog, Host& host, const Clock& clock) {
+    cZEL_Data log(host, clock);
+    LogArrays arrays;
+    RawLogContext ctx;
+    RawLogLoadOptions options;
+    options.quiet = true;
+    options.baselineFeature = true;
+    options.repair = false;
+    if (!LoadRawLog(rawLog, log, arrays, ctx, host, options).ok) return {};
+    if (arrays.baseline.empty())
+        host.message(rawLog + " keeps no stored baseline.", MsgButtons::Ok, MsgIcon::Exclamation);
+    return std::move(arrays.baseline);
+}
+
+void UseBaseline(const std::vector<float>& baseline, LogArrays& arrays, acq::LogRecorder& recorder) {
+    arrays.baseline = baseline;
+    recorder.Context.baselineInUse = !baseline.empty();
 }
 
 bool PrepareHdRecording(BoardAdapter& board, acq::LogRecorder& recorder) {

@@ -8,9 +8,11 @@
 #include "program/field_rig.h"
 #include "program/processing_settings.h"
 #include "program/settings_model.h"
+#include "settings/startup/startup_settings.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zel::program {
 
@@ -41,6 +43,24 @@ PushSetup ReadPushSetup(const SettingsModel& model);
 // The RE gates' exemptions and options of the Advanced form.
 acq::GateOptions ReadGateOptions(const SettingsModel& model);
 
+// Before an RE, a background or a push: the RE gates' options and whether the start-of-push questions (and
+// the rate report) are skipped.
+void ConfigureGates(const SettingsModel& model, acq::ReferenceControl& reference);
+
+// The Advanced form's scope settings. A list's value stands unless a switch of this session ("/S", "/Y",
+// "/RE") chose it; "/NOLOCK" leaves the front panel unlocked whatever the box says.
+struct ScopeSetup {
+    int averaging = 64; // sweeps averaged a waveform
+    int yScale = 5;     // mV a division: the smallest the push's auto-scale may reach
+    int reScale = 50;   // mV a division the RE is taken at
+    bool unlock = false;
+};
+ScopeSetup ReadScopeSetup(const SettingsModel& model, const StartupSettings& switches);
+
+// Before an RE, a background or a push: the averaging count goes to the scope, the RE scale to the RE's
+// acquisition, the minimum scale and the front-panel lock to the push.
+void ConfigureScope(const ScopeSetup& setup, ScopeAdapter& scope, acq::ReferenceControl& reference);
+
 // Before an RE or background is taken: the layout and options its processing needs.
 void ConfigureReference(const ProcessingSettings& processing, acq::ReferenceControl& reference);
 
@@ -55,6 +75,13 @@ void ConfigurePush(const PushSetup& setup, const ProcessingSettings& processing,
 // with the next RE. False when nothing was written.
 bool WriteReferenceFile(int kind, const acq::ReferenceControl& reference, const acq::Board& board,
                         const std::string& dataRoot, const Clock& clock);
+
+// The baseline feature (the wave-mathematics form's box): the stored baseline of a raw log (DATA_INFO
+// "BASELINE"), taken as a load with the feature on takes it, becomes the baseline of the pushes that follow
+// and goes into their logs. Empty, with the reason shown, when the log cannot be read or keeps none.
+std::vector<float> StoredBaseline(const std::string& rawLog, Host& host, const Clock& clock);
+// The push's log carries the baseline in use (nothing without one).
+void UseBaseline(const std::vector<float>& baseline, LogArrays& arrays, acq::LogRecorder& recorder);
 
 // HD-board mode (the board as the digitiser): the recorder streams the board's records with the push's four
 // values into the side file, and DATA_INFO takes the board's integration time and integrations per cycle

@@ -4,6 +4,7 @@
 #include "common/testing/recording_host.h"
 #include "instruments/transport/fake_serial_port.h"
 #include "settings/memory_form.h"
+#include "settings/startup/command_line.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,64 @@ TEST(PushSetup, FormsAsTheyStandFillTheModel) {
     EXPECT_EQ(ReadPushSetup(m).startDepth, 7.5f);
     EXPECT_TRUE(ReadPushSetup(m).metric);
     EXPECT_EQ(ReadProcessingSetup(m).gain[1], 2.0f);
+}
+
+// The Advanced form's scope lists keep their index: the value is the list's entry, unless a switch chose it
+// this session; an index outside the list (or not a whole number) leaves the session's value.
+TEST(PushSetup, ScopeListsGiveTheirEntryUnlessASwitchChose) {
+    struct Case {
+        const char* name;
+        const char* average; // the lists' stored indices; nullptr: not in the file
+        const char* yScale;
+        const char* reScale;
+        const char* unlockBox;
+        const char* switches;
+        ScopeSetup expected;
+    };
+    const Case cases[] = {
+        {"nothing kept", nullptr, nullptr, nullptr, nullptr, "", {64, 5, 50, false}},
+        {"lists", "3", "5", "7", "0", "", {16, 50, 200, false}},
+        {"switches win", "3", "5", "7", nullptr, "/S256 /Y010 /RE020 /U", {256, 10, 20, false}},
+        {"outside the lists", "9", "-1", "2.5", nullptr, "", {64, 5, 50, false}},
+        {"unlocked by the box", nullptr, nullptr, nullptr, "1", "", {64, 5, 50, true}},
+        {"unlocked by the switch", nullptr, nullptr, nullptr, "0", "/NOLOCK", {64, 5, 50, true}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        SettingsModel m;
+        const auto put = [&m](const char* name, const char* v) {
+            if (v) m.set(control::kAdv, name, v);
+        };
+        put(control::kScopeAverage, c.average);
+        put(control::kScopeYScale, c.yScale);
+        put(control::kScopeREScale, c.reScale);
+        put(control::kUnlockScope, c.unlockBox);
+        const ScopeSetup s = ReadScopeSetup(m, parseCommandLine(c.switches));
+        EXPECT_EQ(s.averaging, c.expected.averaging);
+        EXPECT_EQ(s.yScale, c.expected.yScale);
+        EXPECT_EQ(s.reScale, c.expected.reScale);
+        EXPECT_EQ(s.unlock, c.expected.unlock);
+    }
+}
+
+// The gates' options and the prompt suppression reach the RE control together.
+TEST(PushSetup, GatesAndPromptSuppressionReachTheReference) {
+    FakeClock clock;
+    testing::RecordingHost host{&clock};
+    acq::testing::FakeScope scope;
+    acq::testing::FakeBoard board;
+    acq::testing::FakeDepthStatus depth;
+    acq::ReferenceControl reference(host, clock, scope, board, depth);
+    SettingsModel m;
+    m.set(control::kAdv, control::kSuppressPrompts, "1");
+    m.set(control::kAdv, acq::kLowOutputREControl, "1");
+    ConfigureGates(m, reference);
+    EXPECT_TRUE(reference.SuppressPrompts);
+    EXPECT_TRUE(reference.Gates.lowOutputRE);
+    EXPECT_FALSE(reference.Gates.noAreaCheck);
+    m.set(control::kAdv, control::kSuppressPrompts, "0");
+    ConfigureGates(m, reference);
+    EXPECT_FALSE(reference.SuppressPrompts);
 }
 
 struct DepthAdapterTest : ::testing::Test {

@@ -21,6 +21,7 @@ inline constexpr const char* kTab = "frmTab";
 inline constexpr const char* kAdv = "frmAdvOptions";
 inline constexpr const char* kWaveMath = "frmWaveMath";
 // Setup (frmTab).
+inline constexpr const char* kGPSNaming = "chkGPSNaming";
 inline constexpr const char* kMetric = "chkMetric";
 inline constexpr const char* kStartDepth = "txtStartDepth";
 inline constexpr const char* kStopDepth = "txtStopDepth";
@@ -40,6 +41,12 @@ inline constexpr const char* kExclude = "chkExclude"; // array 0..3: CH1..CH4
 inline constexpr const char* kExcludeCH1 = "chkExcludeCH1";
 inline constexpr const char* kCH1Correction = "txtCH1Correction";
 inline constexpr const char* kFixedCutoffs = "chkFixedCutoffs";
+// Advanced: the start-of-push questions and the scope's settings (the lists keep their index).
+inline constexpr const char* kSuppressPrompts = "chkSuppressPrompts";
+inline constexpr const char* kScopeAverage = "cmbScopeAverage";
+inline constexpr const char* kScopeYScale = "cmbScopeYScale";
+inline constexpr const char* kScopeREScale = "cmbScopeREScale";
+inline constexpr const char* kUnlockScope = "chkUnlockScope";
 // Advanced: the log page's title block.
 inline constexpr const char* kCompany = "txtCompany";
 inline constexpr const char* kLogoFile = "txtLogoFile";

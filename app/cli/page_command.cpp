@@ -82,6 +82,8 @@ bool pageOne(const std::string& file, const PageArgs& args, Host& host, std::vec
     request.fontPoints = look.pageFont;
     request.company = options.text(program::control::kAdv, program::control::kCompany);
     request.logoPath = options.text(program::control::kAdv, program::control::kLogoFile);
+    request.calloutFluorColour =
+        options.checked(program::control::kWaveMath, program::control::kCalloutFluorColour);
     const plot::LogPage page(log, arrays, request);
 
     std::string error;

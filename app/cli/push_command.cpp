@@ -17,6 +17,7 @@
 #include "instruments/field/field_config.h"
 #include "instruments/field/field_instruments.h"
 #include "instruments/platform/event_loop_host.h"
+#include "log/log_naming.h"
 #include "program/field_rig.h"
 #include "program/gps_fix.h"
 #include "program/hydraulic.h"
@@ -47,6 +48,8 @@ struct PushArgs {
     int points = 20;
     std::string out = ".";
     std::string name = "Push";
+    bool nameGiven = false;
+    bool gpsName = false; // named by the GPS position and time
     bool metric = false;
     int mode = -1; // the start-up mode (from the switches) when negative
     // Flags over the options file's Setup form; none: the form's value stands.
@@ -66,6 +69,7 @@ struct PushArgs {
     int sweepMs = -1;          // the scope simulator's own default when negative
     double reScale = 1.0;      // brightness of the simulated reference emitter
     std::string scopeDump;     // the scope simulator's record of every curve it sent
+    std::string transcripts;   // the simulated instruments' records of what they received
     std::string scopeStall;    // test aid: "RECORD,MS", a simulated scope that stops triggering for a while
     int depthNoiseEvery = 0;   // line noise on the simulated depth line
     double condMsPerV = 100.0; // the simulated rig's conductivity circuit
@@ -76,6 +80,7 @@ struct PushArgs {
     bool presFlow = false;       // as "/PF": the pressure/flow unit's readings with every point
     bool referenceTests = false; // the 1 ft and 0 ft tests from the live pressure before the push
     std::vector<std::string> dissipations; // "DEPTH[:SECONDS]" each
+    std::string baselineFrom;              // a raw log whose stored baseline the push uses
     std::vector<std::string> switches;
 };
 
@@ -123,7 +128,8 @@ int runPush(const PushArgs& a) {
     if (a.stopDepth) setup.stopDepth = a.stopDepth;
     if (a.timedSeconds) {
         setup.timed = true;
-        setup.intervalSeconds = acq::ClampInterval(*a.timedSeconds);
+        // 0: the Setup form's interval, as zel's timed acquisition takes it.
+        if (*a.timedSeconds > 0.0f) setup.intervalSeconds = acq::ClampInterval(*a.timedSeconds);
     }
     if (a.continuous) setup.continuous = true;
     if (a.delaySeconds) setup.startDelaySeconds = *a.delaySeconds;
@@ -146,6 +152,18 @@ int runPush(const PushArgs& a) {
         return 2;
     }
     const program::ProcessingSetup processingSetup = program::ReadProcessingSetup(model);
+    // The baseline feature: zel takes a stored baseline when a log is loaded with the box ticked; a push
+    // from here names that log.
+    std::vector<float> baseline;
+    if (!a.baselineFrom.empty()) {
+        if (!model.checked(program::control::kWaveMath, program::control::kBaseline)) {
+            host.message("--baseline-from needs the baseline feature: tick \"Baseline\" on the wave "
+                         "mathematics page (the options file's WaveMath chkBaseline).");
+            return 1;
+        }
+        baseline = program::StoredBaseline(a.baselineFrom, host, clock);
+        if (baseline.empty()) return 1;
+    }
 
     std::vector<std::unique_ptr<SimChild>> sims;
     std::unique_ptr<FieldInstruments> instruments;
@@ -159,6 +177,7 @@ int runPush(const PushArgs& a) {
         o.sweepMs = a.sweepMs;
         o.reScale = a.reScale;
         o.scopeDump = a.scopeDump;
+        o.transcripts = a.transcripts;
         o.scopeStall = a.scopeStall;
         o.depthNoiseEvery = a.depthNoiseEvery;
         o.hd = hd;
@@ -215,14 +234,22 @@ int runPush(const PushArgs& a) {
     cZEL_GPS& gps = instruments->Gps();
     log.setGpsSource([&gps] { return program::GpsFixOf(gps); });
     LogArrays arrays;
-    acq::LogRecorder recorder(host, clock, log, arrays, forms,
-                              (std::filesystem::path(a.out) / a.name).string(), a.out,
-                              s.o2 ? LogFamily::O2 : LogFamily::Lif);
+    // GPS naming (the Setup form's box, unless a name is given): the position and the time at the start.
+    std::string name = a.name;
+    if (a.gpsName || (!a.nameGiven && model.checked(program::control::kTab, program::control::kGPSNaming))) {
+        for (int waited = 0; gps.QualityIndicator <= 0 && waited < 3000; waited += 20)
+            host.sleepMs(20);
+        if (gps.QualityIndicator <= 0)
+            host.message("The GPS has no fix: the log is named by the last position.");
+        name = gpsLogName(gps.Latitude_Dec, gps.Longitude_Dec, clock.now());
+    }
+    acq::LogRecorder recorder(host, clock, log, arrays, forms, (std::filesystem::path(a.out) / name).string(),
+                              a.out, s.o2 ? LogFamily::O2 : LogFamily::Lif);
+    program::UseBaseline(baseline, arrays, recorder);
     FieldInstruments& drivers = *instruments;
     PushRig rig(host, clock, std::move(instruments), std::move(sims), hd,
                 static_cast<std::int64_t>(a.idleSeconds * 1000.0));
     rig.setMetric(setup.metric);
-    rig.scope().setMinimumScale(static_cast<float>(s.yScale));
     int taken = 0;
     rig.depth().ended = [&] { return taken >= a.points; };
     acq::Scope& scopeAdapter = rig.scope();
@@ -232,14 +259,14 @@ int runPush(const PushArgs& a) {
     acq::FieldDisplay& display = rig.display();
 
     acq::ReferenceControl reference(host, clock, scopeAdapter, board, depthAdapter);
-    reference.REScale = static_cast<float>(s.reScale);
+    program::ConfigureScope(program::ReadScopeSetup(model, s), rig.scope(), reference);
     program::PrepareConductivity(board, depth, recorder);
     program::RecordConductivityCalibration(drivers.Config, log, recorder.Context);
     if (program::PrepareHdRecording(board, recorder))
         program::ReadReferenceFile(reference, board, dataRoot());
     // The RE and background are processed in the mode's layout, before the RE says how many channels.
     program::ConfigureReference(program::DeriveProcessing(mode, processingSetup), reference);
-    reference.Gates = program::ReadGateOptions(model);
+    program::ConfigureGates(model, reference);
     if (a.noAreaCheck) reference.Gates.noAreaCheck = true;
     acq::PushControl push(host, clock, reference, scopeAdapter, board, depthAdapter, gpsAdapter, display,
                           recorder);
@@ -346,15 +373,20 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->check(CLI::Range(1, 10001));
     sc->add_option("--out", args->out, "Folder for the log, its files and the run log")
         ->capture_default_str();
-    sc->add_option("--name", args->name, "Log name without extension")->capture_default_str();
+    auto* name = sc->add_option("--name", args->name, "Log name without extension")->capture_default_str();
+    sc->add_flag("--gps-name", args->gpsName,
+                 "Name the log by the GPS position and the time at the start, as the Setup form's GPS naming "
+                 "(which applies too, from the options file, when no --name is given)");
     sc->add_flag("--metric", args->metric, "Depths in metres");
     sc->add_option("--start-depth", args->startDepth,
                    "Depth the encoder is reset to at the start (feet, or metres with --metric)")
         ->check(CLI::Range(-1000.0, 100000.0));
     sc->add_option("--stop-depth", args->stopDepth, "Stop the push automatically at this depth")
         ->check(CLI::Range(-1000.0, 100000.0));
-    sc->add_option("--timed", args->timedSeconds,
-                   "The timed variant: a point every S seconds (2 .. 300), the depth counting minutes")
+    sc->add_option(
+          "--timed", args->timedSeconds,
+          "The timed variant: a point every S seconds (2 .. 300; 0: the options file's timed interval), "
+          "the depth counting minutes")
         ->check(CLI::Range(0.0, 86400.0));
     sc->add_flag("--continuous", args->continuous, "Continuous depth: a point on every pass, moving or not");
     sc->add_option("--delay", args->delaySeconds, "Wait this many seconds before the first point")
@@ -384,6 +416,10 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
           "the rig holds the rods there")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    sc->add_option(
+        "--baseline-from", args->baselineFrom,
+        "The baseline feature: this raw log's stored baseline is the push's (written into its log as "
+        "BASELINE); needs the options file's WaveMath chkBaseline ticked, as zel does");
     sc->add_option("switches", args->switches,
                    "The program's switches (/H, /IPSCP052, /MODE2 ...), as they would be given to zel");
     auto* yes = sc->add_flag("--yes", args->yes, "Answer OK to every prompt");
@@ -406,6 +442,8 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
         ->check(CLI::Range(0.0, 100.0));
     sc->add_option("--scope-dump", args->scopeDump,
                    "Simulated scope: file receiving every curve it sent, one JSON line each");
+    sc->add_option("--sim-transcripts", args->transcripts,
+                   "Simulated rig: folder receiving each instrument's record of the commands it received");
     sc->add_option("--scope-stall", args->scopeStall,
                    "Test aid, simulated scope: RECORD,MS: that acquisition completes MS later");
     sc->add_option("--depth-noise", args->depthNoiseEvery,
@@ -422,7 +460,10 @@ void addPushCommand(CLI::App& app, CommandRunner& run) {
     sc->add_option("--re-age-min", args->reAgeMinutes,
                    "Test aid: date the RE this many minutes before it was taken, for the RE age question")
         ->check(CLI::Range(0, 100000));
-    sc->callback([&run, args] { run = [args] { return runPush(*args); }; });
+    sc->callback([&run, args, name] {
+        args->nameGiven = name->count() > 0;
+        run = [args] { return runPush(*args); };
+    });
 }
 
 } // namespace zel::cli

@@ -88,6 +88,11 @@ ChannelColours channelColours(std::span<const std::string> labels, bool realColo
     return out;
 }
 
+ChannelColours fluorescenceOnly(ChannelColours colours) {
+    colours.scatter[0] = true;
+    return colours;
+}
+
 Colour pointColour(const ChannelColours& colours, std::span<const float> channelAreas) {
     double r = 0, g = 0, b = 0, total = 0, nm = 0, nmTotal = 0;
     const int n = std::min<int>(static_cast<int>(channelAreas.size()), colours.channels);

@@ -62,4 +62,7 @@ ChannelColours channelColours(std::span<const std::string> labels, bool realColo
 // A point's fill from its channel areas (CH1 first; at most kMaxChannels are used).
 Colour pointColour(const ChannelColours& colours, std::span<const float> channelAreas);
 
+// The same colours with CH1 out of the fill, as scatter is: a fill of the fluorescence channels alone.
+ChannelColours fluorescenceOnly(ChannelColours colours);
+
 } // namespace zel::plot

@@ -718,7 +718,10 @@ PlotModel modelFor(const cZEL_Data& log, const LogArrays& arrays, const LogPageR
 
 LogPage::LogPage(const cZEL_Data& log, const LogArrays& arrays, const LogPageRequest& r)
     : model_(modelFor(log, arrays, r)),
-      input_(log, model_, logCallouts(log, arrays, model_.channelColours())) {
+      input_(log, model_,
+             logCallouts(log, arrays,
+                         r.calloutFluorColour ? fluorescenceOnly(model_.channelColours())
+                                              : model_.channelColours())) {
     input_.modelName = r.modelName;
     input_.fontPoints = r.fontPoints;
     // The footer names the program that made the page, the same from every program.

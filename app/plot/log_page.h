@@ -122,6 +122,8 @@ struct LogPageRequest {
     int fontPoints = 11;
     std::string company;
     std::string logoPath;
+    // The callouts' legend fills with the colour of their fluorescence channels alone (CH2 on), not of all.
+    bool calloutFluorColour = false;
 };
 
 // The one page builder: the plot model and callouts of the whole log, laid out as above.

@@ -380,5 +380,26 @@ TEST_F(LogPageTest, ThePageShowsTheSettingsRangeWithinTheLog) {
     }
 }
 
+// The wave-mathematics option colours a callout by its fluorescence channels alone: its legend's fill is
+// then the colour of its mean shares with CH1 left out, and (CH1 carrying light here) not the one with it.
+TEST_F(LogPageTest, CalloutsTakeTheirFluorescenceColourWhenAsked) {
+    LogPageRequest request;
+    const LogPage all(log, arrays, request);
+    request.calloutFluorColour = true;
+    const LogPage fluorescence(log, arrays, request);
+    ASSERT_EQ(all.input().callouts.size(), 1u);
+    ASSERT_EQ(fluorescence.input().callouts.size(), 1u);
+    const CalloutWave& c = all.input().callouts[0];
+    std::array<float, kMaxChannels> mean{};
+    for (int p = c.firstPoint; p <= c.lastPoint; ++p)
+        for (int k = 0; k < kMaxChannels; ++k)
+            mean[static_cast<std::size_t>(k)] += arrays.columns.at(point_column::Ch1 + k, p).value_or(0.0f);
+    ASSERT_GT(mean[0], 0.0f);
+    mean[0] = 0.0f;
+    const ChannelColours colours = channelColours(request.labels, false);
+    EXPECT_EQ(fluorescence.input().callouts[0].colour, pointColour(colours, mean));
+    EXPECT_NE(fluorescence.input().callouts[0].colour, c.colour);
+}
+
 } // namespace
 } // namespace zel::plot

@@ -47,7 +47,14 @@ AdvancedPage::AdvancedPage(const StartupSettings& settings) {
         pr->addRow(exclude);
     }
     checkBox(pr, pc::kExcludeCH1, "Exclude CH1 (scatter)");
-    lineEdit(pr, pc::kCH1Correction, "CH1 correction term (0: none)", "0");
+    // The term corrects a gated probe's scatter with the data board's firmware (2.1.4 on) digitising
+    // beside the oscilloscope. Here the board is either the digitiser, without the oscilloscope ("/H"), or
+    // not in the push at all, so no waveform ever meets the condition.
+    auto* correction = lineEdit(pr, pc::kCH1Correction, "CH1 correction term (0: none)", "0");
+    correction->setEnabled(false);
+    correction->setToolTip("Not applied by this program: the correction needs the data board's firmware "
+                           "2.1.4 or later beside the oscilloscope, and here the board is only used in "
+                           "place of the oscilloscope (/H).");
     v->addWidget(procBox);
 
     auto* scopeBox = named(new QGroupBox("Scope"), "fraScope");
@@ -86,7 +93,11 @@ AdvancedPage::AdvancedPage(const StartupSettings& settings) {
     auto* pageBox = named(new QGroupBox("Log page"), "fraPage");
     auto* gf = new QFormLayout(pageBox);
     checkBox(gf, "chkGrid", "Grid", true);
-    checkBox(gf, "chkShowLog", "Show the log", true);
+    // Kept for the plot settings of every log and preset; the page always draws the log.
+    auto* showLog = checkBox(gf, "chkShowLog", "Show the log", true);
+    showLog->setEnabled(false);
+    showLog->setToolTip("The log is always drawn; the box is kept in the plot settings for logs and "
+                        "presets made elsewhere.");
     checkBox(gf, "chkPrint_Black", "Print in black");
     checkBox(gf, "chkDraft", "DRAFT mark");
     lineEdit(gf, "txtWatermark", "Watermark");

@@ -746,6 +746,7 @@ bool MainWindow::writeLogPage(const std::string& path, bool pdf) {
     request.fontPoints = look.pageFont;
     request.company = settingsModel().text(program::control::kAdv, program::control::kCompany);
     request.logoPath = settingsModel().text(program::control::kAdv, program::control::kLogoFile);
+    request.calloutFluorColour = controlChecked(kWaveMath, program::control::kCalloutFluorColour);
     const plot::LogPage page(log_, arrays_, request);
     std::string error;
     host_.setBusy(true);
@@ -901,13 +902,6 @@ void MainWindow::setInstruments(std::unique_ptr<program::PushRig> instruments) {
     updateActions();
 }
 
-int MainWindow::listValue(const char* name, int fallback) const {
-    const auto* box = findChild<QComboBox*>(QString::fromLatin1(name));
-    bool ok = false;
-    const int v = box ? box->currentText().toInt(&ok) : 0;
-    return ok ? v : fallback;
-}
-
 bool MainWindow::requireInstruments() {
     if (reference_) return true;
     host_.message("No instruments are open, so acquisition is not available. Start zel with --sim to push "
@@ -959,18 +953,18 @@ program::SettingsModel MainWindow::settingsModel() {
 }
 
 PointProcessingSetup MainWindow::loadProcessing() {
-    return program::LoadProcessing(program::ReadProcessingSetup(settingsModel()), settings_.mode,
-                                   reference_ ? reference_->FirmwareVersion : 0);
+    // The board's firmware of this session says nothing of the hardware a loaded log was pushed with: a load
+    // computes as zel-cli's does.
+    return program::LoadProcessing(program::ReadProcessingSetup(settingsModel()), settings_.mode);
 }
 
 void MainWindow::applyGateOptions() {
     const program::SettingsModel m = settingsModel();
-    reference_->Gates = program::ReadGateOptions(m);
-    reference_->REScale = static_cast<float>(listValue("cmbScopeREScale", settings_.reScale));
+    program::ConfigureGates(m, *reference_);
+    program::ConfigureScope(program::ReadScopeSetup(m, settings_), instruments_->scope(), *reference_);
     program::ConfigureReference(program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m), 3,
                                                           reference_->FirmwareVersion),
                                 *reference_);
-    reference_->SuppressPrompts = controlChecked(kAdv, "chkSuppressPrompts");
 }
 
 // A loaded log's RE as the panel showed it when the log was recorded.
@@ -1090,7 +1084,6 @@ bool MainWindow::startPush() {
     setup.timed = timedRequested_;
     setup.continuous = push_->Settings.continuous;
     instruments_->setMetric(setup.metric);
-    instruments_->scope().setMinimumScale(static_cast<float>(listValue("cmbScopeYScale", settings_.yScale)));
     program::ConfigurePush(setup,
                            program::DeriveProcessing(settings_.mode, program::ReadProcessingSetup(m),
                                                      reference_->RE().ChannelCount,

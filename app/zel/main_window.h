@@ -173,8 +173,6 @@ private:
     std::string controlText(const char* form, const char* name) const;
     bool controlChecked(const char* form, const char* name) const;
     bool requireInstruments();
-    // The number chosen in one of the advanced options' lists (the scope's), or fallback.
-    int listValue(const char* name, int fallback) const;
     bool requireLog(bool withPoints);
     void status(const QString& text);
     // The push's read-out in the status bar and the title, and the summary once it is recorded.

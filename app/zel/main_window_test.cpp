@@ -36,6 +36,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -579,6 +580,54 @@ TEST_F(MainWindowTest, AcquisitionMenuRunsAPushAgainstTheSimulators) {
         gpsNamed += std::regex_match(f.path().filename().string(), gpsName);
     EXPECT_EQ(gpsNamed, 1);
     EXPECT_EQ(message("File exists, record cancelled"), nullptr);
+}
+
+// The Advanced page's scope lists, front-panel box and prompt suppression act on a push from the menus, as
+// the options file's do on zel-cli's: the commands the simulated scope received, and the questions asked.
+TEST_F(MainWindowTest, TheAdvancedPagesScopeAndPromptSettingsReachAPushFromTheMenus) {
+    auto w = newWindow();
+    program::SimOptions o;
+    o.sweepMs = 0;
+    o.transcripts = file("sims");
+    auto rig = program::openSimulatedRig(loopHost, clock, o);
+    ASSERT_NE(rig, nullptr);
+    w->setInstruments(std::move(rig));
+    w->openFolder = [](const std::string&) {};
+    child<QComboBox>(*w, "cmbScopeAverage")->setCurrentIndex(3);  // 16 sweeps
+    child<QComboBox>(*w, "cmbScopeREScale")->setCurrentIndex(7);  // 200 mV a division
+    child<QCheckBox>(*w, "chkSuppressPrompts")->setChecked(true); // no first-push question
+    child<QCheckBox>(*w, "chkAutoName")->setChecked(true);
+    child<QLineEdit>(*w, "txtLogFolder")->setText(QString::fromStdString(file("logs")));
+    child<QLineEdit>(*w, "txtLogName")->setText("Adv-1");
+    w->action("mnuAcq_Background")->trigger();
+    w->action("mnuAcq_RE")->trigger();
+    ASSERT_TRUE(w->reference()->HasRE);
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (w->pushing() && w->push()->Points() >= 2) w->action("mnuAcq_Stop")->trigger();
+    });
+    watch.start(20);
+    w->action("mnuAcq_Record")->trigger();
+    watch.stop();
+    EXPECT_TRUE(fs::exists(file("logs/Adv-1.lif.raw.bin")));
+    EXPECT_EQ(message("This is the first acquisition since the software has been loaded."), nullptr);
+    std::vector<std::string> lines;
+    {
+        std::ifstream in(file("sims/scope.txt"));
+        for (std::string l; std::getline(in, l);)
+            lines.push_back(l);
+    }
+    const auto at = [&](const std::string& text) {
+        return std::find_if(lines.begin(), lines.end(),
+                            [&](const std::string& l) { return l.find(text) != std::string::npos; });
+    };
+    EXPECT_NE(at(":ACQ:MOD AVE;NUMAV 16"), lines.end());
+    const auto lock = at("LOC ALL");
+    ASSERT_NE(lock, lines.end());
+    std::string reScale;
+    for (auto l = lines.begin(); l != lock; ++l)
+        if (l->starts_with(":CH2:SCA ")) reScale = l->substr(9);
+    EXPECT_EQ(reScale, "0.2");
 }
 
 TEST_F(MainWindowTest, AnHdBoardPushFromTheMenusStreamsTheBoardIntoTheLog) {

@@ -148,6 +148,28 @@ TEST(CliFieldPush, DepthSourceFallingSilentEndsThePush) {
     EXPECT_GT(summary(r)["points"].get<int>(), 0);
 }
 
+// The Setup form's emulator stop, from the options file: with the emulated depth source (a step a second)
+// the emulator stops by itself after the set-up's step count, so the push takes no point after it and ends
+// once the depth stands still; without the box the push goes on to its point count.
+TEST(CliFieldPush, TheEmulatorStopsAfterTheSetUpsStepCount) {
+    for (const bool stop : {true, false}) {
+        SCOPED_TRACE(stop ? "emulator stop" : "no emulator stop");
+        FieldRig rig;
+        ASSERT_TRUE(rig.startAll());
+        rig.comm["cmbDepthSource"] = "0";
+        rig.writeOptions();
+        std::ofstream(rig.root.path / "ini" / "ZEL_Options.ini", std::ios::binary | std::ios::app)
+            << "[Tab]\r\n0,chkEmulateStop=" << (stop ? 1 : 0) << "\r\n1,txtEmulateStopCount=2\r\n";
+        const RunResult r = runProgram(push(rig, "--idle-s 2", 5));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        const int points = summary(r)["points"].get<int>();
+        if (stop)
+            EXPECT_LE(points, 3);
+        else
+            EXPECT_EQ(points, 5);
+    }
+}
+
 TEST(CliFieldPush, SimulatedPushWithAllFiveInstruments) {
     TempDir dir;
     const RunResult r = runProgram("ZEL_DATA_ROOT=" + quote((dir.path / "root").string()) + " " + kCli +

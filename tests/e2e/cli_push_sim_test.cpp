@@ -120,6 +120,36 @@ TEST(CliPushSim, TheAutoScaleStopsAtTheMinimumOfTheSwitch) {
     EXPECT_NEAR(finest[50] / finest[5], 10.0, 1e-6);
 }
 
+// The same minimum from the options file: the Advanced form's "Scope Y-Scale:" list, kept by its index (2: 5
+// mV, 5: 50 mV a division), when no switch chose one.
+TEST(CliPushSim, TheAutoScaleStopsAtTheMinimumOfTheYScaleList) {
+    TempDir dir;
+    const std::string site = dir.write(
+        "site.json", R"({"bottom_ft": 2.5, "layers": [{"top_ft": 0, "bottom_ft": 1.2, "pct_re": 0.3},)"
+                     R"( {"top_ft": 1.2, "bottom_ft": 2.5, "pct_re": 62}]})");
+    std::map<int, double> finest;
+    for (const int index : {2, 5}) {
+        const fs::path root = dir.path / ("root" + std::to_string(index));
+        fs::create_directories(root / "ini");
+        std::ofstream(root / "ini" / "ZEL_Options.ini", std::ios::binary)
+            << "[AdvOptions]\r\n0,cmbScopeYScale=" << index << "\r\n";
+        const std::string dump = (dir.path / ("list" + std::to_string(index) + ".jsonl")).string();
+        const RunResult r =
+            runProgram("ZEL_DATA_ROOT=" + quote(root.string()) + " " + kCli +
+                       " push --sim --rate 2 --sweep-ms 0 --points 10001 --name L" + std::to_string(index) +
+                       " --out " + quote(dir.path.string()) + " --yes --rod-ft 0 --stop-depth 2.2 --site " +
+                       quote(site) + " --scope-dump " + quote(dump));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        const auto curves = curvesOf(dump);
+        ASSERT_GT(curves.size(), 10u);
+        double smallest = 1e9;
+        for (std::size_t i = 2; i < curves.size(); ++i)
+            smallest = std::min(smallest, val(curves[i]["ymult"].get<std::string>()));
+        finest[index] = smallest;
+    }
+    EXPECT_NEAR(finest[5] / finest[2], 10.0, 1e-6);
+}
+
 // The RE is taken at the RE scale: "/RE" (here 20 and 100 mV a division) sets the scope's input before the
 // RE's curve, whose scaling follows it.
 TEST(CliPushSim, TheREIsTakenAtTheREScaleOfTheSwitch) {
