@@ -1,8 +1,8 @@
 // zel-cli tau, nnls and basis: the waveform analyses of logs, in batch like export. tau fits every point's
 // channel decay times, nnls fits every point to a basis library, basis keeps the library.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
 #include "app/cli/log_callouts.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 
 #include "analysis/waveform_fits.h"
@@ -40,28 +40,29 @@ double rounded(double v, const char* pattern) {
 // The callout bands of every log, each fitted by fit(band, loaded log): one JSON entry a band, naming its
 // log, slot, caption, depths and points, then what fit adds. Progress on stderr; nothing is written.
 int runCalloutBatch(const char* command, const std::vector<std::string>& files, Host& host,
-                    const std::function<bool(const plot::CalloutWave&, jobs::QuietLog&, nlohmann::ordered_json&,
-                                             std::string&)>& fit) {
+                    const std::function<bool(const plot::CalloutWave&, jobs::QuietLog&,
+                                             nlohmann::ordered_json&, std::string&)>& fit) {
     nlohmann::ordered_json all = nlohmann::json::array();
-    const int code = jobs::runBatch(command, files, std::cerr, [&](const std::string& file, std::string& text) {
-        const auto l = jobs::loadQuietly(file, host);
-        if (!l) return false;
-        const auto bands = calloutBands(*l);
-        for (const auto& band : bands) {
-            nlohmann::ordered_json j;
-            j["file"] = file;
-            j["slot"] = band.slot;
-            j["caption"] = windows1252ToUtf8(band.caption);
-            j["top"] = rounded(band.top, "#0.000");
-            j["bottom"] = rounded(band.bottom, "#0.000");
-            j["points"] = band.lastPoint - band.firstPoint + 1;
-            j["mean_pct_re"] = rounded(band.meanSignal, "#0.000");
-            if (!fit(band, *l, j, text)) return false;
-            all.push_back(j);
-        }
-        text = std::to_string(bands.size()) + (bands.size() == 1 ? " callout" : " callouts");
-        return true;
-    });
+    const int code =
+        jobs::runBatch(command, files, std::cerr, [&](const std::string& file, std::string& text) {
+            const auto l = jobs::loadQuietly(file, host);
+            if (!l) return false;
+            const auto bands = calloutBands(*l);
+            for (const auto& band : bands) {
+                nlohmann::ordered_json j;
+                j["file"] = file;
+                j["slot"] = band.slot;
+                j["caption"] = windows1252ToUtf8(band.caption);
+                j["top"] = rounded(band.top, "#0.000");
+                j["bottom"] = rounded(band.bottom, "#0.000");
+                j["points"] = band.lastPoint - band.firstPoint + 1;
+                j["mean_pct_re"] = rounded(band.meanSignal, "#0.000");
+                if (!fit(band, *l, j, text)) return false;
+                all.push_back(j);
+            }
+            text = std::to_string(bands.size()) + (bands.size() == 1 ? " callout" : " callouts");
+            return true;
+        });
     std::cout << all.dump() << std::endl;
     return code;
 }
@@ -166,56 +167,57 @@ int runNnls(const NnlsArgs& a) {
         for (const auto& b : lib->bases)
             chosen.push_back(&b);
     if (a.callouts)
-        return runCalloutBatch(
-            "nnls", a.files, host,
-            [&](const plot::CalloutWave& band, jobs::QuietLog& l, nlohmann::ordered_json& j, std::string& text) {
-                const auto fitter = analysis::NnlsFitter::make(l.log, l.arrays, chosen, text);
-                if (!fitter) return false;
-                const analysis::NnlsPoint r = fitter->fit(band.average);
-                j["bases"] = nlohmann::json::array();
-                for (const auto& name : fitter->names())
-                    j["bases"].push_back(windows1252ToUtf8(name));
-                nlohmann::ordered_json shares = nlohmann::json::array();
-                for (const float x : r.shares)
-                    shares.push_back(rounded(x, "#0.0000"));
-                j["shares"] = shares;
-                j["generic"] = rounded(r.generic, "#0.0000");
-                j["residual"] = rounded(r.residual, "#0.0000");
-                return true;
-            });
+        return runCalloutBatch("nnls", a.files, host,
+                               [&](const plot::CalloutWave& band, jobs::QuietLog& l,
+                                   nlohmann::ordered_json& j, std::string& text) {
+                                   const auto fitter =
+                                       analysis::NnlsFitter::make(l.log, l.arrays, chosen, text);
+                                   if (!fitter) return false;
+                                   const analysis::NnlsPoint r = fitter->fit(band.average);
+                                   j["bases"] = nlohmann::json::array();
+                                   for (const auto& name : fitter->names())
+                                       j["bases"].push_back(windows1252ToUtf8(name));
+                                   nlohmann::ordered_json shares = nlohmann::json::array();
+                                   for (const float x : r.shares)
+                                       shares.push_back(rounded(x, "#0.0000"));
+                                   j["shares"] = shares;
+                                   j["generic"] = rounded(r.generic, "#0.0000");
+                                   j["residual"] = rounded(r.residual, "#0.0000");
+                                   return true;
+                               });
     nlohmann::ordered_json all = nlohmann::json::array();
     std::ostringstream progress;
-    const int code = jobs::runBatch("nnls", a.files, a.json ? progress : std::cout,
-                              [&](const std::string& file, std::string& text) {
-                                  const auto l = jobs::loadQuietly(file, host);
-                                  if (!l) return false;
-                                  const auto fits = analysis::fitLogNnls(l->log, l->arrays, chosen, text);
-                                  if (!fits) return false;
-                                  const std::string path = analysis::nnlsPath(file);
-                                  if (!jobs::writeWholeFile(path, analysis::nnlsText(*fits), text)) return false;
-                                  text = path;
-                                  nlohmann::ordered_json j;
-                                  j["file"] = file;
-                                  j["nnls_file"] = path;
-                                  j["bases"] = nlohmann::json::array();
-                                  for (const auto& name : fits->names)
-                                      j["bases"].push_back(windows1252ToUtf8(name));
-                                  nlohmann::ordered_json points = nlohmann::json::array();
-                                  for (std::size_t p = 0; p < fits->depth.size(); ++p) {
-                                      nlohmann::ordered_json pt;
-                                      pt["depth"] = val(formatNumber(fits->depth[p], "#0.000"));
-                                      nlohmann::ordered_json shares = nlohmann::json::array();
-                                      for (const float s : fits->shares[p])
-                                          shares.push_back(val(formatNumber(s, "#0.0000")));
-                                      pt["shares"] = shares;
-                                      pt["generic"] = val(formatNumber(fits->generic[p], "#0.0000"));
-                                      pt["residual"] = val(formatNumber(fits->residual[p], "#0.0000"));
-                                      points.push_back(pt);
-                                  }
-                                  j["points"] = points;
-                                  all.push_back(j);
-                                  return true;
-                              });
+    const int code = jobs::runBatch(
+        "nnls", a.files, a.json ? progress : std::cout, [&](const std::string& file, std::string& text) {
+            const auto l = jobs::loadQuietly(file, host);
+            if (!l) return false;
+            const auto fits = analysis::fitLogNnls(l->log, l->arrays, chosen, text);
+            if (!fits) return false;
+            const std::string path = analysis::nnlsPath(file);
+            if (!jobs::writeWholeFile(path, analysis::nnlsText(*fits), text)) return false;
+            text = path;
+            nlohmann::ordered_json j;
+            j["file"] = file;
+            j["nnls_file"] = path;
+            j["bases"] = nlohmann::json::array();
+            for (const auto& name : fits->names)
+                j["bases"].push_back(windows1252ToUtf8(name));
+            nlohmann::ordered_json points = nlohmann::json::array();
+            for (std::size_t p = 0; p < fits->depth.size(); ++p) {
+                nlohmann::ordered_json pt;
+                pt["depth"] = val(formatNumber(fits->depth[p], "#0.000"));
+                nlohmann::ordered_json shares = nlohmann::json::array();
+                for (const float s : fits->shares[p])
+                    shares.push_back(val(formatNumber(s, "#0.0000")));
+                pt["shares"] = shares;
+                pt["generic"] = val(formatNumber(fits->generic[p], "#0.0000"));
+                pt["residual"] = val(formatNumber(fits->residual[p], "#0.0000"));
+                points.push_back(pt);
+            }
+            j["points"] = points;
+            all.push_back(j);
+            return true;
+        });
     if (a.json) std::cout << all.dump() << std::endl;
     return code;
 }

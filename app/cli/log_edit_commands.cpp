@@ -1,7 +1,7 @@
 // zel-cli cut, stitch and gps: mending a site's logs in the office. cut and stitch write a new raw log (the
 // originals stay as they are); gps writes surveyed positions into logs pushed without a fix.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 
 #include "common/console_host.h"
@@ -40,8 +40,8 @@ std::optional<std::string> newLogPath(const std::string& out, const RawLogContex
 }
 
 // The log, then its plot companion (callouts, plot settings) copied beside it when the source has one.
-int saveEdited(const char* command, jobs::QuietLog& l, const std::string& path, const std::string& companionOf,
-               ConsoleHost& host) {
+int saveEdited(const char* command, jobs::QuietLog& l, const std::string& path,
+               const std::string& companionOf, ConsoleHost& host) {
     l.log.File_Title(fs::path(path).filename().string());
     l.log.File_FullPath(path);
     const RawLogSaveResult saved = SaveRawLog(path, l.log, l.arrays, l.ctx, host);
@@ -122,29 +122,30 @@ int runGps(const GpsArgs& a) {
     const auto positions =
         gpx ? site::parsePositionsGpx(*text, error) : site::parsePositionsCsv(*text, error);
     if (!positions) return fail("gps", a.positions + ": " + error);
-    return jobs::runBatch("gps", jobs::rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& out) {
-        auto l = jobs::loadQuietly(file, host);
-        if (!l) return false;
-        const std::string name = l->log.File_Title_NoExt();
-        const auto* p = site::findPosition(*positions, name);
-        if (!p) {
-            out = "no position named " + name + " (left as it was)";
+    return jobs::runBatch(
+        "gps", jobs::rawLogsOf(a.inputs), std::cout, [&](const std::string& file, std::string& out) {
+            auto l = jobs::loadQuietly(file, host);
+            if (!l) return false;
+            const std::string name = l->log.File_Title_NoExt();
+            const auto* p = site::findPosition(*positions, name);
+            if (!p) {
+                out = "no position named " + name + " (left as it was)";
+                return true;
+            }
+            if (hasFix(l->log) && !a.overwrite) {
+                out = "has a GPS fix (left as it was; --overwrite replaces it)";
+                return true;
+            }
+            site::applyPosition(l->log, *p);
+            const auto bytes = jobs::readWholeFile(file, out);
+            if (!bytes) return false;
+            const std::string text = rawLogText(l->log, l->arrays, l->ctx);
+            const auto edited =
+                site::replaceSection(*bytes, !l->ctx.hdBoardMode, "GPS", site::sectionOf(text, "GPS"), out);
+            if (!edited || !jobs::writeWholeFile(file, *edited, out)) return false;
+            out = formatNumber(p->lat, "#0.000000") + ", " + formatNumber(p->lon, "#0.000000");
             return true;
-        }
-        if (hasFix(l->log) && !a.overwrite) {
-            out = "has a GPS fix (left as it was; --overwrite replaces it)";
-            return true;
-        }
-        site::applyPosition(l->log, *p);
-        const auto bytes = jobs::readWholeFile(file, out);
-        if (!bytes) return false;
-        const std::string text = rawLogText(l->log, l->arrays, l->ctx);
-        const auto edited =
-            site::replaceSection(*bytes, !l->ctx.hdBoardMode, "GPS", site::sectionOf(text, "GPS"), out);
-        if (!edited || !jobs::writeWholeFile(file, *edited, out)) return false;
-        out = formatNumber(p->lat, "#0.000000") + ", " + formatNumber(p->lon, "#0.000000");
-        return true;
-    });
+        });
 }
 
 } // namespace

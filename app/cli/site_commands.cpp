@@ -1,7 +1,7 @@
 // zel-cli summary, las and map: a site's deliverables from its logs. summary tabulates the borings (CSV or
 // JSON, with the footage totals), las writes each log's curves as LAS 2.0, map the borings as GeoJSON.
-#include "app/jobs/batch.h"
 #include "app/cli/command.h"
+#include "app/jobs/batch.h"
 #include "app/jobs/quiet_log.h"
 #include "app/jobs/site_borings.h"
 #include "app/jobs/site_jobs.h"
@@ -48,8 +48,8 @@ int runSummary(const SummaryArgs& a) {
     if (a.totals) options.totals = *a.totals;
     if (a.footageByDate) options.footageByDate = *a.footageByDate;
     std::ostringstream quiet;
-    jobs::SiteSummary summary =
-        jobs::summariseLogs(jobs::rawLogsOf(a.inputs), a.threshold, options.calloutMax, a.json ? quiet : std::cerr);
+    jobs::SiteSummary summary = jobs::summariseLogs(jobs::rawLogsOf(a.inputs), a.threshold,
+                                                    options.calloutMax, a.json ? quiet : std::cerr);
     const int code = summary.code;
     const std::vector<site::LogSummary>& logs = summary.logs;
     std::string error;

@@ -50,8 +50,8 @@ void printJson(const PictureArgs& a, const jobs::SiteBorings& site, const plot::
     std::cout << j.dump() << std::endl;
 }
 
-using Writer = bool (*)(const jobs::SiteBorings&, const jobs::PictureOptions&, const std::string&, plot::PictureRecord*,
-                        std::string&);
+using Writer = bool (*)(const jobs::SiteBorings&, const jobs::PictureOptions&, const std::string&,
+                        plot::PictureRecord*, std::string&);
 
 int draw(const char* command, const PictureArgs& a, Writer write) {
     OffscreenGui gui;
@@ -68,7 +68,8 @@ int draw(const char* command, const PictureArgs& a, Writer write) {
     o.layerM = a.layer;
     o.dpi = a.dpi;
     // The borings shown go to the progress stream, so that --json's stdout stays one object.
-    if (write == &jobs::writeSection) std::cerr << jobs::sectionBoringsText(jobs::sectionInput(site, o)) << '\n';
+    if (write == &jobs::writeSection)
+        std::cerr << jobs::sectionBoringsText(jobs::sectionInput(site, o)) << '\n';
     std::string error;
     plot::PictureRecord record;
     if (!write(site, o, a.out, &record, error)) {

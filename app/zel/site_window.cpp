@@ -426,7 +426,7 @@ bool SiteWindow::writeModel() {
     HostLines lines(host_);
     std::ostream report(&lines);
     if (!jobs::writeModelFiles(site->borings, outputPath("points.csv"), outputPath("points.vtk"),
-                              outputPath("volume.vtk"), {}, report, error))
+                               outputPath("volume.vtk"), {}, report, error))
         return failed("The 3D files were not written", error);
     report.flush();
     host_.progress("3D files written: points.csv, points.vtk, volume.vtk");
