@@ -287,6 +287,37 @@ TEST_F(MainWindowTest, TheRERangeTakesInputOnlyWhileTheFixedScaleIsTicked) {
     EXPECT_EQ(child<QLineEdit>(*w, "txtSignalMax")->text(), "37");
 }
 
+TEST_F(MainWindowTest, EachOtherTrackTakesItsOwnFixedScaleFromTheSetupPage) {
+    const std::string path = smallLog();
+    auto w = newWindow();
+    ASSERT_TRUE(w->loadLog(path));
+    const auto rate = [&] { return w->depthPlot().model().track(plot::TrackKind::Rate); };
+    ASSERT_NE(rate(), nullptr);
+    const double automaticMax = rate()->max;
+    QLineEdit* range[2] = {};
+    for (QLineEdit* e : w->findChildren<QLineEdit*>("txt2ndScale_Rate"))
+        range[e->property("controlIndex").toInt()] = e;
+    ASSERT_TRUE(range[0] && range[1]);
+    QCheckBox* fixed = child<QCheckBox>(*w, "chk2ndScale_Rate");
+    // Unticked, the range takes no input and the track keeps the log's range.
+    EXPECT_FALSE(range[1]->isEnabled());
+    range[0]->setText("0.5");
+    range[1]->setText("9");
+    emit range[1]->editingFinished();
+    EXPECT_EQ(rate()->max, automaticMax);
+    fixed->setChecked(true);
+    EXPECT_TRUE(range[1]->isEnabled());
+    EXPECT_EQ(rate()->min, 0.5);
+    EXPECT_EQ(rate()->max, 9.0);
+    EXPECT_EQ(rate()->scale, plot::Scale::Linear);
+    child<QCheckBox>(*w, "chk2ndLog_Rate")->setChecked(true);
+    EXPECT_EQ(rate()->scale, plot::Scale::Log);
+    // Unticked again, the log's range comes back.
+    child<QCheckBox>(*w, "chk2ndLog_Rate")->setChecked(false);
+    fixed->setChecked(false);
+    EXPECT_EQ(rate()->max, automaticMax);
+}
+
 TEST_F(MainWindowTest, TheCommandLineDecidesFileModeAndTheLogOpenedAtStart) {
     const std::string path = smallLog();
     struct Case {

@@ -6,6 +6,7 @@
 #include "program/settings_model.h"
 #include "settings/startup/modes.h"
 
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -91,12 +92,13 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     followSwitch();
     // The floor applies whatever the scale.
     lineEdit(plf, "txtSignalFloor", "%RE floor", "0");
-    // Tracks 2 and 3 have no fixed range of their own in this program: their switches are kept for the
-    // plot-settings files only, and say so rather than take a tick that changes nothing.
+    // Tracks 2 and 3 are fixed by each track's own switch (below): these are kept for the plot-settings files
+    // only, and say so rather than take a tick that changes nothing.
     for (int i = 1; i < 3; ++i) {
         manualBox[i]->setEnabled(false);
-        manualBox[i]->setToolTip(QStringLiteral("Not used by this program: the secondary tracks scale to the "
-                                                "log. The value is kept in the plot settings."));
+        manualBox[i]->setToolTip(
+            QStringLiteral("Not used by this program: each of the other tracks has its "
+                           "own fixed scale below. The value is kept in the plot settings."));
         plf->addRow(manualBox[i]);
     }
     checkBox(plf, "chkRElog", "Logarithmic %RE");
@@ -123,7 +125,52 @@ SetupPage::SetupPage(const StartupSettings& settings) {
     }
     checkBox(plf, "chkRealColor", "Channel colours at their true wavelengths");
     v->addWidget(plotBox);
+    v->addWidget(secondaryScales());
     v->addStretch();
+}
+
+// The secondary tracks scale to the log unless their fixed scale is ticked; as for %RE, a range takes input
+// only while its switch is on.
+QGroupBox* SetupPage::secondaryScales() {
+    auto* box = named(new QGroupBox("Scales of the other tracks"), "fraScales");
+    auto* grid = new QGridLayout(box);
+    const char* head[] = {"Track", "Fixed", "From", "To", "Log"};
+    for (int c = 0; c < 5; ++c)
+        grid->addWidget(new QLabel(head[c]), 0, c);
+    struct Row {
+        const char* name; // the plot-settings keys' suffix
+        const char* caption;
+    };
+    const Row rows[] = {{"Rate", "Rate"},
+                        {"Cond", "Conductivity"},
+                        {"Sctr", "Scatter"},
+                        {"Fluor", "Fluorescence"},
+                        {"NNLS", "NNLS"}};
+    int r = 1;
+    for (const Row& row : rows) {
+        const std::string n = row.name;
+        auto* fixed = named(new QCheckBox, ("chk2ndScale_" + n).c_str());
+        QLineEdit* range[2] = {};
+        for (int i = 0; i < 2; ++i) {
+            range[i] = new QLineEdit(i == 0 ? "0" : "100");
+            range[i]->setMaximumWidth(70);
+            setControlArray(range[i], ("txt2ndScale_" + n).c_str(), i);
+        }
+        auto* logScale = named(new QCheckBox, ("chk2ndLog_" + n).c_str());
+        grid->addWidget(new QLabel(row.caption), r, 0);
+        grid->addWidget(fixed, r, 1);
+        grid->addWidget(range[0], r, 2);
+        grid->addWidget(range[1], r, 3);
+        grid->addWidget(logScale, r, 4);
+        const auto follow = [fixed, range] {
+            for (QLineEdit* e : range)
+                e->setEnabled(fixed->isChecked());
+        };
+        connect(fixed, &QCheckBox::toggled, this, follow);
+        follow();
+        ++r;
+    }
+    return box;
 }
 
 } // namespace zel::gui

@@ -4,6 +4,7 @@
 
 #include "settings/startup/startup_settings.h"
 
+#include <QGroupBox>
 #include <QWidget>
 
 #include <functional>
@@ -16,6 +17,9 @@ public:
 
     // The user chose another probe in the list: its mode.
     std::function<void(int mode)> onProbeChosen;
+
+private:
+    QGroupBox* secondaryScales();
 };
 
 } // namespace zel::gui
