@@ -295,8 +295,10 @@ void drawScale(QPainter& p, const QRectF& line, const QRectF& data, const Track&
         drawText(p, room, Qt::AlignRight | Qt::AlignVCenter, hi, sink);
     }
     p.setPen(QPen(Qt::black, lineWidth));
+    // Short enough to stay under the labels' baseline: a longer mark ran into a label's decimal point, and
+    // "0.5" read as "0,5".
     const auto tick = [&](double x) {
-        p.drawLine(QPointF(x, data.top() - line.height() * 0.25), QPointF(x, data.top()));
+        p.drawLine(QPointF(x, data.top() - line.height() * 0.15), QPointF(x, data.top()));
     };
     double keptRight = loRight;
     for (double v : valueTicks(t)) {
